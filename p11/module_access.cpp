@@ -1,0 +1,170 @@
+// The module and its slots, the codes that guard the token, and the reader's power.
+#include "P11Wrapper.h"
+
+#include "diagnostics.h"
+#include "fields.h"
+#include "session.h"
+
+#include <winscard.h>
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+P11Wrapper::P11Wrapper() : P11Wrapper("libtovr_pkcs11_main.so") {}
+
+P11Wrapper::P11Wrapper(const char* modulePath)
+{
+    (void)loadLib(modulePath); // a module that is not loaded shows in Initialize
+}
+
+P11Wrapper::~P11Wrapper()
+{
+    if (initialized)
+        (void)Finalize(); // nobody is left to be told
+    if (libHandle != nullptr) {
+        (void)dlclose(libHandle);
+        libHandle = nullptr;
+    }
+}
+
+bool P11Wrapper::loadLib(const char* modulePath)
+{
+    functionList = nullptr;
+    initialized = false;
+    libHandle = dlopen(modulePath, RTLD_NOW);
+    if (libHandle == nullptr) {
+        const char* reason = dlerror(); // before anything else can replace it
+        diagnose("Error while load ", modulePath, ": ", reason);
+    }
+    return libHandle != nullptr;
+}
+
+bool P11Wrapper::Initialize()
+{
+    if (libHandle == nullptr) {
+        diagnose("Library not loaded");
+        return false;
+    }
+    const auto getFunctionList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(libHandle, "C_GetFunctionList"));
+    if (getFunctionList == nullptr) {
+        diagnose("Can't get C_GetFunctionList symbol");
+        return false;
+    }
+    (void)getFunctionList(&functionList); // a list is a list, whatever the code
+    if (functionList == nullptr) {
+        diagnose("C_GetFunctionList error");
+        return false;
+    }
+
+    const CK_RV initializeResult = functionList->C_Initialize(nullptr);
+    if (initializeResult == CKR_CRYPTOKI_ALREADY_INITIALIZED) {
+        // Another call of this process is at work in the module: it is known to answer and needs no probe.
+        initialized = true;
+        return true;
+    }
+    if (initializeResult != CKR_OK) {
+        diagnose("C_Initialize error. Code: ", initializeResult);
+        return false;
+    }
+
+    CK_ULONG count = 0;
+    const CK_RV probeResult = functionList->C_GetSlotList(CK_FALSE, nullptr, &count);
+    if (probeResult != CKR_OK) {
+        diagnose("C_GetSlotList failed. Code: ", probeResult);
+        return false;
+    }
+    initialized = true;
+    return true;
+}
+
+CK_RV P11Wrapper::Finalize()
+{
+    initialized = false;
+    return functionList == nullptr ? CKR_OK : functionList->C_Finalize(nullptr);
+}
+
+CK_RV P11Wrapper::GetSlotIDByTerminalName(const char* terminalName, CK_SLOT_ID* slotId)
+{
+    if (terminalName == nullptr) {
+        *slotId = 0;
+        return CKR_FUNCTION_FAILED;
+    }
+    if (!isReady(*this))
+        return CKR_GENERAL_ERROR;
+
+    CK_ULONG count = 0;
+    CK_RV rv = functionList->C_GetSlotList(CK_FALSE, nullptr, &count);
+    if (rv != CKR_OK || count == 0) {
+        diagnose("C_GetSlotList failed. Code: ", rv);
+        return rv;
+    }
+    std::vector<CK_SLOT_ID> slots(count, 0);
+    rv = functionList->C_GetSlotList(CK_FALSE, slots.data(), &count);
+    if (rv != CKR_OK) {
+        diagnose("C_GetSlotList failed. Code: ", rv);
+        return rv;
+    }
+
+    const std::size_t nameLength = std::strlen(terminalName);
+    const auto isPrefix = [&](const unsigned char* field, std::size_t width) {
+        const std::size_t length = std::min(nameLength, trimmedLength(field, width));
+        return std::strncmp(reinterpret_cast<const char*>(field), terminalName, length) == 0;
+    };
+
+    bool found = false;
+    for (const CK_SLOT_ID slot : slots) { // as many as were announced first, whatever the second count
+        CK_SLOT_INFO info{};
+        rv = functionList->C_GetSlotInfo(slot, &info);
+        if (rv != CKR_OK) {
+            diagnose("C_GetSlotInfo failed. Code: ", rv);
+            continue;
+        }
+        if (isPrefix(info.manufacturerID, sizeof info.manufacturerID) ||
+            isPrefix(info.slotDescription, sizeof info.slotDescription)) {
+            found = true;
+            *slotId = slot; // the last match wins: a reader plugged in later shadows an earlier one
+        }
+    }
+    if (!found) {
+        diagnose("Terminal not found");
+        return CKR_FUNCTION_FAILED;
+    }
+    return rv;
+}
+
+CK_RV P11Wrapper::SetPin(CK_SLOT_ID slotId, unsigned char* oldPin, CK_ULONG oldPinLen, unsigned char* newPin,
+                         CK_ULONG newPinLen)
+{
+    const AuthenticatedSession session(*this, slotId, CKU_USER, oldPin, oldPinLen);
+    return session ? functionList->C_SetPIN(session.handle(), oldPin, oldPinLen, newPin, newPinLen) : session.result();
+}
+
+CK_RV P11Wrapper::SetPuk(CK_SLOT_ID slotId, unsigned char* oldPuk, CK_ULONG oldPukLen, unsigned char* newPuk,
+                         CK_ULONG newPukLen)
+{
+    const AuthenticatedSession session(*this, slotId, CKU_SO, oldPuk, oldPukLen);
+    return session ? functionList->C_SetPIN(session.handle(), oldPuk, oldPukLen, newPuk, newPukLen) : session.result();
+}
+
+void P11Wrapper::ResetTerminal(const char* readerName)
+{
+    SCARDCONTEXT context = 0;
+    const LONG establishResult = SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &context);
+    if (establishResult != SCARD_S_SUCCESS) {
+        diagnose("Failed to establish context: ", establishResult);
+        return;
+    }
+
+    SCARDHANDLE card = 0;
+    DWORD activeProtocol = 0;
+    // A failed connection needs no line of its own: disconnecting the handle 0 fails and is written.
+    (void)SCardConnect(context, readerName, SCARD_SHARE_SHARED, SCARD_PROTOCOL_T0 | SCARD_PROTOCOL_T1, &card,
+                       &activeProtocol);
+    const LONG disconnectResult = SCardDisconnect(card, SCARD_UNPOWER_CARD);
+    if (disconnectResult != SCARD_S_SUCCESS)
+        diagnose("Failed to diconnect reader ", readerName, ". Error code: ", disconnectResult);
+    (void)SCardReleaseContext(context); // the card has lost its power or the line is written
+}

@@ -1,0 +1,121 @@
+// PKCS #7 messages and certificate requests, which the module builds in functions of its maker's own.
+#include "P11Wrapper.h"
+
+#include "object_search.h"
+#include "session.h"
+#include "tovr_pkcs11.h"
+#include "two_call_fetch.h"
+
+#include <array>
+#include <string>
+
+namespace
+{
+
+/// Finds the first object with this class and ID. A search that cannot start leaves the session closed.
+CK_RV findById(AuthenticatedSession& session, const std::string& number, CK_OBJECT_CLASS objectClass,
+               const unsigned char* id, CK_ULONG idLen, CK_OBJECT_HANDLE& object)
+{
+    std::array<CK_ATTRIBUTE, 2> criteria{
+        {{CKA_CLASS, &objectClass, sizeof objectClass}, {CKA_ID, const_cast<unsigned char*>(id), idLen}}};
+    ObjectSearch search(session, criteria.data(), criteria.size(), number);
+    return search ? search.findOne(object) : search.result();
+}
+
+/// Fetches what an extension named `function` builds; `build(buffer, length)` calls it. `output` is replaced on success
+/// only, and keeps the announced length: what the module leaves unwritten is zero.
+template <typename Build>
+CK_RV fetchBuilt(const std::string& function, std::vector<unsigned char>& output, Build build)
+{
+    std::vector<unsigned char> buffer;
+    CK_ULONG length = 0;
+    const CK_RV rv = twoCallFetch(
+        {function + " failed #1", function + " failed #2"},
+        [&] { return build(buffer.empty() ? nullptr : buffer.data(), &length); },
+        [&] {
+            buffer.assign(length, 0);
+            return !buffer.empty();
+        });
+    if (rv == CKR_OK)
+        output.swap(buffer);
+    return rv;
+}
+
+} // namespace
+
+CK_RV P11Wrapper::pkcs7Sign(unsigned long slotId, unsigned char* pin, unsigned long pinLen, unsigned char* data,
+                            unsigned long dataLen, unsigned char* certId, unsigned long certIdLen, unsigned char* keyId,
+                            unsigned long keyIdLen, const std::vector<std::vector<unsigned char>>& certIds,
+                            unsigned long flags, std::vector<unsigned char>& signature)
+{
+    AuthenticatedSession session(*this, slotId, CKU_USER, pin, pinLen);
+    if (!session)
+        return session.result();
+
+    // The login's 0x100 runs on as the code: only a search replaces it, so without a certificate to find it ends the
+    // call.
+    CK_RV rv = session.result();
+    CK_OBJECT_HANDLE certificate = CK_INVALID_HANDLE;
+    CK_OBJECT_HANDLE privateKey = CK_INVALID_HANDLE;
+    if (certIdLen != 0)
+        rv = findById(session, " #1", CKO_CERTIFICATE, certId, certIdLen, certificate);
+    if (rv == CKR_OK && keyIdLen != 0)
+        rv = findById(session, " #2", CKO_PRIVATE_KEY, keyId, keyIdLen, privateKey);
+    if (rv != CKR_OK)
+        return rv;
+
+    std::vector<CK_OBJECT_HANDLE> furtherCertificates;
+    for (const std::vector<unsigned char>& id : certIds) {
+        const std::string step = std::to_string(furtherCertificates.size() + 1);
+        CK_OBJECT_HANDLE further = CK_INVALID_HANDLE;
+        // The next search replaces the code: a missing certificate counts only when it is the last.
+        rv = findById(session, " #3, Step: " + step, CKO_CERTIFICATE, id.data(), id.size(), further);
+        if (!session)
+            return rv;
+        furtherCertificates.push_back(further);
+    }
+    if (rv != CKR_OK)
+        return rv;
+
+    return fetchBuilt("C_TOVR_pkcs7Sign", signature, [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
+        return extendedList(functionList)
+            ->C_TOVR_pkcs7Sign(session.handle(), data, dataLen, certificate, buffer, length, privateKey,
+                               furtherCertificates.empty() ? nullptr : furtherCertificates.data(),
+                               furtherCertificates.size(), flags);
+    });
+}
+
+CK_RV P11Wrapper::pkcs7Verify(unsigned char* firstInput, unsigned long firstInputLen, unsigned char* secondInput,
+                              unsigned long secondInputLen)
+{
+    if (!isReady(*this))
+        return CKR_GENERAL_ERROR;
+    return extendedList(functionList)->C_TOVR_pkcs7Verify(firstInput, firstInputLen, secondInput, secondInputLen);
+}
+
+CK_RV P11Wrapper::createCSR(unsigned long slotId, unsigned char* pin, unsigned long pinLen, unsigned char* publicKeyId,
+                            unsigned long publicKeyIdLen, unsigned char* privateKeyId, unsigned long privateKeyIdLen,
+                            unsigned char* subject, unsigned long subjectCount, unsigned char* attributes,
+                            unsigned long attributeCount, unsigned char* extensions, unsigned long extensionCount,
+                            std::vector<unsigned char>& csr)
+{
+    AuthenticatedSession session(*this, slotId, CKU_USER, pin, pinLen);
+    if (!session)
+        return session.result();
+
+    CK_RV rv = session.result(); // the login's 0x100 runs on, as in pkcs7Sign
+    CK_OBJECT_HANDLE publicKey = CK_INVALID_HANDLE;
+    CK_OBJECT_HANDLE privateKey = CK_INVALID_HANDLE;
+    if (publicKeyIdLen != 0)
+        rv = findById(session, " #1", CKO_PUBLIC_KEY, publicKeyId, publicKeyIdLen, publicKey);
+    if (rv == CKR_OK && privateKeyIdLen != 0)
+        rv = findById(session, " #2", CKO_PRIVATE_KEY, privateKeyId, privateKeyIdLen, privateKey);
+    if (rv != CKR_OK)
+        return rv;
+
+    return fetchBuilt("C_TOVR_CreateCSR", csr, [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
+        return extendedList(functionList)
+            ->C_TOVR_CreateCSR(session.handle(), publicKey, subject, subjectCount, buffer, length, privateKey,
+                               attributes, attributeCount, extensions, extensionCount);
+    });
+}

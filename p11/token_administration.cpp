@@ -1,0 +1,221 @@
+// The token as a whole: initialising, cleaning, describing it and listing its objects.
+#include "P11Wrapper.h"
+
+#include "diagnostics.h"
+#include "fields.h"
+#include "object_search.h"
+#include "session.h"
+#include "two_call_fetch.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace
+{
+
+/// Finds every object that the session's user sees: an empty template matches all. Returns the code of
+/// C_FindObjectsFinal; or that of C_FindObjectsInit, with the session closed.
+CK_RV findEveryObject(AuthenticatedSession& session, std::vector<CK_OBJECT_HANDLE>& objects)
+{
+    ObjectSearch search(session, nullptr, 0);
+    if (!search)
+        return search.result();
+    objects = search.findAll();
+    return search.finish();
+}
+
+/// Not every object has every attribute asked for, which is no failure of a listing.
+CK_RV toleratingMissingAttribute(CK_RV rv)
+{
+    return rv == CKR_ATTRIBUTE_TYPE_INVALID ? CKR_OK : rv;
+}
+
+const char* className(CK_OBJECT_CLASS objectClass)
+{
+    switch (objectClass) {
+    case CKO_DATA:
+        return "data";
+    case CKO_CERTIFICATE:
+        return "certificate";
+    case CKO_PUBLIC_KEY:
+        return "public key";
+    case CKO_PRIVATE_KEY:
+        return "private key";
+    case CKO_SECRET_KEY:
+        return "secret key";
+    case CKO_HW_FEATURE:
+        return "hw feature";
+    case CKO_DOMAIN_PARAMETERS:
+        return "domain parameter";
+    case CKO_MECHANISM:
+        return "mechanism";
+    default:
+        return "unknown";
+    }
+}
+
+const char* keyTypeName(CK_KEY_TYPE keyType)
+{
+    switch (keyType) {
+    case CKK_RSA:
+        return "RSA";
+    case CKK_DSA:
+        return "DSA";
+    case CKK_EC:
+        return "ECDSA";
+    case CKK_DES:
+    case CKK_DES2:
+    case CKK_DES3:
+        return "DES";
+    case CKK_AES:
+        return "AES";
+    case CKK_GOSTR3410:
+        return "GOSTR3410";
+    default:
+        return "Unknown";
+    }
+}
+
+/// Reads the attributes that describe an object. Their lengths in `query` stay from object to object; the module
+/// overwrites them.
+class Description
+{
+public:
+    using Template = std::array<CK_ATTRIBUTE, 4>;
+
+    static constexpr Template query()
+    {
+        return {{{CKA_CLASS, nullptr, 0}, {CKA_ID, nullptr, 0}, {CKA_LABEL, nullptr, 0}, {CKA_KEY_TYPE, nullptr, 0}}};
+    }
+
+    CK_RV read(const AuthenticatedSession& session, CK_OBJECT_HANDLE object, Template& query)
+    {
+        const std::string handle = std::to_string(object);
+        CK_ATTRIBUTE_PTR attributes = query.data();
+        return twoCallFetch(
+            {"C_GetAttributeValue failed for " + handle, "C_GetAttributeValue #2 failed for " + handle},
+            [&] {
+                return toleratingMissingAttribute(session.functions()->C_GetAttributeValue(
+                    session.handle(), object, attributes, static_cast<CK_ULONG>(query.size())));
+            },
+            [&] {
+                values_ = query;
+                for (std::size_t i = 0; i < values_.size(); ++i) {
+                    if (values_[i].ulValueLen == CK_UNAVAILABLE_INFORMATION)
+                        values_[i].ulValueLen = 0;
+                    provideBuffer(values_[i], buffers_[i]);
+                }
+                attributes = values_.data();
+                return true;
+            });
+    }
+
+    ObjectAttr record() const
+    {
+        ObjectAttr record;
+        if (length(CLASS) != 0)
+            record.type = className(number(CLASS));
+        for (std::size_t i = 0; i < length(ID); ++i)
+            record.id += hexadecimal(buffers_[ID][i], 2);
+        record.label.assign(buffers_[LABEL].begin(), buffers_[LABEL].begin() + static_cast<long>(length(LABEL)));
+        if (length(KEY_TYPE) != 0)
+            record.keyType = keyTypeName(number(KEY_TYPE));
+        return record;
+    }
+
+private:
+    enum Position { CLASS, ID, LABEL, KEY_TYPE };
+
+    /// The bytes returned: never more than there is room for, none for an attribute that became unavailable.
+    std::size_t length(Position position) const
+    {
+        const CK_ULONG returned = values_[position].ulValueLen;
+        return returned == CK_UNAVAILABLE_INFORMATION ? 0 : std::min<std::size_t>(returned, buffers_[position].size());
+    }
+
+    /// The buffer's value; one shorter than a CK_ULONG is extended by zeros.
+    CK_ULONG number(Position position) const
+    {
+        CK_ULONG value = 0;
+        std::memcpy(&value, buffers_[position].data(), std::min(sizeof value, buffers_[position].size()));
+        return value;
+    }
+
+    Template values_{};
+    std::array<std::vector<unsigned char>, 4> buffers_;
+};
+
+} // namespace
+
+CK_RV P11Wrapper::InitCard(CK_SLOT_ID slotId, unsigned char* soPin, CK_ULONG soPinLen)
+{
+    if (!isReady(*this))
+        return CKR_GENERAL_ERROR;
+    unsigned char label[] = "VORNIX Token                    ";
+    static_assert(sizeof label == 32 + 1, "C_InitToken takes 32 blank-padded bytes");
+    const CK_RV rv = functionList->C_InitToken(slotId, soPin, soPinLen, label);
+    if (rv != CKR_OK)
+        diagnose("C_InitToken failed. Code: ", rv);
+    return rv;
+}
+
+CK_RV P11Wrapper::CleanCard(CK_SLOT_ID slotId, unsigned char* pin, CK_ULONG pinLen)
+{
+    AuthenticatedSession session(*this, slotId, CKU_USER, pin, pinLen);
+    if (!session)
+        return session.result();
+    std::vector<CK_OBJECT_HANDLE> objects;
+    CK_RV rv = findEveryObject(session, objects);
+    for (const CK_OBJECT_HANDLE object : objects) {
+        rv = functionList->C_DestroyObject(session.handle(), object);
+        if (rv != CKR_OK)
+            diagnose("C_DestroyObject failed for ", object, ". Code: ", rv);
+    }
+    return rv;
+}
+
+CK_RV P11Wrapper::GetTokenInfo(CK_SLOT_ID slotId, std::vector<unsigned char>& label,
+                               std::vector<unsigned char>& manufacturer, std::vector<unsigned char>& model,
+                               std::vector<unsigned char>& serialNumber, std::string& flags)
+{
+    for (auto* output : {&label, &manufacturer, &model, &serialNumber})
+        output->clear();
+    flags.clear();
+    if (!isReady(*this))
+        return CKR_GENERAL_ERROR;
+
+    CK_TOKEN_INFO info{};
+    const CK_RV rv = functionList->C_GetTokenInfo(slotId, &info);
+    if (rv != CKR_OK)
+        return rv;
+    const auto copyTrimmed = [](const auto& field, std::vector<unsigned char>& output) {
+        output.assign(field, field + trimmedLength(field, sizeof field));
+    };
+    copyTrimmed(info.label, label);
+    copyTrimmed(info.manufacturerID, manufacturer);
+    copyTrimmed(info.model, model);
+    copyTrimmed(info.serialNumber, serialNumber);
+    flags = hexadecimal(info.flags, 16);
+    return CKR_OK;
+}
+
+CK_RV P11Wrapper::ListObjects(CK_SLOT_ID slotId, unsigned char* pin, CK_ULONG pinLen, std::vector<ObjectAttr>& objects)
+{
+    AuthenticatedSession session(*this, slotId, CKU_USER, pin, pinLen);
+    if (!session)
+        return session.wasOpened() ? session.result() : toleratingMissingAttribute(session.result());
+    std::vector<CK_OBJECT_HANDLE> handles;
+    CK_RV rv = findEveryObject(session, handles);
+    if (!session)
+        return rv;
+
+    Description::Template query = Description::query();
+    for (const CK_OBJECT_HANDLE handle : handles) {
+        Description description;
+        rv = description.read(session, handle, query);
+        if (rv == CKR_OK)
+            objects.push_back(description.record());
+    }
+    return toleratingMissingAttribute(rv);
+}
