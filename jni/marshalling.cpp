@@ -2,12 +2,10 @@
 
 #include <cstring>
 
-namespace
-{
+namespace {
 
 /// A String's characters, borrowed from the JVM and given back at the end of the scope.
-class BorrowedCharacters
-{
+class BorrowedCharacters {
 public:
     BorrowedCharacters(JNIEnv* env, jstring string)
         : env_(env), string_(string), characters_(env->GetStringUTFChars(string, &isCopy_))

@@ -20,8 +20,7 @@ inline unsigned char* firstByte(Bytes& bytes)
 }
 
 /// A copy of a byte[]. Any of them may be a PIN, so each is wiped before its memory is released.
-class SecretBytes
-{
+class SecretBytes {
 public:
     SecretBytes() = default;
     ~SecretBytes();

@@ -35,8 +35,7 @@
 #include <string>
 #include <vector>
 
-class __attribute__((visibility("default"))) P11Wrapper
-{
+class __attribute__((visibility("default"))) P11Wrapper {
 public:
     /// Loads "libtovr_pkcs11_main.so" by the dynamic loader's search path.
     P11Wrapper();

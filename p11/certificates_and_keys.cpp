@@ -10,8 +10,7 @@
 #include <cstring>
 #include <vector>
 
-namespace
-{
+namespace {
 
 using Attributes = std::vector<CK_ATTRIBUTE>;
 

@@ -8,8 +8,7 @@
 #include <vector>
 
 /// An active search, finalised at the end of its scope (PKCS #11 v2.40, section 5.7).
-class ObjectSearch
-{
+class ObjectSearch {
 public:
     /// Starts the search; `number` (" #1", say) tells in its lines which of an operation's searches it is. A search
     /// that cannot start ends the operation: the session is closed, then the line is written.

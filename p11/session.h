@@ -15,8 +15,7 @@ inline bool isReady(const P11Wrapper& wrapper)
 /// A read/write session with a login, closed at the end of its scope (PKCS #11 v2.40, section 5.6).
 ///
 /// C_Logout is never called: it would end the login of all the application's sessions on the token.
-class AuthenticatedSession
-{
+class AuthenticatedSession {
 public:
     /// Checks the wrapper, opens the session and logs in, as far as each step succeeds. A refused login closes the
     /// session before its line is written.

@@ -9,8 +9,7 @@
 #include <array>
 #include <string>
 
-namespace
-{
+namespace {
 
 /// Finds the first object with this class and ID. A search that cannot start leaves the session closed.
 CK_RV findById(AuthenticatedSession& session, const std::string& number, CK_OBJECT_CLASS objectClass,

@@ -11,8 +11,7 @@
 #include <array>
 #include <cstring>
 
-namespace
-{
+namespace {
 
 /// Finds every object that the session's user sees: an empty template matches all. Returns the code of
 /// C_FindObjectsFinal; or that of C_FindObjectsInit, with the session closed.
@@ -34,53 +33,36 @@ CK_RV toleratingMissingAttribute(CK_RV rv)
 const char* className(CK_OBJECT_CLASS objectClass)
 {
     switch (objectClass) {
-    case CKO_DATA:
-        return "data";
-    case CKO_CERTIFICATE:
-        return "certificate";
-    case CKO_PUBLIC_KEY:
-        return "public key";
-    case CKO_PRIVATE_KEY:
-        return "private key";
-    case CKO_SECRET_KEY:
-        return "secret key";
-    case CKO_HW_FEATURE:
-        return "hw feature";
-    case CKO_DOMAIN_PARAMETERS:
-        return "domain parameter";
-    case CKO_MECHANISM:
-        return "mechanism";
-    default:
-        return "unknown";
+    case CKO_DATA: return "data";
+    case CKO_CERTIFICATE: return "certificate";
+    case CKO_PUBLIC_KEY: return "public key";
+    case CKO_PRIVATE_KEY: return "private key";
+    case CKO_SECRET_KEY: return "secret key";
+    case CKO_HW_FEATURE: return "hw feature";
+    case CKO_DOMAIN_PARAMETERS: return "domain parameter";
+    case CKO_MECHANISM: return "mechanism";
+    default: return "unknown";
     }
 }
 
 const char* keyTypeName(CK_KEY_TYPE keyType)
 {
     switch (keyType) {
-    case CKK_RSA:
-        return "RSA";
-    case CKK_DSA:
-        return "DSA";
-    case CKK_EC:
-        return "ECDSA";
+    case CKK_RSA: return "RSA";
+    case CKK_DSA: return "DSA";
+    case CKK_EC: return "ECDSA";
     case CKK_DES:
     case CKK_DES2:
-    case CKK_DES3:
-        return "DES";
-    case CKK_AES:
-        return "AES";
-    case CKK_GOSTR3410:
-        return "GOSTR3410";
-    default:
-        return "Unknown";
+    case CKK_DES3: return "DES";
+    case CKK_AES: return "AES";
+    case CKK_GOSTR3410: return "GOSTR3410";
+    default: return "Unknown";
     }
 }
 
 /// Reads the attributes that describe an object. Their lengths in `query` stay from object to object; the module
 /// overwrites them.
-class Description
-{
+class Description {
 public:
     using Template = std::array<CK_ATTRIBUTE, 4>;
 

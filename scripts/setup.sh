@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that are missing for what the arguments name.
+#
+#   scripts/setup.sh build   the library, the software token and the Java classes
+#   scripts/setup.sh demo    build, and what the demonstration runs on
+#   scripts/setup.sh test    demo, and what the tests use
+#   scripts/setup.sh ci      test, and the tools of the longer lanes
+#
+# Asks for the administrator's rights (sudo) only when something is missing and the caller is not root.
+set -euo pipefail
+
+build=(cmake g++ ninja-build openjdk-17-jdk-headless libp11-kit-dev libpcsclite-dev libssl-dev libgnutls28-dev softhsm2
+       libpicocli-java)
+demo=("${build[@]}" openssl)
+test=("${demo[@]}" libgtest-dev junit5 binutils opensc gnutls-bin libengine-gost-openssl pcscd vsmartcard-vpcd iproute2
+      util-linux)
+ci=("${test[@]}" clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck abigail-tools)
+
+case "${1:-}" in
+build) packages=("${build[@]}") ;;
+demo) packages=("${demo[@]}") ;;
+test) packages=("${test[@]}") ;;
+ci) packages=("${ci[@]}") ;;
+*)
+    sed -n '2,9s/^# \{0,1\}//p' "$0" >&2
+    exit 2
+    ;;
+esac
+
+missing=()
+for package in "${packages[@]}"; do
+    [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "setup: run as root, or install sudo: ${missing[*]} missing" >&2; exit 1; }
+    as_root=(sudo)
+fi
+echo "setup: installing ${missing[*]}"
+"${as_root[@]}" apt-get update -q
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds the release and passes its tests.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh test
+cmake --preset release
+cmake --build --preset release
+ctest --preset release
