@@ -1,6 +1,6 @@
 // The token module's extended PKCS #11 function list.
 //
-// The pointer that C_GetFunctionList delivers leads to the standard list (PKCS #11 v2.40, section 4.6) followed at once
+// The pointer that C_GetFunctionList delivers leads to the standard list (PKCS #11 v2.40, section 3.6) followed at once
 // by five functions of the token maker's own. They keep the conventions of the standard: a CK_RV as result, 0 for
 // success, and outputs of unknown length by two calls (section 5.2): a null buffer asks for the length, a buffer of
 // that length receives the bytes.

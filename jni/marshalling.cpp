@@ -40,7 +40,7 @@ void callWithString(JNIEnv* env, jobject object, jclass objectClass, const char*
 {
     const jstring string = env->NewStringUTF(text.c_str());
     const jmethodID method = env->GetMethodID(objectClass, setter, "(Ljava/lang/String;)V");
-    if (method != nullptr)
+    if (method != nullptr) // an application's own class may lack one
         env->CallVoidMethod(object, method, string);
 }
 

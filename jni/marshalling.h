@@ -1,7 +1,7 @@
 // Java values on their way in and out of the library.
 //
-// Nothing is kept between calls: no class, no method ID. Java-side faults (a null array, a pending exception) are not
-// tested for.
+// Nothing is kept between calls: no class, no method ID. A null reference means "none" where a comment says so; other
+// Java-side faults (a null PIN, a pending exception) are not tested for.
 #pragma once
 
 #include "ObjectAttr.h"
@@ -44,7 +44,7 @@ std::string readString(JNIEnv* env, jstring string);
 /// Copies of a byte[][]'s elements; none for a null array.
 std::vector<Bytes> readByteArrays(JNIEnv* env, jobjectArray arrays);
 
-/// The strings of a String[] laid end to end, each with its NUL.
+/// The strings of a String[] laid end to end, each with its NUL; none for a null array.
 struct StringRun {
     Bytes bytes;
     unsigned long count = 0; ///< how many strings
@@ -57,6 +57,6 @@ void appendBytes(JNIEnv* env, jobject list, const Bytes& bytes);
 /// Appends the records to a java.util.ArrayList as Pkcs11ObjectAttribute objects.
 void appendObjects(JNIEnv* env, jobject list, const std::vector<ObjectAttr>& objects);
 
-/// Stores the text, up to its first NUL, in element 0 of a String[]; an array that is null or has no elements is passed
+/// Stores the text, up to its first NUL, in element 0 of a String[]; one that is null or has no elements is passed
 /// over.
 void storeFirst(JNIEnv* env, jobjectArray array, const std::string& text);

@@ -4,28 +4,28 @@
 //
 //     P11Wrapper token("/usr/lib/libtovr_pkcs11_main.so");
 //     CK_SLOT_ID slot = 0;
-//     if (token.Initialize() && token.GetSlotIDByTerminalName("Reader 0", &slot) == CKR_OK)
-//         CK_RV rv = token.SetPin(slot, oldPin, oldPinLen, newPin, newPinLen);
+//     std::vector<ObjectAttr> objects;
+//     if (token.Initialize() && token.GetSlotIDByTerminalName("Reader 0", &slot) == CKR_OK &&
+//         token.ListObjects(slot, pin, pinLen, objects) == CKR_OK)
+//         …
 //
 // Common to all operations, unless their own comment says otherwise:
 //
-// - The result is a PKCS #11 code, 0 (CKR_OK) for success; codes of the module pass through unchanged. Codes of the
-//   library's own: 5 (CKR_GENERAL_ERROR) before a successful Initialize, after the line "Not Initialized", with the
+// - The result is a PKCS #11 code, 0 (CKR_OK) for success; codes of the module pass through unchanged. The library's
+//   own codes: 5 (CKR_GENERAL_ERROR) while `initialized` is false, after the line "Not Initialized" and with the
 //   module untouched; 6 (CKR_FUNCTION_FAILED) when no reader matches or a search finds no object.
 // - Lengths are in bytes. A byte run of length 0 may have a null pointer. PINs, labels, IDs and data reach the module
-// as
-//   they are given; nothing is copied, checked or converted.
+//   as they are given; nothing is copied, checked or converted.
 // - An operation that takes a PIN opens a read/write session of its own (PKCS #11 v2.40, section 5.6), logs in, does
-// its
-//   job and closes the session, never calling C_Logout. CKR_USER_ALREADY_LOGGED_IN (0x100) counts as a login. A session
-//   that cannot be opened is reported by its code alone; a refused login also by the line "Login failed. Code: " and
-//   the code, written after the session was closed.
+//   its job and closes the session, never calling C_Logout. CKR_USER_ALREADY_LOGGED_IN (0x100) counts as a login. A
+//   session that cannot be opened is reported by its code alone; a refused login also by the line "Login failed.
+//   Code: " and the code, written after the session was closed.
 // - Outputs are touched only as their operation's comment says; on every failure before that they keep their contents.
 // - Every diagnostic is one line on standard output, ended by a flush; codes stand in it as decimal numbers.
 // - No operation throws on purpose. Memory that cannot be had leaves as std::bad_alloc or std::length_error, with the
 //   search finalised and the session closed on the way.
-// - There is no lock. One object belongs to one thread; two objects on the same module file share one module instance,
-//   and whichever is destroyed first finalises it under the other.
+// - There is no lock. One object belongs to one thread; two objects on the same module file share one module
+//   instance, and whichever is destroyed first finalises it under the other.
 #pragma once
 
 #include "ObjectAttr.h"
@@ -43,7 +43,7 @@ public:
     /// Loads the module file at `modulePath`. A failure is written as loadLib tells and shows again in Initialize.
     explicit P11Wrapper(const char* modulePath);
 
-    /// Finalises the module if this object initialised it, then unloads it.
+    /// Calls Finalize if `initialized` is set, also where the module had been initialised by others; then unloads it.
     virtual ~P11Wrapper();
 
     P11Wrapper(const P11Wrapper&) = delete;
@@ -53,10 +53,11 @@ public:
 
     /// Loads a module file with the dynamic loader (RTLD_NOW), forgetting any function list. Returns false, after the
     /// line "Error while load <path>: <loader's message>", when it cannot be loaded; `libHandle` is null then.
+    /// Called by the constructors; a module loaded before is neither finalised nor unloaded.
     bool loadLib(const char* modulePath);
 
     /// Fetches the function list and initialises the module (C_GetFunctionList, C_Initialize without arguments;
-    /// sections 5.4 and 4.6), then probes it with C_GetSlotList. A module that is initialised already (0x191) is
+    /// sections 5.4 and 3.6), then probes it with C_GetSlotList. A module that is initialised already (0x191) is
     /// accepted as it is, without the probe. Returns false after one line that tells the failing step; after a failed
     /// probe the module stays initialised and is later unloaded without C_Finalize.
     bool Initialize();
@@ -70,11 +71,11 @@ public:
     ///
     /// Returns 6 with `*slotId` set to 0 for a null name, even before Initialize; 6 after "Terminal not found" when
     /// none matches; 0 with `*slotId` untouched, after "C_GetSlotList failed. Code: 0", when the module has no slots. A
-    /// slot that cannot be queried is reported and passed over, but when it is the last one its code is the result,
-    /// match or no match stored.
+    /// slot that cannot be queried is reported and passed over; when it is the last one and another matched, its code
+    /// is the result although `*slotId` holds the match.
     CK_RV GetSlotIDByTerminalName(const char* terminalName, CK_SLOT_ID* slotId);
 
-    /// Changes the user PIN (C_SetPIN, section 5.6) after a login with the old one. A failing C_SetPIN writes no line.
+    /// Changes the user PIN (C_SetPIN, section 5.5) after a login with the old one. A failing C_SetPIN writes no line.
     CK_RV SetPin(CK_SLOT_ID slotId, unsigned char* oldPin, CK_ULONG oldPinLen, unsigned char* newPin,
                  CK_ULONG newPinLen);
 
@@ -83,8 +84,9 @@ public:
                  CK_ULONG newPukLen);
 
     /// Powers the card in a reader down through the PC/SC service, without any module: a shared connection, closed with
-    /// SCARD_UNPOWER_CARD. Failures are only written, as "Failed to establish context: <code>" or "Failed to diconnect
-    /// reader <name>. Error code: <code>"; PC/SC codes are signed.
+    /// SCARD_UNPOWER_CARD. `readerName` must not be null. Failures are only written, as "Failed to establish context:
+    /// <code>" or, also when the connection failed, "Failed to diconnect reader <name>. Error code: <code>"; PC/SC
+    /// codes are signed.
     static void ResetTerminal(const char* readerName);
 
     // --- The token as a whole: token_administration.cpp ---
@@ -100,8 +102,7 @@ public:
 
     /// Reads the token's label (up to 32 bytes), manufacturer (32), model (16) and serial number (16), each without its
     /// trailing blanks, and its flags as 16 lowercase hexadecimal digits (C_GetTokenInfo, section 5.5). Needs no
-    /// session. The outputs are emptied first, so they are empty after every failure; a failing C_GetTokenInfo writes
-    /// no line.
+    /// session. The outputs are emptied before anything else; a failing C_GetTokenInfo writes no line.
     CK_RV GetTokenInfo(CK_SLOT_ID slotId, std::vector<unsigned char>& label, std::vector<unsigned char>& manufacturer,
                        std::vector<unsigned char>& model, std::vector<unsigned char>& serialNumber, std::string& flags);
 
@@ -136,7 +137,7 @@ public:
                      unsigned long secondLen, unsigned char* pin, unsigned long pinLen);
 
     /// Generates an RSA key pair of `modulusBits` bits with exponent 65537 on the token (CKM_RSA_PKCS_KEY_PAIR_GEN;
-    /// section 5.13). Both keys get the label unless it is null, and the ID unless `idLen` is 0. A failing
+    /// section 5.14). Both keys get the label unless it is null, and the ID unless `idLen` is 0. A failing
     /// C_GenerateKeyPair writes no line. Keys of the same name are not looked for: generating twice makes two pairs.
     CK_RV GenerateKeyPair(unsigned long slotId, unsigned char* pin, unsigned long pinLen, unsigned long modulusBits,
                           const char* label, unsigned char* id, unsigned long idLen);
@@ -151,17 +152,18 @@ public:
     /// and further certificates found by their IDs. An ID of length 0 names none: the module receives the handle 0.
     /// `flags` is the module's mode word.
     ///
-    /// Returns 6 when certificate, key or the last further certificate is missing; an earlier further certificate that
-    /// is missing is only reported and reaches the module as handle 0. A login that answered 0x100 and no certificate
-    /// ID give 0x100 with nothing signed. `signature` is replaced on success only, by as many bytes as the length query
-    /// announced: what the module then leaves unwritten is zero.
+    /// Returns 6 when certificate, key or the last further certificate is missing. An earlier further certificate that
+    /// is missing or whose C_FindObjects fails is only reported and reaches the module as handle 0; a search that
+    /// cannot start ends the call. A login that answered 0x100 and no certificate ID give 0x100 with nothing signed.
+    /// `signature` is replaced on success only, by as many bytes as the length query announced: what the module then
+    /// leaves unwritten is zero.
     CK_RV pkcs7Sign(unsigned long slotId, unsigned char* pin, unsigned long pinLen, unsigned char* data,
                     unsigned long dataLen, unsigned char* certId, unsigned long certIdLen, unsigned char* keyId,
                     unsigned long keyIdLen, const std::vector<std::vector<unsigned char>>& certIds, unsigned long flags,
                     std::vector<unsigned char>& signature);
 
-    /// Returns the verdict of C_TOVR_pkcs7Verify on the two inputs, 0 for a good signature. Needs no token; writes no
-    /// line.
+    /// Returns the verdict of C_TOVR_pkcs7Verify on the two inputs, 0 for a good signature. Needs no token and writes
+    /// nothing.
     CK_RV pkcs7Verify(unsigned char* firstInput, unsigned long firstInputLen, unsigned char* secondInput,
                       unsigned long secondInputLen);
 

@@ -1,12 +1,10 @@
 // The forms of text in which the standard's structures hold and the library returns values.
 #pragma once
 
-#include <iomanip>
-#include <locale>
-#include <sstream>
+#include <cstddef>
 #include <string>
 
-/// The length of a blank-padded field (PKCS #11 v2.40, section 3.1) without its padding. Only blanks count as padding.
+/// The length of a blank-padded field (PKCS #11 v2.40, section 3.2) without its padding. Only blanks count as padding.
 inline std::size_t trimmedLength(const unsigned char* field, std::size_t width)
 {
     while (width != 0 && field[width - 1] == ' ')
@@ -15,10 +13,10 @@ inline std::size_t trimmedLength(const unsigned char* field, std::size_t width)
 }
 
 /// `value` in lowercase hexadecimal, zero-filled to `width` digits.
-inline std::string hexadecimal(unsigned long value, int width)
+inline std::string hexadecimal(unsigned long value, std::size_t width)
 {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << std::setw(width) << std::setfill('0') << std::hex << value;
-    return text.str();
+    std::string text(width, '0');
+    for (auto digit = text.rbegin(); digit != text.rend(); ++digit, value >>= 4)
+        *digit = "0123456789abcdef"[value & 0xF];
+    return text;
 }

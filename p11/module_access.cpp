@@ -13,6 +13,30 @@
 #include <cstring>
 #include <vector>
 
+namespace {
+
+/// A connection to the PC/SC service, released at the end of its scope.
+class PcscContext {
+public:
+    PcscContext() : result_(SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &handle_)) {}
+    ~PcscContext()
+    {
+        if (result_ == SCARD_S_SUCCESS)
+            (void)SCardReleaseContext(handle_); // nothing can be done about a service that went away
+    }
+    PcscContext(const PcscContext&) = delete;
+    PcscContext& operator=(const PcscContext&) = delete;
+
+    LONG result() const { return result_; }
+    SCARDCONTEXT handle() const { return handle_; }
+
+private:
+    SCARDCONTEXT handle_ = 0;
+    LONG result_;
+};
+
+} // namespace
+
 P11Wrapper::P11Wrapper() : P11Wrapper("libtovr_pkcs11_main.so") {}
 
 P11Wrapper::P11Wrapper(const char* modulePath)
@@ -151,20 +175,18 @@ CK_RV P11Wrapper::SetPuk(CK_SLOT_ID slotId, unsigned char* oldPuk, CK_ULONG oldP
 
 void P11Wrapper::ResetTerminal(const char* readerName)
 {
-    SCARDCONTEXT context = 0;
-    const LONG establishResult = SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &context);
-    if (establishResult != SCARD_S_SUCCESS) {
-        diagnose("Failed to establish context: ", establishResult);
+    const PcscContext context;
+    if (context.result() != SCARD_S_SUCCESS) {
+        diagnose("Failed to establish context: ", context.result());
         return;
     }
 
     SCARDHANDLE card = 0;
     DWORD activeProtocol = 0;
     // A failed connection needs no line of its own: disconnecting the handle 0 fails and is written.
-    (void)SCardConnect(context, readerName, SCARD_SHARE_SHARED, SCARD_PROTOCOL_T0 | SCARD_PROTOCOL_T1, &card,
+    (void)SCardConnect(context.handle(), readerName, SCARD_SHARE_SHARED, SCARD_PROTOCOL_T0 | SCARD_PROTOCOL_T1, &card,
                        &activeProtocol);
     const LONG disconnectResult = SCardDisconnect(card, SCARD_UNPOWER_CARD);
     if (disconnectResult != SCARD_S_SUCCESS)
         diagnose("Failed to diconnect reader ", readerName, ". Error code: ", disconnectResult);
-    (void)SCardReleaseContext(context); // the card has lost its power or the line is written
 }

@@ -39,8 +39,8 @@ public:
     /// The code of C_FindObjectsInit.
     CK_RV result() const { return result_; }
 
-    /// Finds the first match. Returns 6 when there is none; the line then shows the 0 with which C_FindObjects
-    /// succeeded.
+    /// Finds the first match. Returns 6 when there is none; the line shows the 0 with which C_FindObjects found
+    /// nothing.
     CK_RV findOne(CK_OBJECT_HANDLE& object)
     {
         CK_ULONG found = 0;

@@ -44,7 +44,7 @@ public:
     /// Open and logged in.
     explicit operator bool() const { return open_; }
 
-    /// The code of the last step: 0 or 0x100 after a login, else why there is no session.
+    /// The code of the last step: 0 or 0x100 after a login, else why there was none. Closing does not change it.
     CK_RV result() const { return result_; }
 
     /// Whether C_OpenSession succeeded, also when the session is closed again.

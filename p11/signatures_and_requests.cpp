@@ -51,8 +51,7 @@ CK_RV P11Wrapper::pkcs7Sign(unsigned long slotId, unsigned char* pin, unsigned l
     if (!session)
         return session.result();
 
-    // The login's 0x100 runs on as the code: only a search replaces it, so without a certificate to find it ends the
-    // call.
+    // The login's 0x100 runs on as the code until a search replaces it: without a certificate to find it ends the call.
     CK_RV rv = session.result();
     CK_OBJECT_HANDLE certificate = CK_INVALID_HANDLE;
     CK_OBJECT_HANDLE privateKey = CK_INVALID_HANDLE;

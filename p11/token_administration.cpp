@@ -10,6 +10,9 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <string>
+#include <tuple>
+#include <vector>
 
 namespace {
 
@@ -60,13 +63,13 @@ const char* keyTypeName(CK_KEY_TYPE keyType)
     }
 }
 
-/// Reads the attributes that describe an object. Their lengths in `query` stay from object to object; the module
-/// overwrites them.
+/// Reads the attributes that describe an object. One length query serves all objects of a listing: the module
+/// overwrites the lengths of the object before.
 class Description {
 public:
     using Template = std::array<CK_ATTRIBUTE, 4>;
 
-    static constexpr Template query()
+    static constexpr Template lengthQuery()
     {
         return {{{CKA_CLASS, nullptr, 0}, {CKA_ID, nullptr, 0}, {CKA_LABEL, nullptr, 0}, {CKA_KEY_TYPE, nullptr, 0}}};
     }
@@ -96,18 +99,18 @@ public:
     ObjectAttr record() const
     {
         ObjectAttr record;
-        if (length(CLASS) != 0)
-            record.type = className(number(CLASS));
-        for (std::size_t i = 0; i < length(ID); ++i)
-            record.id += hexadecimal(buffers_[ID][i], 2);
-        record.label.assign(buffers_[LABEL].begin(), buffers_[LABEL].begin() + static_cast<long>(length(LABEL)));
-        if (length(KEY_TYPE) != 0)
-            record.keyType = keyTypeName(number(KEY_TYPE));
+        if (length(Class) != 0)
+            record.type = className(number(Class));
+        for (std::size_t i = 0; i < length(Id); ++i)
+            record.id += hexadecimal(buffers_[Id][i], 2);
+        record.label.assign(buffers_[Label].begin(), buffers_[Label].begin() + static_cast<long>(length(Label)));
+        if (length(KeyType) != 0)
+            record.keyType = keyTypeName(number(KeyType));
         return record;
     }
 
 private:
-    enum Position { CLASS, ID, LABEL, KEY_TYPE };
+    enum Position { Class, Id, Label, KeyType };
 
     /// The bytes returned: never more than there is room for, none for an attribute that became unavailable.
     std::size_t length(Position position) const
@@ -125,7 +128,7 @@ private:
     }
 
     Template values_{};
-    std::array<std::vector<unsigned char>, 4> buffers_;
+    std::array<std::vector<unsigned char>, std::tuple_size<Template>::value> buffers_;
 };
 
 } // namespace
@@ -192,12 +195,12 @@ CK_RV P11Wrapper::ListObjects(CK_SLOT_ID slotId, unsigned char* pin, CK_ULONG pi
     if (!session)
         return rv;
 
-    Description::Template query = Description::query();
+    Description::Template query = Description::lengthQuery();
     for (const CK_OBJECT_HANDLE handle : handles) {
         Description description;
         rv = description.read(session, handle, query);
         if (rv == CKR_OK)
             objects.push_back(description.record());
     }
-    return toleratingMissingAttribute(rv);
+    return toleratingMissingAttribute(rv); // without objects the code is that of C_FindObjectsFinal
 }
