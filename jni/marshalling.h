@@ -57,6 +57,5 @@ void appendBytes(JNIEnv* env, jobject list, const Bytes& bytes);
 /// Appends the records to a java.util.ArrayList as Pkcs11ObjectAttribute objects.
 void appendObjects(JNIEnv* env, jobject list, const std::vector<ObjectAttr>& objects);
 
-/// Stores the text, up to its first NUL, in element 0 of a String[]; one that is null or has no elements is passed
-/// over.
+/// Stores the text, up to its first NUL, in element 0 of a String[], unless that is null or has no elements.
 void storeFirst(JNIEnv* env, jobjectArray array, const std::string& text);

@@ -162,8 +162,7 @@ public:
                     unsigned long keyIdLen, const std::vector<std::vector<unsigned char>>& certIds, unsigned long flags,
                     std::vector<unsigned char>& signature);
 
-    /// Returns the verdict of C_TOVR_pkcs7Verify on the two inputs, 0 for a good signature. Needs no token and writes
-    /// nothing.
+    /// Returns the verdict of C_TOVR_pkcs7Verify on the two inputs, 0 for a good signature. Needs no token.
     CK_RV pkcs7Verify(unsigned char* firstInput, unsigned long firstInputLen, unsigned char* secondInput,
                       unsigned long secondInputLen);
 

@@ -39,8 +39,7 @@ public:
     /// The code of C_FindObjectsInit.
     CK_RV result() const { return result_; }
 
-    /// Finds the first match. Returns 6 when there is none; the line shows the 0 with which C_FindObjects found
-    /// nothing.
+    /// Finds the first match. Returns 6 when there is none; its line shows C_FindObjects's own code, 0.
     CK_RV findOne(CK_OBJECT_HANDLE& object)
     {
         CK_ULONG found = 0;
