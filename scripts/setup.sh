@@ -9,7 +9,7 @@
 # Asks for the administrator's rights (sudo) only when something is missing and the caller is not root.
 set -euo pipefail
 
-build=(cmake g++ ninja-build openjdk-17-jdk-headless libp11-kit-dev libpcsclite-dev libssl-dev libgnutls28-dev softhsm2
+build=(cmake g++ make ninja-build openjdk-17-jdk-headless libp11-kit-dev libpcsclite-dev libssl-dev libgnutls28-dev softhsm2
        libpicocli-java)
 demo=("${build[@]}" openssl)
 test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin libengine-gost-openssl pcscd vsmartcard-vpcd iproute2
