@@ -1,0 +1,80 @@
+// What the tests of the native methods share: a token in a scripted module, a JNI environment, and one transcript for
+// everything that a call does to either.
+#pragma once
+
+#include "RecordingJniEnv.h"
+#include "natives.h"
+#include "stories.h"
+
+#include "scripted_module.h"
+#include "scripted_module_file.h"
+#include "told.h"
+
+#include <gmock/gmock.h>
+
+#include <future>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+class NativeMethodTest : public ::testing::Test {
+protected:
+    using Bytes = RecordingJniEnv::Bytes;
+    using Lines = RecordingJniEnv::Lines;
+
+    /// Calls a native method; `story` tells afterwards what happened. The receiver is a null handle: nobody may look at
+    /// it.
+    template <typename Result, typename... Parameters, typename... Arguments>
+    Result call(Result (*native)(JNIEnv*, jobject, Parameters...), Arguments... arguments)
+    {
+        return run([&] { return native(jni.get(), nullptr, arguments...); });
+    }
+
+    template <typename Call>
+    auto run(Call native)
+    {
+        std::packaged_task<decltype(native())()> task(native);
+        auto result = task.get_future();
+        story = scripted::storyOf(transcript, task);
+        if (HasFailure())
+            std::cout << story; // with what GoogleTest reported while standard output was captured
+        return result.get();    // or what was thrown
+    }
+
+    /// The lines written to standard output.
+    Lines printed() const
+    {
+        Lines lines;
+        std::istringstream text(story);
+        for (std::string line; std::getline(text, line);)
+            if (line.rfind("|", 0) == 0)
+                lines.push_back(line.substr(2));
+        return lines;
+    }
+
+    /// The elements of lists and arrays.
+    std::vector<Lines> contents(const std::vector<jobject>& sequences) const
+    {
+        std::vector<Lines> all;
+        for (const jobject sequence : sequences)
+            all.push_back(jni.elements(sequence));
+        return all;
+    }
+
+    scripted::Transcript transcript;
+    scripted::ScriptedModule module{transcript};
+    RecordingJniEnv jni{transcript};
+
+    jstring terminalName = jni.string("terminalName", "Scripted Reader 0");
+    jstring modulePath = jni.string("modulePath", scripted::moduleFile);
+    const Bytes userPin = scripted::bytesOf(module.token.userPin);
+    jbyteArray pin = jni.bytes("pin", userPin);
+
+    std::string story; ///< of the last call: its calls with the printed lines between them, led by "| "
+};
+
+/// A result code as Java receives it.
+inline jlong code(CK_RV value)
+{
+    return static_cast<jlong>(value);
+}

@@ -1,0 +1,140 @@
+// The built library as the dynamic loader meets it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <memory>
+#include <set>
+#include <sstream>
+#include <string>
+
+namespace {
+
+const std::set<std::string> javaMethods = {
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_cleanCard",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_createCSR",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_generateGostR3410_12001KeyPair",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_generateKeyPair",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_getPublicKey",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_getTokenInfo",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_getX509Certificate",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_initCard",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_listObjects",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_loadCert",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_loadX509Certificate",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_pkcs7Sign",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_pkcs7Verify",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_setPin",
+    "Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_setPuk",
+    "Java_com_tovr_smartcard_vornixtoken_utils_PcscUtils_resetTerminal",
+};
+
+const std::set<std::string> wrapperMembers = {
+    "_ZN10P11WrapperC1Ev",
+    "_ZN10P11WrapperC2Ev",
+    "_ZN10P11WrapperC1EPKc",
+    "_ZN10P11WrapperC2EPKc",
+    "_ZN10P11WrapperD0Ev",
+    "_ZN10P11WrapperD1Ev",
+    "_ZN10P11WrapperD2Ev",
+    "_ZN10P11Wrapper7loadLibEPKc",
+    "_ZN10P11Wrapper10InitializeEv",
+    "_ZN10P11Wrapper8FinalizeEv",
+    "_ZN10P11Wrapper23GetSlotIDByTerminalNameEPKcPm",
+    "_ZN10P11Wrapper6SetPinEmPhmS0_m",
+    "_ZN10P11Wrapper6SetPukEmPhmS0_m",
+    "_ZN10P11Wrapper13ResetTerminalEPKc",
+    "_ZN10P11Wrapper8InitCardEmPhm",
+    "_ZN10P11Wrapper9CleanCardEmPhm",
+    "_ZN10P11Wrapper12GetTokenInfoEmRSt6vectorIhSaIhEES3_S3_S3_"
+    "RNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE",
+    "_ZN10P11Wrapper11ListObjectsEmPhmRSt6vectorI10ObjectAttrSaIS2_EE",
+    "_ZN10P11Wrapper18GetX509CertificateEmPhmPKcS0_mRSt6vectorIhSaIhEE",
+    "_ZN10P11Wrapper12GetPublicKeyEmPhmPKcS0_mRSt6vectorIhSaIhEES6_",
+    "_ZN10P11Wrapper21ImportX509CertificateEmPhmPKcS0_mS0_m",
+    "_ZN10P11Wrapper10ImportCertEmPhmS0_mS0_m",
+    "_ZN10P11Wrapper15GenerateKeyPairEmPhmmPKcS0_m",
+    "_ZN10P11Wrapper29GenerateGostR3410_2001KeyPairEmPhmPKcS0_m",
+    "_ZN10P11Wrapper9pkcs7SignEmPhmS0_mS0_mS0_mRKSt6vectorIS1_IhSaIhEESaIS3_EEmRS3_",
+    "_ZN10P11Wrapper11pkcs7VerifyEPhmS0_m",
+    "_ZN10P11Wrapper9createCSREmPhmS0_mS0_mS0_mS0_mS0_mRSt6vectorIhSaIhEE",
+    "_ZTV10P11Wrapper",
+    "_ZTI10P11Wrapper",
+    "_ZTS10P11Wrapper",
+};
+
+std::string outputOf(const std::string& command)
+{
+    const auto close = [](std::FILE* stream) { EXPECT_EQ(pclose(stream), 0); };
+    const std::unique_ptr<std::FILE, decltype(close)> stream(popen(command.c_str(), "r"), close);
+    std::string output;
+    char buffer[4096];
+    while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, stream.get()))
+        output.append(buffer, count);
+    return output;
+}
+
+std::set<std::string> exportedNames()
+{
+    std::istringstream lines(outputOf(NM " -D --defined-only -P '" LIBRARY "'"));
+    std::set<std::string> names;
+    for (std::string line; std::getline(lines, line);)
+        names.insert(line.substr(0, line.find(' ')));
+    return names;
+}
+
+TEST(Exports, AreTheJavaMethodsAndTheWrapperAndNothingElse)
+{
+    std::set<std::string> expected = javaMethods;
+    expected.insert(wrapperMembers.begin(), wrapperMembers.end());
+    EXPECT_EQ(exportedNames(), expected);
+}
+
+#if defined(__clang__) && defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define PADDED_GLOBALS // and with them the virtual table
+#endif
+#endif
+
+#ifndef PADDED_GLOBALS
+TEST(Exports, VirtualTableHoldsTheDestructorAlone)
+{
+    std::istringstream lines(outputOf(NM " -D --defined-only -P -t d '" LIBRARY "'"));
+    unsigned long size = 0;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream fields(line);
+        std::string name, kind, value;
+        if (fields >> name && name == "_ZTV10P11Wrapper")
+            fields >> kind >> value >> size;
+    }
+    // Offset to the top, type information, and the two forms of the one virtual destructor.
+    EXPECT_EQ(size, 4 * sizeof(void*));
+}
+#endif
+
+TEST(Exports, EveryAddressIsResolvedAtLoadingAndThenReadOnly)
+{
+    const std::string dynamic = outputOf(READELF " -dW '" LIBRARY "'");
+    EXPECT_THAT(dynamic, testing::HasSubstr("BIND_NOW"));
+    EXPECT_THAT(dynamic, testing::HasSubstr("Library soname: [libVornixToken_Javalib.so]"));
+    EXPECT_THAT(outputOf(READELF " -lW '" LIBRARY "'"), testing::HasSubstr("GNU_RELRO"));
+}
+
+TEST(Exports, OnlyThePcscClientAndTheRuntimeAreNeeded)
+{
+    std::set<std::string> allowed = {"libpcsclite.so.1", "libstdc++.so.6", "libgcc_s.so.1", "libc.so.6", "libm.so.6"};
+    std::istringstream sanitizers(SANITIZER_RUNTIMES);
+    for (std::string runtime; sanitizers >> runtime;)
+        allowed.insert(runtime);
+    const std::string dynamic = outputOf(READELF " -dW '" LIBRARY "'");
+    const std::string mark = "Shared library: [";
+    std::set<std::string> needed;
+    for (std::size_t at = 0; (at = dynamic.find(mark, at)) != std::string::npos;) {
+        at += mark.size();
+        needed.insert(dynamic.substr(at, dynamic.find(']', at) - at));
+    }
+    EXPECT_THAT(needed, testing::Contains("libpcsclite.so.1"));
+    EXPECT_THAT(needed, testing::Each(testing::AnyOfArray(allowed)));
+}
+
+} // namespace

@@ -1,0 +1,109 @@
+#include "captured_output.h"
+
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <iostream>
+#include <system_error>
+
+namespace scripted {
+namespace {
+
+std::atomic<bool> active{false};
+
+int checked(int result, const char* what)
+{
+    if (result < 0)
+        throw std::system_error(errno, std::generic_category(), what);
+    return result;
+}
+
+void flushAll()
+{
+    std::cout.flush();
+    std::cerr.flush();
+    std::fflush(nullptr);
+}
+
+std::size_t sizeOf(int descriptor)
+{
+    struct stat status {};
+    checked(fstat(descriptor, &status), "fstat");
+    return static_cast<std::size_t>(status.st_size);
+}
+
+} // namespace
+
+CapturedOutput::Stream::Stream(int descriptorToCapture)
+    : descriptor(descriptorToCapture), original(checked(dup(descriptorToCapture), "dup")),
+      memory(checked(memfd_create("captured", MFD_CLOEXEC), "memfd_create"))
+{
+    checked(dup2(memory, descriptor), "dup2");
+}
+
+CapturedOutput::Stream::~Stream()
+{
+    release();
+    close(memory);
+}
+
+void CapturedOutput::Stream::release()
+{
+    if (original < 0)
+        return;
+    dup2(original, descriptor);
+    close(original);
+    original = -1;
+}
+
+std::string CapturedOutput::Stream::text() const
+{
+    std::string text(size(), '\0');
+    const ssize_t count = pread(memory, text.data(), text.size(), 0);
+    checked(static_cast<int>(count), "pread");
+    text.resize(static_cast<std::size_t>(count));
+    return text;
+}
+
+std::size_t CapturedOutput::Stream::size() const
+{
+    return sizeOf(memory);
+}
+
+CapturedOutput::CapturedOutput() : outStream((flushAll(), STDOUT_FILENO)), errStream(STDERR_FILENO)
+{
+    active = true;
+}
+
+CapturedOutput::~CapturedOutput()
+{
+    release();
+}
+
+void CapturedOutput::release()
+{
+    // No flush: text that the code under test left in a buffer must be missed by the tests.
+    if (!active.exchange(false))
+        return;
+    outStream.release();
+    errStream.release();
+}
+
+std::string CapturedOutput::out() const
+{
+    return outStream.text();
+}
+std::string CapturedOutput::err() const
+{
+    return errStream.text();
+}
+
+std::size_t CapturedOutput::printed()
+{
+    return active ? sizeOf(STDOUT_FILENO) : 0;
+}
+
+} // namespace scripted

@@ -1,0 +1,30 @@
+// The four PC/SC functions that the library may call, answered by the test program: its own definitions win over those
+// of libpcsclite. Calling them without a ScriptedPcsc fails the test.
+#pragma once
+
+#include "transcript.h"
+
+#include <winscard.h>
+
+namespace scripted {
+
+class ScriptedPcsc {
+public:
+    /// Becomes the PC/SC service until destruction; one at a time.
+    explicit ScriptedPcsc(Transcript& transcript);
+    ~ScriptedPcsc();
+    ScriptedPcsc(const ScriptedPcsc&) = delete;
+    ScriptedPcsc& operator=(const ScriptedPcsc&) = delete;
+
+    // A call that fails leaves its outputs alone.
+    LONG establishResult = SCARD_S_SUCCESS;
+    LONG connectResult = SCARD_S_SUCCESS;
+    LONG disconnectResult = SCARD_S_SUCCESS;
+    LONG releaseResult = SCARD_S_SUCCESS;
+    SCARDCONTEXT context = 81;
+    SCARDHANDLE card = 91;
+
+    Transcript& transcript;
+};
+
+} // namespace scripted

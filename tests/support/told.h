@@ -1,0 +1,28 @@
+// One job told as it went: the calls it made and the lines it wrote, in order.
+#pragma once
+
+#include "captured_output.h"
+#include "transcript.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+namespace scripted {
+
+/// What `job` called and wrote, as Transcript::story. The transcript is empty afterwards; a word on standard error
+/// fails the test.
+template <class Job>
+std::string storyOf(Transcript& transcript, Job&& job)
+{
+    CapturedOutput output;
+    std::forward<Job>(job)();
+    output.release();
+    EXPECT_EQ(output.err(), "") << "on standard error";
+    const std::string story = transcript.story(output.out());
+    transcript.clear();
+    return story;
+}
+
+} // namespace scripted
