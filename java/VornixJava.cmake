@@ -1,0 +1,62 @@
+# How the project's Java is compiled and packed.
+find_package(Java 11 QUIET COMPONENTS Development)
+if(NOT Java_Development_FOUND)
+  message(FATAL_ERROR "javac and jar not found: install openjdk-17-jdk-headless (Debian) or set JAVA_HOME")
+endif()
+
+# Entries of a jar carry this date, so that the same sources give the same bytes.
+if(DEFINED ENV{SOURCE_DATE_EPOCH})
+  string(TIMESTAMP VORNIX_JAR_DATE "%Y-%m-%dT%H:%M:%SZ" UTC)
+else()
+  set(VORNIX_JAR_DATE "1980-01-01T00:00:02Z")
+endif()
+
+# vornix_add_classes(<target> SOURCES <file>... [CLASSPATH <jar>...] [DEPENDS <target>...] [RELEASE <release>])
+#
+# Compiles into the folder named by the target's property CLASSES; the property STAMP names a file as old as that folder.
+function(vornix_add_classes target)
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "RELEASE" "SOURCES;CLASSPATH;DEPENDS")
+  if(NOT ARG_RELEASE)
+    set(ARG_RELEASE 8)
+  endif()
+  set(classes ${CMAKE_CURRENT_BINARY_DIR}/${target}.classes)
+  set(sources)
+  foreach(source IN LISTS ARG_SOURCES)
+    cmake_path(ABSOLUTE_PATH source)
+    list(APPEND sources ${source})
+  endforeach()
+  list(JOIN ARG_CLASSPATH ":" classpath)
+  # -options: newer compilers warn about old releases.
+  add_custom_command(
+    OUTPUT ${classes}.stamp
+    COMMAND ${CMAKE_COMMAND} -E rm -rf ${classes}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${classes}
+    COMMAND ${Java_JAVAC_EXECUTABLE} --release ${ARG_RELEASE} -encoding UTF-8 -g -proc:none
+            -Xlint:all,-options,-serial,-path -Werror --class-path "${classes}:${classpath}" -d ${classes} ${sources}
+    COMMAND ${CMAKE_COMMAND} -E touch ${classes}.stamp
+    DEPENDS ${sources} ${ARG_CLASSPATH} ${ARG_DEPENDS}
+    COMMENT "Compiling the Java classes of ${target}"
+    VERBATIM)
+  add_custom_target(${target} ALL DEPENDS ${classes}.stamp)
+  set_target_properties(${target} PROPERTIES CLASSES ${classes} STAMP ${classes}.stamp)
+endfunction()
+
+# vornix_add_jar(<target> <file.jar> MANIFEST <file> CONTENT <argument of jar>... DEPENDS <file or target>...)
+#
+# Packs a jar into the top build folder; the target's property JAR names it.
+function(vornix_add_jar target name)
+  cmake_parse_arguments(PARSE_ARGV 2 ARG "" "MANIFEST" "CONTENT;DEPENDS")
+  set(jar ${PROJECT_BINARY_DIR}/${name})
+  set(manifest)
+  if(ARG_MANIFEST)
+    set(manifest --manifest=${ARG_MANIFEST})
+  endif()
+  add_custom_command(
+    OUTPUT ${jar}
+    COMMAND ${Java_JAR_EXECUTABLE} --create --file=${jar} ${manifest} --date=${VORNIX_JAR_DATE} ${ARG_CONTENT}
+    DEPENDS ${ARG_MANIFEST} ${ARG_DEPENDS}
+    COMMENT "Packing ${name}"
+    VERBATIM)
+  add_custom_target(${target} ALL DEPENDS ${jar})
+  set_target_properties(${target} PROPERTIES JAR ${jar})
+endfunction()

@@ -1,0 +1,126 @@
+package com.tovr.smartcard.vornixtoken;
+
+import java.io.File;
+import java.io.IOException;
+import java.io.InputStream;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.Paths;
+import java.util.ArrayList;
+import java.util.List;
+
+/**
+ * Loads {@code libVornixToken_Javalib}. {@link Token} does so by itself; who calls the native methods directly may use
+ * this class or {@link System#load}.
+ *
+ * <p>Where the library is looked for:
+ * <ol>
+ * <li>the file that the system property {@code vornixtoken.library} names; if it is set, nothing else is tried;</li>
+ * <li>{@link System#loadLibrary}, that is {@code java.library.path};</li>
+ * <li>the system's folder for such libraries, such as {@code /usr/lib/x86_64-linux-gnu/jni};</li>
+ * <li>a copy packed into this jar, {@code /natives/linux-x86_64/libVornixToken_Javalib.so} for instance, which is
+ * unpacked into a folder of the user's own below {@code java.io.tmpdir} and removed from there as soon as it is
+ * loaded.</li>
+ * </ol>
+ *
+ * <p>From Java 24 on native access must be granted, or Java warns and later refuses:
+ * {@code --enable-native-access=com.tovr.smartcard.vornixtoken} for the module path,
+ * {@code --enable-native-access=ALL-UNNAMED} for the class path.
+ */
+public final class NativeLibrary {
+    private static final String NAME = "VornixToken_Javalib";
+    private static final String FILE = System.mapLibraryName(NAME);
+    private static final String PROPERTY = "vornixtoken.library";
+
+    private static boolean loaded;
+
+    private NativeLibrary() {
+    }
+
+    /**
+     * Loads the library, unless this method has loaded it already.
+     *
+     * @throws UnsatisfiedLinkError when the library is nowhere to be had; the message tells every place that was tried
+     *                              and why it was not there
+     */
+    public static synchronized void load() {
+        if (!loaded) {
+            new Search().run();
+            loaded = true;
+        }
+    }
+
+    /** One search, which remembers where it was in vain. */
+    private static final class Search {
+        private final List<String> failures = new ArrayList<>();
+        private final String architecture = System.getProperty("os.arch").replace("amd64", "x86_64");
+
+        void run() {
+            String file = System.getProperty(PROPERTY);
+            boolean found = file != null
+                    ? load("system property " + PROPERTY, () -> System.load(new File(file).getAbsolutePath()))
+                    : load("System.loadLibrary", () -> System.loadLibrary(NAME)) || loadFromSystemFolder()
+                            || loadFromJar();
+            if (!found) {
+                throw new UnsatisfiedLinkError(FILE + " cannot be loaded. Tried:" + String.join("", failures));
+            }
+        }
+
+        private boolean loadFromSystemFolder() {
+            String path = Paths.get("/usr/lib", architecture + "-linux-gnu", "jni", FILE).toString();
+            return load("file", () -> System.load(path));
+        }
+
+        private boolean loadFromJar() {
+            String resource = "/natives/linux-" + architecture + "/" + FILE;
+            try (InputStream copy = NativeLibrary.class.getResourceAsStream(resource)) {
+                if (copy == null) {
+                    return failed("jar", resource + " is not in the jar");
+                }
+                Path folder = Files.createTempDirectory("vornixtoken");
+                Path file = folder.resolve(FILE);
+                try {
+                    Files.copy(copy, file);
+                    return load("jar, unpacked", () -> System.load(file.toString()));
+                } finally {
+                    Files.deleteIfExists(file);
+                    Files.delete(folder);
+                }
+            } catch (IOException failure) {
+                return failed("jar, unpacked", failure.toString());
+            }
+        }
+
+        private boolean load(String place, Runnable attempt) {
+            try {
+                attempt.run();
+                return true;
+            } catch (UnsatisfiedLinkError failure) {
+                return failed(place, failure.getMessage());
+            } catch (RuntimeException refusal) {
+                // A class that Java 8 does not know.
+                if (!refusal.getClass().getSimpleName().equals("IllegalCallerException")) {
+                    throw refusal;
+                }
+                throw (UnsatisfiedLinkError) new UnsatisfiedLinkError(FILE + " may not be loaded: " + refusal.getMessage()
+                        + ". Start Java with --enable-native-access=" + caller()).initCause(refusal);
+            }
+        }
+
+        private boolean failed(String place, String why) {
+            failures.add("\n- " + place + ": " + why);
+            return false;
+        }
+
+        /** The module's name for the options of Java, by reflection for the sake of Java 8. */
+        private static String caller() {
+            try {
+                Object module = Class.class.getMethod("getModule").invoke(NativeLibrary.class);
+                Object name = module.getClass().getMethod("getName").invoke(module);
+                return name == null ? "ALL-UNNAMED" : name.toString();
+            } catch (ReflectiveOperationException java8) {
+                return "ALL-UNNAMED";
+            }
+        }
+    }
+}

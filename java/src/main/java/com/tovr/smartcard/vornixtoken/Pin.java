@@ -1,0 +1,88 @@
+package com.tovr.smartcard.vornixtoken;
+
+import java.nio.ByteBuffer;
+import java.nio.CharBuffer;
+import java.nio.charset.StandardCharsets;
+import java.util.Arrays;
+
+/**
+ * A PIN or PUK for as long as it is needed. It takes over what it is made of and wipes its own copy when it is closed:
+ *
+ * <pre>
+ * try (Pin pin = Pin.of(System.console().readPassword("PIN: "))) {
+ *     token.clean(pin);
+ * }
+ * </pre>
+ *
+ * <p>The library wipes the copies that it makes. What the virtual machine copies while it collects garbage is beyond
+ * anyone's reach.
+ */
+public final class Pin implements AutoCloseable {
+    private final byte[] bytes;
+    private boolean closed;
+
+    private Pin(byte[] bytes) {
+        this.bytes = bytes;
+    }
+
+    /**
+     * Makes a PIN of characters, in UTF-8, and wipes the array.
+     *
+     * @param characters the PIN, all zero afterwards
+     * @return the PIN
+     * @throws IllegalArgumentException when the characters are no valid text, half a surrogate pair for instance
+     */
+    public static Pin of(char[] characters) {
+        ByteBuffer encoded = ByteBuffer.allocate(3 * characters.length);
+        try {
+            if (StandardCharsets.UTF_8.newEncoder().encode(CharBuffer.wrap(characters), encoded, true).isError()) {
+                throw new IllegalArgumentException("the PIN is not a valid text");
+            }
+            return new Pin(Arrays.copyOf(encoded.array(), encoded.position()));
+        } finally {
+            Arrays.fill(encoded.array(), (byte) 0);
+            Arrays.fill(characters, '\0');
+        }
+    }
+
+    /**
+     * Makes a PIN of bytes, as they are, and wipes the array.
+     *
+     * @param bytes the PIN, all zero afterwards
+     * @return the PIN
+     */
+    public static Pin of(byte[] bytes) {
+        Pin pin = new Pin(bytes.clone());
+        Arrays.fill(bytes, (byte) 0);
+        return pin;
+    }
+
+    /**
+     * Makes an empty PIN, which many modules take for "entered on the reader itself".
+     *
+     * @return the PIN
+     */
+    public static Pin none() {
+        return new Pin(new byte[0]);
+    }
+
+    byte[] bytes() {
+        if (closed) {
+            throw new IllegalStateException("the PIN is closed");
+        }
+        return bytes;
+    }
+
+    /** Wipes the PIN, which cannot be used any more. */
+    @Override
+    public void close() {
+        closed = true;
+        Arrays.fill(bytes, (byte) 0);
+    }
+
+    /** Tells nothing of the PIN. */
+    @Override
+    public String toString() {
+        return "Pin";
+    }
+}

@@ -1,0 +1,124 @@
+package com.tovr.smartcard.vornixtoken;
+
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+import java.util.Objects;
+
+/**
+ * What a certificate signing request says beside its key. The module defines what the texts mean; most take names or
+ * object identifiers in dots:
+ *
+ * <pre>
+ * RequestContent.builder()
+ *         .subject("CN", "Alice")
+ *         .attribute("challengePassword", "word")
+ *         .extension("keyUsage", true, "digitalSignature")
+ *         .build();
+ * </pre>
+ */
+public final class RequestContent {
+    private final String[] subject;
+    private final String[] attributes;
+    private final String[] extensions;
+
+    private RequestContent(Builder builder) {
+        subject = builder.subject.toArray(new String[0]);
+        attributes = builder.attributes.toArray(new String[0]);
+        extensions = builder.extensions.toArray(new String[0]);
+    }
+
+    /**
+     * Begins an empty request.
+     *
+     * @return the builder
+     */
+    public static Builder builder() {
+        return new Builder();
+    }
+
+    String[] subject() {
+        return subject;
+    }
+
+    String[] attributes() {
+        return attributes;
+    }
+
+    String[] extensions() {
+        return extensions;
+    }
+
+    /** Collects a request, in the order of the calls. */
+    public static final class Builder {
+        private final List<String> subject = new ArrayList<>();
+        private final List<String> attributes = new ArrayList<>();
+        private final List<String> extensions = new ArrayList<>();
+
+        private Builder() {
+        }
+
+        /**
+         * Adds a part of the subject's name.
+         *
+         * @param name  which part, {@code CN} for instance
+         * @param value its text
+         * @return this builder
+         */
+        public Builder subject(String name, String value) {
+            return add(subject, name, value);
+        }
+
+        /**
+         * Adds an attribute.
+         *
+         * @param name  which one
+         * @param value its text
+         * @return this builder
+         */
+        public Builder attribute(String name, String value) {
+            return add(attributes, name, value);
+        }
+
+        /**
+         * Adds an extension, for a module that knows critical ones by the word "critical" and others by an empty text.
+         *
+         * @param name     which one
+         * @param critical whether it is critical
+         * @param value    its text
+         * @return this builder
+         */
+        public Builder extension(String name, boolean critical, String value) {
+            return extension(name, critical ? "critical" : "", value);
+        }
+
+        /**
+         * Adds an extension, for any module.
+         *
+         * @param first  the first text
+         * @param second the second text
+         * @param third  the third text
+         * @return this builder
+         */
+        public Builder extension(String first, String second, String third) {
+            return add(extensions, first, second, third);
+        }
+
+        /**
+         * Ends the collection.
+         *
+         * @return what was collected until now
+         */
+        public RequestContent build() {
+            return new RequestContent(this);
+        }
+
+        private Builder add(List<String> texts, String... group) {
+            for (String text : group) {
+                Objects.requireNonNull(text);
+            }
+            texts.addAll(Arrays.asList(group));
+            return this;
+        }
+    }
+}

@@ -1,0 +1,4 @@
+/**
+ * Card readers without a PKCS #11 module.
+ */
+package com.tovr.smartcard.vornixtoken.utils;

@@ -1,0 +1,125 @@
+package com.tovr.smartcard.vornixtoken.tool;
+
+import com.tovr.smartcard.vornixtoken.Pin;
+import com.tovr.smartcard.vornixtoken.Token;
+import com.tovr.smartcard.vornixtoken.TokenInfo;
+import com.tovr.smartcard.vornixtoken.TokenObject;
+
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Option;
+
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.LinkedHashMap;
+import java.util.List;
+import java.util.Map;
+
+/** The token as a whole. */
+final class AdministrationCommands {
+    private AdministrationCommands() {
+    }
+
+    @Command(name = "info", description = "Shows what the token tells of itself.")
+    static final class Info extends ToolCommand.OnToken {
+        @Override
+        void run(Token token) throws Exception {
+            TokenInfo info = token.readInfo();
+            put("label", info.getLabel(), "label:         " + info.getLabel());
+            put("manufacturer", info.getManufacturer(), "manufacturer:  " + info.getManufacturer());
+            put("model", info.getModel(), "model:         " + info.getModel());
+            put("serialNumber", info.getSerialNumber(), "serial number: " + info.getSerialNumber());
+            put("flags", new ArrayList<>(info.getFlags()), "flags:         " + info.getFlags());
+        }
+    }
+
+    @Command(name = "list", description = "Lists the objects of the token.")
+    static final class ListObjects extends ToolCommand.AsUser {
+        @Override
+        void run(Token token, Pin pin) throws Exception {
+            List<Map<String, Object>> objects = new ArrayList<>();
+            for (TokenObject object : token.listObjects(pin)) {
+                Map<String, Object> members = new LinkedHashMap<>();
+                members.put("kind", object.getKind());
+                members.put("label", object.getLabel());
+                members.put("id", object.getIdText());
+                members.put("keyType", object.getKeyType().orElse(null));
+                objects.add(members);
+                say(object.toString());
+            }
+            put("objects", objects);
+        }
+    }
+
+    @Command(name = "change-pin", description = "Changes the user PIN.")
+    static final class ChangePin extends ToolCommand.AsUser {
+        @Option(names = "--new-pin-file", paramLabel = "FILE",
+                description = "A file whose first line is the new PIN; else VORNIX_NEW_PIN, else the terminal is asked.")
+        private Path newPinFile;
+
+        @Override
+        void run(Token token, Pin pin) throws Exception {
+            try (Pin chosen = PinSource.chosen("New PIN", newPinFile, "VORNIX_NEW_PIN")) {
+                token.changePin(pin, chosen);
+            }
+        }
+    }
+
+    /** With a module, a reader and the security officer's PIN. */
+    private abstract static class AsSecurityOfficer extends ToolCommand.OnToken {
+        @Option(names = "--puk-file", paramLabel = "FILE",
+                description = "A file whose first line is the PUK; else VORNIX_SO_PIN, else the terminal is asked.")
+        private Path pukFile;
+
+        @Override
+        void run(Token token) throws Exception {
+            try (Pin puk = PinSource.existing("PUK", pukFile, "VORNIX_SO_PIN")) {
+                run(token, puk);
+            }
+        }
+
+        abstract void run(Token token, Pin puk) throws Exception;
+    }
+
+    @Command(name = "change-puk", description = "Changes the PUK, the security officer's PIN.")
+    static final class ChangePuk extends AsSecurityOfficer {
+        @Option(names = "--new-puk-file", paramLabel = "FILE",
+                description = "A file whose first line is the new PUK; else VORNIX_NEW_PIN, else the terminal is asked.")
+        private Path newPukFile;
+
+        @Override
+        void run(Token token, Pin puk) throws Exception {
+            try (Pin chosen = PinSource.chosen("New PUK", newPukFile, "VORNIX_NEW_PIN")) {
+                token.changePuk(puk, chosen);
+            }
+        }
+    }
+
+    @Command(name = "init", description = "Initialises the token under the label \"VORNIX Token\". All its objects are lost.")
+    static final class Initialize extends AsSecurityOfficer {
+        @Override
+        void run(Token token, Pin puk) throws Exception {
+            token.initialize(puk);
+        }
+    }
+
+    @Command(name = "clean", description = "Destroys all objects of the token; PINs and label stay.")
+    static final class Clean extends ToolCommand.AsUser {
+        @Override
+        void run(Token token, Pin pin) throws Exception {
+            token.clean(pin);
+        }
+    }
+
+    @Command(name = "reset-terminal",
+            description = "Powers the card in a reader down by the PC/SC service. A failure is printed, but not known here.")
+    static final class ResetTerminal extends ToolCommand {
+        @Option(names = {"-t", "--terminal"}, required = true, defaultValue = "${env:VORNIX_TERMINAL}", paramLabel = "NAME",
+                description = "The reader's full name; else VORNIX_TERMINAL.")
+        private String terminal;
+
+        @Override
+        void run() {
+            Token.resetTerminal(terminal);
+        }
+    }
+}

@@ -1,0 +1,97 @@
+package com.tovr.smartcard.vornixtoken.tool;
+
+import com.tovr.smartcard.vornixtoken.Pin;
+import com.tovr.smartcard.vornixtoken.Token;
+
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.Parameters;
+
+import java.nio.file.Path;
+import java.security.interfaces.RSAPublicKey;
+
+/** Certificates and keys. */
+final class CertificateAndKeyCommands {
+    private CertificateAndKeyCommands() {
+    }
+
+    /** One object by label and ID. */
+    private abstract static class OnObject extends ToolCommand.AsUser {
+        @Option(names = {"-l", "--label"}, required = true, paramLabel = "TEXT", description = "The object's label.")
+        String label;
+
+        @Option(names = {"-i", "--id"}, paramLabel = "HEX", converter = ToolCommand.Id.class, defaultValue = ToolCommand.Id.NONE,
+                description = "The object's ID; none if not given.")
+        byte[] id;
+    }
+
+    @Command(name = "read-certificate", description = "Reads a certificate; prints it as PEM.")
+    static final class ReadCertificate extends OnObject {
+        @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead.")
+        private Path out;
+
+        @Override
+        void run(Token token, Pin pin) throws Exception {
+            putDer("certificate", token.readCertificateBytes(pin, label, id), "CERTIFICATE", out);
+        }
+    }
+
+    @Command(name = "read-public-key", description = "Reads an RSA public key; prints it as PEM.")
+    static final class ReadPublicKey extends OnObject {
+        @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead.")
+        private Path out;
+
+        @Override
+        void run(Token token, Pin pin) throws Exception {
+            RSAPublicKey key = token.readPublicKey(pin, label, id);
+            put("modulus", key.getModulus().toString(16));
+            put("exponent", key.getPublicExponent());
+            putDer("publicKey", key.getEncoded(), "PUBLIC KEY", out);
+        }
+    }
+
+    @Command(name = "import-certificate", description = "Stores a certificate.")
+    static final class ImportCertificate extends OnObject {
+        @Parameters(paramLabel = "FILE", description = "The certificate, DER; - for standard input.")
+        private Path file;
+
+        @Override
+        void run(Token token, Pin pin) throws Exception {
+            token.importCertificate(pin, label, id, read(file));
+        }
+    }
+
+    @Command(name = "import-blocks", description = "Stores a certificate from two blocks whose meaning the module defines.")
+    static final class ImportBlocks extends ToolCommand.AsUser {
+        @Parameters(index = "0", paramLabel = "FIRST", description = "The first block.")
+        private Path first;
+
+        @Parameters(index = "1", paramLabel = "SECOND", description = "The second block.")
+        private Path second;
+
+        @Override
+        void run(Token token, Pin pin) throws Exception {
+            token.importCertificateBlocks(pin, read(first), read(second));
+        }
+    }
+
+    @Command(name = "generate-rsa", description = "Generates an RSA key pair on the token.")
+    static final class GenerateRsa extends OnObject {
+        @Option(names = {"-b", "--bits"}, defaultValue = "2048", paramLabel = "N",
+                description = "The length of the modulus (default: ${DEFAULT-VALUE}).")
+        private int bits;
+
+        @Override
+        void run(Token token, Pin pin) throws Exception {
+            token.generateRsaKeyPair(pin, bits, label, id);
+        }
+    }
+
+    @Command(name = "generate-gost", description = "Generates a GOST R 34.10-2001 key pair on the token.")
+    static final class GenerateGost extends OnObject {
+        @Override
+        void run(Token token, Pin pin) throws Exception {
+            token.generateGostKeyPair(pin, label, id);
+        }
+    }
+}

@@ -1,0 +1,67 @@
+package com.tovr.smartcard.vornixtoken.tool;
+
+import com.tovr.smartcard.vornixtoken.Pin;
+
+import java.io.Console;
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.Arrays;
+
+/** Gets a PIN from a file, from the environment or from the person at the terminal, in this order. */
+final class PinSource {
+    private PinSource() {
+    }
+
+    /** A PIN that counts already. */
+    static Pin existing(String name, Path file, String variable) throws IOException {
+        Pin pin = withoutPrompt(file, variable);
+        return pin != null ? pin : Pin.of(prompt(name, variable));
+    }
+
+    /** A PIN that shall count: typed twice. */
+    static Pin chosen(String name, Path file, String variable) throws IOException {
+        Pin pin = withoutPrompt(file, variable);
+        if (pin != null) {
+            return pin;
+        }
+        char[] once = prompt(name, variable);
+        char[] again = prompt(name + " again", variable);
+        try {
+            if (!Arrays.equals(once, again)) {
+                throw new IOException("the two inputs differ");
+            }
+            return Pin.of(once);
+        } finally {
+            Arrays.fill(once, '\0');
+            Arrays.fill(again, '\0');
+        }
+    }
+
+    private static Pin withoutPrompt(Path file, String variable) throws IOException {
+        if (file != null) {
+            return Pin.of(firstLine(Files.readAllBytes(file)));
+        }
+        String value = System.getenv(variable);
+        return value == null ? null : Pin.of(value.toCharArray());
+    }
+
+    private static byte[] firstLine(byte[] content) {
+        int length = 0;
+        while (length < content.length && content[length] != '\n' && content[length] != '\r') {
+            length++;
+        }
+        byte[] line = Arrays.copyOf(content, length);
+        Arrays.fill(content, (byte) 0);
+        return line;
+    }
+
+    private static char[] prompt(String name, String variable) throws IOException {
+        Console console = System.console();
+        char[] typed = console == null ? null : console.readPassword("%s: ", name);
+        if (typed == null) {
+            throw new IOException("no " + name + ": there is no terminal to ask at, and " + variable + " is not set");
+        }
+        return typed;
+    }
+}

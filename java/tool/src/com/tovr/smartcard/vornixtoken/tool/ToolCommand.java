@@ -1,0 +1,150 @@
+package com.tovr.smartcard.vornixtoken.tool;
+
+import com.tovr.smartcard.vornixtoken.Pin;
+import com.tovr.smartcard.vornixtoken.Token;
+
+import picocli.CommandLine.Command;
+import picocli.CommandLine.ITypeConverter;
+import picocli.CommandLine.Model.CommandSpec;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.ParentCommand;
+import picocli.CommandLine.Spec;
+import picocli.CommandLine.TypeConversionException;
+
+import java.io.IOException;
+import java.io.InputStream;
+import java.io.ByteArrayOutputStream;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.Paths;
+import java.util.Base64;
+import java.util.LinkedHashMap;
+import java.util.Map;
+import java.util.concurrent.Callable;
+
+/** What the subcommands have in common: their result is a list of named values, printed as text or as JSON. */
+@Command(mixinStandardHelpOptions = true, sortOptions = false)
+abstract class ToolCommand implements Callable<Integer> {
+    @ParentCommand
+    private VornixTokenTool tool;
+
+    @Spec
+    private CommandSpec spec;
+
+    private final Map<String, Object> result = new LinkedHashMap<>();
+
+    /** Does the job and puts its results. */
+    abstract void run() throws Exception;
+
+    @Override
+    public Integer call() throws Exception {
+        result.put("ok", true);
+        run();
+        if (tool.wantsJson()) {
+            print(Json.text(result));
+        }
+        return 0;
+    }
+
+    /** A value for JSON alone. */
+    void put(String name, Object value) {
+        result.put(name, value);
+    }
+
+    /** A value for JSON, and a line of text. */
+    void put(String name, Object value, String line) {
+        put(name, value);
+        say(line);
+    }
+
+    /** A line of text alone. */
+    void say(String line) {
+        if (!tool.wantsJson()) {
+            print(line);
+        }
+    }
+
+    /** A DER structure: base64 for JSON; otherwise into a file, or as PEM. */
+    void putDer(String name, byte[] der, String pemType, Path file) throws IOException {
+        put(name, Base64.getEncoder().encodeToString(der));
+        if (file != null) {
+            Files.write(file, der);
+        } else {
+            String base64 = Base64.getMimeEncoder(64, new byte[] {'\n'}).encodeToString(der);
+            say("-----BEGIN " + pemType + "-----\n" + base64 + "\n-----END " + pemType + "-----");
+        }
+    }
+
+    private void print(String line) {
+        spec.commandLine().getOut().println(line);
+        spec.commandLine().getOut().flush();
+    }
+
+    /** Reads a file, or standard input for "-". */
+    static byte[] read(Path file) throws IOException {
+        if (!file.equals(Paths.get("-"))) {
+            return Files.readAllBytes(file);
+        }
+        ByteArrayOutputStream all = new ByteArrayOutputStream();
+        InputStream in = System.in;
+        byte[] buffer = new byte[8192];
+        for (int length = in.read(buffer); length >= 0; length = in.read(buffer)) {
+            all.write(buffer, 0, length);
+        }
+        return all.toByteArray();
+    }
+
+    /** With a module. */
+    abstract static class OnModule extends ToolCommand {
+        @Option(names = {"-m", "--module"}, required = true, defaultValue = "${env:VORNIX_MODULE}", paramLabel = "FILE",
+                description = "The PKCS #11 module; else VORNIX_MODULE.")
+        String module;
+    }
+
+    /** With a module and a reader. */
+    abstract static class OnToken extends OnModule {
+        @Option(names = {"-t", "--terminal"}, required = true, defaultValue = "${env:VORNIX_TERMINAL}", paramLabel = "NAME",
+                description = "The reader; else VORNIX_TERMINAL.")
+        String terminal;
+
+        @Override
+        void run() throws Exception {
+            run(new Token(module, terminal));
+        }
+
+        abstract void run(Token token) throws Exception;
+    }
+
+    /** With a module, a reader and the user PIN. */
+    abstract static class AsUser extends OnToken {
+        @Option(names = "--pin-file", paramLabel = "FILE",
+                description = "A file whose first line is the PIN; else VORNIX_USER_PIN, else the terminal is asked.")
+        Path pinFile;
+
+        @Override
+        void run(Token token) throws Exception {
+            try (Pin pin = PinSource.existing("PIN", pinFile, "VORNIX_USER_PIN")) {
+                run(token, pin);
+            }
+        }
+
+        abstract void run(Token token, Pin pin) throws Exception;
+    }
+
+    /** An ID in hexadecimal digits. */
+    static final class Id implements ITypeConverter<byte[]> {
+        static final String NONE = "";
+
+        @Override
+        public byte[] convert(String text) {
+            if (!text.matches("([0-9A-Fa-f]{2})*")) {
+                throw new TypeConversionException("'" + text + "' is not an even number of hexadecimal digits");
+            }
+            byte[] id = new byte[text.length() / 2];
+            for (int i = 0; i < id.length; i++) {
+                id[i] = (byte) Integer.parseInt(text.substring(2 * i, 2 * i + 2), 16);
+            }
+            return id;
+        }
+    }
+}

@@ -1,0 +1,116 @@
+package com.tovr.smartcard.vornixtoken.tool;
+
+import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
+
+import picocli.AutoComplete;
+import picocli.CommandLine;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.ParseResult;
+import picocli.CommandLine.ScopeType;
+
+import java.io.PrintWriter;
+import java.util.LinkedHashMap;
+import java.util.Map;
+
+/** Everything that the library can do with a token, one subcommand a job. */
+@Command(name = "vornixtoken-tool",
+        description = "Drives a smart-card token through its PKCS #11 module.",
+        mixinStandardHelpOptions = true,
+        versionProvider = VornixTokenTool.Version.class,
+        synopsisSubcommandLabel = "COMMAND",
+        subcommands = {
+            AdministrationCommands.Info.class,
+            AdministrationCommands.ListObjects.class,
+            AdministrationCommands.ChangePin.class,
+            AdministrationCommands.ChangePuk.class,
+            AdministrationCommands.Initialize.class,
+            AdministrationCommands.Clean.class,
+            AdministrationCommands.ResetTerminal.class,
+            CertificateAndKeyCommands.ReadCertificate.class,
+            CertificateAndKeyCommands.ReadPublicKey.class,
+            CertificateAndKeyCommands.ImportCertificate.class,
+            CertificateAndKeyCommands.ImportBlocks.class,
+            CertificateAndKeyCommands.GenerateRsa.class,
+            CertificateAndKeyCommands.GenerateGost.class,
+            SignatureCommands.Sign.class,
+            SignatureCommands.Verify.class,
+            SignatureCommands.CreateRequest.class,
+            AutoComplete.GenerateCompletion.class,
+            CommandLine.HelpCommand.class},
+        exitCodeListHeading = "%nExit status:%n",
+        exitCodeList = {"0:success", "1:the token or its module refused", "2:wrong usage", "3:anything else"},
+        footerHeading = "%nExamples:%n",
+        footer = {
+            "  export VORNIX_MODULE=/usr/lib/libtovr_pkcs11_main.so VORNIX_TERMINAL='Reader 0'",
+            "  vornixtoken-tool info",
+            "  vornixtoken-tool generate-rsa --label 'my key' --id 01",
+            "  vornixtoken-tool create-request --id 01 --subject CN=Alice --out alice.csr",
+            "  vornixtoken-tool list --json | tail -n 1",
+            "  source <(vornixtoken-tool generate-completion)",
+            "",
+            "PINs are read from the file that an option names, else from VORNIX_USER_PIN, VORNIX_SO_PIN or",
+            "VORNIX_NEW_PIN, else from the terminal; there is no option for the PIN itself. The library's own",
+            "messages go to standard output too; with --json the result is the last line."})
+public final class VornixTokenTool {
+    static final int REFUSED = 1;
+    static final int FAILED = 3;
+
+    @Option(names = "--json", scope = ScopeType.INHERIT, description = "Print the result as one line of JSON, the last one.")
+    private boolean json;
+
+    private VornixTokenTool() {
+    }
+
+    /**
+     * Runs the tool and ends the process.
+     *
+     * @param arguments the command line
+     */
+    public static void main(String[] arguments) {
+        System.exit(commandLine().execute(arguments));
+    }
+
+    /**
+     * Makes the tool without running it.
+     *
+     * @return the parser that executes the commands
+     */
+    public static CommandLine commandLine() {
+        VornixTokenTool tool = new VornixTokenTool();
+        CommandLine commandLine = new CommandLine(tool);
+        commandLine.setExecutionExceptionHandler(tool::report);
+        return commandLine;
+    }
+
+    boolean wantsJson() {
+        return json;
+    }
+
+    private int report(Exception failure, CommandLine command, ParseResult arguments) {
+        boolean refused = failure instanceof Pkcs11Exception;
+        if (json) {
+            Map<String, Object> result = new LinkedHashMap<>();
+            result.put("ok", false);
+            if (refused) {
+                result.put("code", Long.toUnsignedString(((Pkcs11Exception) failure).getCode()));
+                result.put("name", ((Pkcs11Exception) failure).getCodeName());
+            }
+            result.put("message", failure.getMessage());
+            command.getOut().println(Json.text(result));
+            command.getOut().flush();
+        } else {
+            PrintWriter err = command.getErr();
+            err.println(command.getCommandSpec().qualifiedName() + ": " + (refused ? failure.getMessage() : failure));
+            err.flush();
+        }
+        return refused ? REFUSED : FAILED;
+    }
+
+    static final class Version implements CommandLine.IVersionProvider {
+        @Override
+        public String[] getVersion() {
+            return new String[] {"vornixtoken-tool " + VornixTokenTool.class.getPackage().getImplementationVersion()};
+        }
+    }
+}

@@ -1,0 +1,92 @@
+package jvm;
+
+import java.io.IOException;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.Paths;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+import java.util.concurrent.TimeUnit;
+
+/** A Java process of its own, for what concerns the whole process: its standard output, its environment, its options. */
+final class ChildJvm {
+    private static final long PATIENCE_IN_SECONDS = 60;
+
+    private final List<String> options = new ArrayList<>();
+    private final ProcessBuilder builder = new ProcessBuilder();
+
+    /** One that knows where the library is. */
+    ChildJvm() {
+        this(System.getProperty("java.library.path"));
+    }
+
+    /** One that looks for the library in these folders. */
+    ChildJvm(String libraryPath) {
+        options("-Djava.library.path=" + libraryPath, "-Dvornix.scripted.module=" + Scripted.MODULE);
+    }
+
+    ChildJvm options(String... more) {
+        options.addAll(Arrays.asList(more));
+        return this;
+    }
+
+    ChildJvm environment(String name, String value) {
+        builder.environment().put(name, value);
+        return this;
+    }
+
+    /** Runs a main class on the tests' class path. */
+    Result run(Class<?> main, String... arguments) throws IOException, InterruptedException {
+        return run(System.getProperty("java.class.path"), main, arguments);
+    }
+
+    /** Runs a main class on a class path of its own. */
+    Result run(String classPath, Class<?> main, String... arguments) throws IOException, InterruptedException {
+        options("-cp", classPath, main.getName());
+        return launch(arguments);
+    }
+
+    /** Runs what the options name. */
+    Result launch(String... arguments) throws IOException, InterruptedException {
+        Path out = Files.createTempFile("child", ".out");
+        Path err = Files.createTempFile("child", ".err");
+        try {
+            List<String> command = new ArrayList<>();
+            command.add(Paths.get(System.getProperty("java.home"), "bin", "java").toString());
+            command.addAll(options);
+            command.addAll(Arrays.asList(arguments));
+            Process process = builder.command(command).redirectOutput(out.toFile()).redirectError(err.toFile()).start();
+            if (!process.waitFor(PATIENCE_IN_SECONDS, TimeUnit.SECONDS)) {
+                process.destroyForcibly();
+                throw new AssertionError("no end within " + PATIENCE_IN_SECONDS + " s: " + command);
+            }
+            return new Result(process.exitValue(), text(out), text(err));
+        } finally {
+            Files.delete(out);
+            Files.delete(err);
+        }
+    }
+
+    private static String text(Path file) throws IOException {
+        return new String(Files.readAllBytes(file), StandardCharsets.UTF_8);
+    }
+
+    static final class Result {
+        final int status;
+        final String out;
+        final String err;
+
+        Result(int status, String out, String err) {
+            this.status = status;
+            this.out = out;
+            this.err = err;
+        }
+
+        @Override
+        public String toString() {
+            return "status " + status + "\n--- out\n" + out + "--- err\n" + err;
+        }
+    }
+}

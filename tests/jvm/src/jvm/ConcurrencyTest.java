@@ -1,0 +1,56 @@
+package jvm;
+
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+
+import com.tovr.smartcard.vornixtoken.Pin;
+import com.tovr.smartcard.vornixtoken.Token;
+
+import org.junit.jupiter.api.Tag;
+import org.junit.jupiter.api.Test;
+
+import java.util.List;
+import java.util.Random;
+import java.util.stream.Collectors;
+
+class ConcurrencyTest extends ScriptedToken {
+    @Test
+    void jobsOfManyThreadsFollowOneAnother() {
+        List<String> lifecycle = Transcript.during(() -> Threads.run(8, 50, () -> {
+            try (Pin pin = Pin.of(PIN.clone())) {
+                assertEquals(6, new Token(module, READER).listObjects(pin).size());
+            }
+        })).stream().filter(call -> call.matches("C_(Initialize|Finalize).*")).collect(Collectors.toList());
+
+        assertEquals(2 * 8 * 50, lifecycle.size());
+        for (int i = 0; i < lifecycle.size(); i++) {
+            assertEquals(i % 2 == 0 ? "C_Initialize(null): CKR_OK" : "C_Finalize(null): CKR_OK", lifecycle.get(i));
+        }
+    }
+
+    @Test
+    @Tag("large")
+    void resultsAreWholeWhileTheCollectorIsBusy() throws Exception {
+        byte[] value = new byte[1 << 18];
+        new Random(2).nextBytes(value);
+        Token token = new Token(module, READER);
+        try (Pin pin = Pin.of(PIN.clone())) {
+            token.importCertificate(pin, "large", NONE, value);
+            Thread collector = new Thread(() -> {
+                while (!Thread.currentThread().isInterrupted()) {
+                    System.gc();
+                }
+            });
+            collector.start();
+            try {
+                for (int i = 0; i < 10; i++) {
+                    assertArrayEquals(value,
+                            token.readCertificateBytes(pin, "large", NONE));
+                }
+            } finally {
+                collector.interrupt();
+                collector.join();
+            }
+        }
+    }
+}

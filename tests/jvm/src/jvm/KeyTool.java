@@ -1,0 +1,35 @@
+package jvm;
+
+import java.io.InputStream;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.Paths;
+import java.security.KeyStore;
+import java.security.cert.X509Certificate;
+
+/** Certificates made by the JDK's keytool. */
+final class KeyTool {
+    private static final String PASSWORD = "password";
+
+    private KeyTool() {
+    }
+
+    /** Makes a key pair and returns its self-signed certificate. */
+    static X509Certificate certificate(String name) throws Exception {
+        Path folder = Files.createTempDirectory("keytool");
+        Path store = folder.resolve("store.p12");
+        try {
+            Processes.run(Paths.get(System.getProperty("java.home"), "bin", "keytool").toString(), "-genkeypair",
+                    "-alias", "a", "-keyalg", "RSA", "-keysize", "2048", "-dname", name, "-storetype", "PKCS12",
+                    "-storepass", PASSWORD, "-keystore", store.toString());
+            KeyStore keys = KeyStore.getInstance("PKCS12");
+            try (InputStream content = Files.newInputStream(store)) {
+                keys.load(content, PASSWORD.toCharArray());
+            }
+            return (X509Certificate) keys.getCertificate("a");
+        } finally {
+            Files.deleteIfExists(store);
+            Files.delete(folder);
+        }
+    }
+}

@@ -1,0 +1,21 @@
+package jvm;
+
+import com.tovr.smartcard.vornixtoken.NativeLibrary;
+import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
+
+/** Loads the library as the Java API does and makes one call; prints why if that cannot be. */
+final class LibraryLoader {
+    private LibraryLoader() {
+    }
+
+    public static void main(String[] arguments) {
+        try {
+            NativeLibrary.load();
+            NativeLibrary.load();
+            System.out.println("result " + Pkcs11Wrapper.pkcs7Verify(Scripted.MODULE, null, null));
+        } catch (UnsatisfiedLinkError failure) {
+            System.out.println(failure.getMessage());
+            System.exit(1);
+        }
+    }
+}

@@ -1,0 +1,78 @@
+package jvm;
+
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertNull;
+import static org.junit.jupiter.api.Assertions.assertThrows;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.tovr.smartcard.vornixtoken.Pin;
+import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
+import com.tovr.smartcard.vornixtoken.Token;
+
+import org.junit.jupiter.api.Test;
+
+class PinTest extends ScriptedToken {
+    @Test
+    void itWipesWhatItIsMadeOf() {
+        char[] characters = "12345678".toCharArray();
+        byte[] bytes = PIN.clone();
+
+        Pin.of(characters);
+        Pin.of(bytes);
+
+        assertArrayEquals(new char[8], characters);
+        assertArrayEquals(new byte[8], bytes);
+    }
+
+    @Test
+    void charactersBecomeUtf8() throws Exception {
+        String call = loginWith(Pin.of("p\u00eb\u6f22\uD83D\uDE00".toCharArray()));
+
+        assertEquals("C_Login(session, CKU_USER, PIN 70c3abe6bca2f09f9880 [10]): CKR_PIN_INCORRECT", call);
+    }
+
+    @Test
+    void bytesStayAsTheyAre() throws Exception {
+        assertEquals("C_Login(session, CKU_USER, PIN 00ff [2]): CKR_PIN_INCORRECT",
+                loginWith(Pin.of(new byte[] {0, (byte) 0xff})));
+    }
+
+    @Test
+    void noPinIsAnEmptyOne() throws Exception {
+        assertEquals("C_Login(session, CKU_USER, PIN null [0]): CKR_PIN_INCORRECT", loginWith(Pin.none()));
+    }
+
+    @Test
+    void halfASurrogatePairIsRefusedWithoutTellingThePin() {
+        char[] characters = {'1', '2', '\uD83D'};
+
+        IllegalArgumentException failure = assertThrows(IllegalArgumentException.class, () -> Pin.of(characters));
+
+        assertEquals("the PIN is not a valid text", failure.getMessage());
+        assertNull(failure.getCause());
+        assertArrayEquals(new char[3], characters);
+    }
+
+    @Test
+    void itCannotBeUsedOnceItIsClosed() {
+        Pin pin = Pin.of(PIN.clone());
+        pin.close();
+        pin.close();
+
+        assertThrows(IllegalStateException.class, () -> new Token(module, READER).clean(pin));
+    }
+
+    @Test
+    void itIsNotPrinted() {
+        assertEquals("Pin", Pin.of(PIN.clone()).toString());
+    }
+
+    private String loginWith(Pin pin) {
+        Token token = new Token(module, READER);
+        return Transcript.line("C_Login", () -> {
+            Pkcs11Exception failure = assertThrows(Pkcs11Exception.class, () -> token.clean(pin));
+            assertTrue(failure.getCode() == 0xA0);
+        });
+    }
+}

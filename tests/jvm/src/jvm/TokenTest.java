@@ -1,0 +1,251 @@
+package jvm;
+
+import static jvm.Scripted.ascii;
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertThrows;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.tovr.smartcard.vornixtoken.Pin;
+import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
+import com.tovr.smartcard.vornixtoken.RequestContent;
+import com.tovr.smartcard.vornixtoken.Token;
+import com.tovr.smartcard.vornixtoken.TokenInfo;
+import com.tovr.smartcard.vornixtoken.TokenObject;
+
+import org.junit.jupiter.api.BeforeEach;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.function.Executable;
+
+import java.math.BigInteger;
+import java.nio.charset.StandardCharsets;
+import java.security.cert.CertificateException;
+import java.security.cert.X509Certificate;
+import java.security.interfaces.RSAPublicKey;
+import java.util.EnumSet;
+import java.util.List;
+import java.util.Optional;
+
+class TokenTest extends ScriptedToken {
+    private static final byte[] ALICE = {1};
+    private static final byte[] NOBODY = {9};
+
+    private Token token;
+    private Pin pin;
+    private Pin wrong;
+
+    @BeforeEach
+    void makeToken() {
+        token = new Token(module, READER);
+        pin = Pin.of(PIN.clone());
+        wrong = Pin.of(WRONG_PIN.clone());
+    }
+
+    @Test
+    void pinsAndPuksChange() throws Exception {
+        Pin other = Pin.of("another PIN".toCharArray());
+
+        token.changePin(pin, other);
+        assertRefused(0xA0, "CKR_PIN_INCORRECT", () -> token.listObjects(pin));
+        token.changePin(other, pin);
+
+        Pin puk = Pin.of(SO_PIN.clone());
+        token.changePuk(puk, other);
+        assertRefused(0xA0, "CKR_PIN_INCORRECT", () -> token.changePuk(puk, other));
+        token.changePuk(other, puk);
+        assertEquals(6, token.listObjects(pin).size());
+    }
+
+    @Test
+    void initialisingAndCleaningEmptyTheToken() throws Exception {
+        token.clean(pin);
+        assertTrue(token.listObjects(pin).isEmpty());
+
+        token.initialize(Pin.of(SO_PIN.clone()));
+        assertEquals("VORNIX Token", token.readInfo().getLabel());
+
+        assertRefused(0xA0, "CKR_PIN_INCORRECT", () -> token.clean(wrong));
+        assertRefused(0xA0, "CKR_PIN_INCORRECT", () -> token.initialize(wrong));
+    }
+
+    @Test
+    void theTokensInformationIsTyped() throws Exception {
+        TokenInfo info = token.readInfo();
+
+        assertEquals("Scripted Token", info.getLabel());
+        assertEquals("Scripted Works", info.getManufacturer());
+        assertEquals("Scripted Model", info.getModel());
+        assertEquals("0123456789abcdef", info.getSerialNumber());
+        assertEquals(0x40d, info.getFlagWord());
+        assertEquals(EnumSet.of(TokenInfo.Flag.RNG, TokenInfo.Flag.LOGIN_REQUIRED, TokenInfo.Flag.USER_PIN_INITIALIZED,
+                TokenInfo.Flag.TOKEN_INITIALIZED), info.getFlags());
+        assertEquals("Scripted Token (Scripted Model, 0123456789abcdef)", info.toString());
+    }
+
+    @Test
+    void objectsAreTyped() throws Exception {
+        List<TokenObject> objects = token.listObjects(pin);
+
+        assertEquals(6, objects.size());
+        assertEquals(TokenObject.Kind.CERTIFICATE, objects.get(0).getKind());
+        assertEquals("alice", objects.get(0).getLabel());
+        assertArrayEquals(ALICE, objects.get(0).getId());
+        assertEquals(Optional.empty(), objects.get(0).getKeyType());
+        assertEquals(Optional.of(TokenObject.KeyType.GOSTR3410), objects.get(3).getKeyType());
+        assertArrayEquals(new byte[] {2, (byte) 0xff}, objects.get(4).getId());
+        assertEquals("02ff", objects.get(4).getIdText());
+        assertEquals("private key 'boris' 02ff GOSTR3410", objects.get(4).toString());
+        assertEquals(TokenObject.Kind.DATA, objects.get(5).getKind());
+        assertEquals(0, objects.get(5).getId().length);
+        assertThrows(UnsupportedOperationException.class, () -> objects.remove(0));
+    }
+
+    @Test
+    void anImportedCertificateIsReadBackAsSuch() throws Exception {
+        X509Certificate certificate = KeyTool.certificate("CN=Zo\u00eb, C=NO");
+
+        token.importCertificate(pin, "zo\u00eb \uD83D\uDE00", ALICE, certificate);
+
+        assertEquals(certificate, token.readCertificate(pin, "zo\u00eb \uD83D\uDE00"));
+        assertEquals(certificate, token.readCertificate(pin, "zo\u00eb \uD83D\uDE00", ALICE));
+        assertArrayEquals(certificate.getEncoded(), token.readCertificateBytes(pin, "zo\u00eb \uD83D\uDE00", ALICE));
+        assertRefused(6, "CKR_FUNCTION_FAILED", () -> token.readCertificate(pin, "zo\u00eb \uD83D\uDE00", NOBODY));
+    }
+
+    @Test
+    void whatIsNoCertificateIsNoPkcs11Failure() {
+        assertThrows(CertificateException.class, () -> token.readCertificate(pin, "alice"));
+    }
+
+    @Test
+    void twoBlocksMakeACertificate() throws Exception {
+        token.importCertificateBlocks(pin, ascii("first"), ascii("id"));
+
+        assertArrayEquals(ascii("first"), token.readCertificateBytes(pin, "", ascii("id")));
+        assertRefused(0xA0, "CKR_PIN_INCORRECT", () -> token.importCertificateBlocks(wrong, ALICE, ALICE));
+    }
+
+    @Test
+    void aModulusIsUnsigned() throws Exception {
+        token.generateRsaKeyPair(pin, 2048, "new", NOBODY);
+
+        RSAPublicKey key = token.readPublicKey(pin, "new");
+        assertEquals(key, token.readPublicKey(pin, "new", NOBODY));
+        assertEquals(new BigInteger("c1".repeat(256), 16), key.getModulus());
+        assertEquals(BigInteger.valueOf(65537), key.getPublicExponent());
+        assertRefused(0x12, "CKR_ATTRIBUTE_TYPE_INVALID", () -> token.readPublicKey(pin, "boris"));
+    }
+
+    @Test
+    void aGostPairIsGenerated() throws Exception {
+        token.generateGostKeyPair(pin, "new", NOBODY);
+
+        assertEquals(2, token.listObjects(pin).stream().filter(object -> object.getIdText().equals("09")).count());
+        assertRefused(0xA0, "CKR_PIN_INCORRECT", () -> token.generateGostKeyPair(wrong, "new", NOBODY));
+        assertRefused(0xA0, "CKR_PIN_INCORRECT", () -> token.generateRsaKeyPair(wrong, 2048, "new", NOBODY));
+    }
+
+    @Test
+    void signingReturnsTheMessage() throws Exception {
+        assertEquals("certificate 101;private 103;certificates null;flags 1;data",
+                latin(token.sign(pin, ascii("data"), ALICE, ALICE, 1)));
+        assertEquals("certificate 101;private 103;certificates {101, 101};flags 0;",
+                latin(token.sign(pin, NONE, ALICE, ALICE, 0, ALICE, ALICE)));
+        assertRefused(6, "CKR_FUNCTION_FAILED", () -> token.sign(pin, NONE, NOBODY, ALICE, 0));
+    }
+
+    @Test
+    void verificationThrowsUnlessTheMessageIsGood() throws Exception {
+        token.verify(ascii("same"), ascii("same"));
+        token.verify(null, null);
+
+        assertRefused(0xC0, "CKR_SIGNATURE_INVALID", () -> token.verify(ascii("one"), ascii("other")));
+    }
+
+    @Test
+    void aRequestHoldsWhatWasCollected() throws Exception {
+        RequestContent content = RequestContent.builder()
+                .subject("CN", "Alice").subject("C", "NO")
+                .attribute("challengePassword", "word")
+                .extension("keyUsage", true, "digitalSignature").extension("extendedKeyUsage", false, "clientAuth")
+                .build();
+
+        assertEquals("public 102;private 103;subject(2):CN,Alice,C,NO;attributes(1):challengePassword,word;"
+                + "extensions(2):keyUsage,critical,digitalSignature,extendedKeyUsage,,clientAuth;",
+                latin(token.createRequest(pin, ALICE, ALICE, content)));
+        assertEquals("public 102;private 103;subject(0):;attributes(0):;extensions(0):;",
+                latin(token.createRequest(pin, ALICE, ALICE, RequestContent.builder().build())));
+        assertRefused(6, "CKR_FUNCTION_FAILED", () -> token.createRequest(pin, NOBODY, ALICE, content));
+    }
+
+    @Test
+    void aTextOfARequestIsNeverNull() {
+        assertThrows(NullPointerException.class, () -> RequestContent.builder().subject("CN", null));
+    }
+
+    @Test
+    void successWithoutAResultIsAFailure() throws Exception {
+        token.importCertificate(pin, "empty", NONE, NONE);
+
+        Pkcs11Exception failure = assertRefused(0, "CKR_OK", () -> token.readCertificateBytes(pin, "empty", NONE));
+        assertTrue(failure.getMessage().endsWith("CKR_OK (0x0), but nothing was delivered"), failure.getMessage());
+    }
+
+    @Test
+    void aFailureTellsWhatWasTriedAndWhy() {
+        Pkcs11Exception failure = assertRefused(0xA0, "CKR_PIN_INCORRECT", () -> token.readCertificate(wrong, "alice"));
+
+        assertEquals("reading certificate 'alice', token in reader 'Scripted Reader 0' of module " + module,
+                failure.getAction());
+        assertEquals(failure.getAction() + ": CKR_PIN_INCORRECT (0xA0)", failure.getMessage());
+        assertFalse(failure.isVendorDefined());
+    }
+
+    @Test
+    void unknownReadersAndModulesAreTold() {
+        Pkcs11Exception reader = assertRefused(6, "CKR_FUNCTION_FAILED", () -> new Token(module, "Another").readInfo());
+        assertTrue(reader.getMessage().endsWith("no such reader or object"), reader.getMessage());
+
+        Pkcs11Exception absent = assertRefused(1, "CKR_CANCEL", () -> new Token("./absent.so", READER).readInfo());
+        assertTrue(absent.getMessage().endsWith("the module could not be loaded or initialised"), absent.getMessage());
+    }
+
+    @Test
+    void nullArgumentsNeverReachTheLibrary() {
+        for (Executable call : new Executable[] {
+                () -> new Token(null, READER),
+                () -> new Token(module, null),
+                () -> token.clean(null),
+                () -> token.changePin(pin, null),
+                () -> token.readCertificateBytes(pin, null, NONE),
+                () -> token.readCertificateBytes(pin, "x", null),
+                () -> token.readPublicKey(pin, null),
+                () -> token.importCertificate(pin, "x", NONE, (byte[]) null),
+                () -> token.importCertificateBlocks(pin, null, NONE),
+                () -> token.generateRsaKeyPair(pin, 2048, null, NONE),
+                () -> token.generateGostKeyPair(pin, "x", null),
+                () -> token.sign(pin, null, NONE, NONE, 0),
+                () -> token.sign(pin, NONE, NONE, NONE, 0, (byte[]) null),
+                () -> token.createRequest(pin, NONE, NONE, null),
+                () -> Token.resetTerminal(null)}) {
+            assertThrows(NullPointerException.class, call);
+        }
+    }
+
+    @Test
+    void resettingAReaderThatDoesNotExistReturns() {
+        Token.resetTerminal("Reader of no such name");
+    }
+
+    private static Pkcs11Exception assertRefused(long code, String name, Executable call) {
+        Pkcs11Exception failure = assertThrows(Pkcs11Exception.class, call);
+        assertEquals(code, failure.getCode());
+        assertEquals(name, failure.getCodeName());
+        return failure;
+    }
+
+    private static String latin(byte[] bytes) {
+        return new String(bytes, StandardCharsets.ISO_8859_1);
+    }
+}
