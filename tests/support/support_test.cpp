@@ -91,7 +91,7 @@ TEST(Story, MarksALineWithoutItsEnd)
 
 TEST(Story, TextThatStaysInABufferIsMissing)
 {
-    char buffer[64];
+    char buffer[BUFSIZ];
     Transcript transcript;
     std::FILE* late = nullptr;
     EXPECT_EQ(storyOf(transcript,
