@@ -4,6 +4,7 @@
 #include <iostream>
 #include <locale>
 #include <sstream>
+#include <string>
 
 /// Writes its arguments as one line on standard output and flushes it. Numbers stand in it in decimal whatever the host
 /// has set up for its stream or locale; the line is inserted whole, so that concurrent calls do not write into it.
@@ -13,5 +14,6 @@ void diagnose(const Parts&... parts)
     std::ostringstream line;
     line.imbue(std::locale::classic());
     (line << ... << parts) << '\n';
-    std::cout << line.str() << std::flush;
+    const std::string text = line.str();
+    std::cout.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
 }

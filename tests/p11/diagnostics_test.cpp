@@ -51,7 +51,7 @@ protected:
 
 TEST_F(DiagnosticsTest, NumbersAreDecimalWhateverTheCallersStreamState)
 {
-    std::cout << std::hex << std::showbase << std::showpos;
+    std::cout << std::hex << std::showbase << std::showpos << std::setw(80);
     EXPECT_EQ(failedInit(), line);
 }
 
