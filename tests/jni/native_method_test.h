@@ -12,6 +12,7 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <future>
 #include <iostream>
 #include <sstream>
@@ -31,9 +32,9 @@ protected:
     }
 
     template <typename Call>
-    auto run(Call native)
+    auto run(const Call& native)
     {
-        std::packaged_task<decltype(native())()> task(native);
+        std::packaged_task<decltype(native())()> task(std::ref(native));
         auto result = task.get_future();
         story = scripted::storyOf(transcript, task);
         if (HasFailure())

@@ -22,7 +22,7 @@ protected:
     }
 
     template <typename Call>
-    jlong watched(Call call)
+    jlong watched(const Call& call)
     {
         watch.emplace(secrets);
         jni.onCopy = [&](const void* copy, std::size_t length) { watch->copied(copy, length); };
@@ -45,11 +45,17 @@ class Secrets : public WatchedSecrets, public testing::WithParamInterface<Native
 protected:
     jlong watchedCall()
     {
-        const PreparedCall call = GetParam().prepare(jni, {terminalName, modulePath, secrets[0], secrets[1]});
-        return watched(call.run);
+        prepared = GetParam().prepare(jni, {terminalName, modulePath, secrets[0], secrets[1]});
+        return watched(prepared.run);
     }
 
-    void TearDown() override { expectWiped(GetParam().secrets); }
+    void TearDown() override
+    {
+        expectWiped(GetParam().secrets);
+        watch.reset();
+    }
+
+    PreparedCall prepared;
 };
 
 INSTANTIATE_TEST_SUITE_P(Every, Secrets, testing::ValuesIn(nativeCallsWithSecrets()), nameOf);

@@ -1,5 +1,5 @@
 // The heap of the test program, library included, under observation: operator new and operator delete are replaced in
-// watched_heap.cpp.
+// watched_heap.cpp. Valgrind replaces them in its turn unless told --soname-synonyms=somalloc=nouserintercepts.
 #pragma once
 
 #include <cstddef>
