@@ -11,11 +11,12 @@ else()
   set(VORNIX_JAR_DATE "1980-01-01T00:00:02Z")
 endif()
 
-# vornix_add_classes(<target> SOURCES <file>... [CLASSPATH <jar>...] [DEPENDS <target>...] [RELEASE <release>])
+# vornix_add_classes(<target> SOURCES <file>... [CLASSPATH <jar>...] [CLASSES <target of this function>...]
+#                    [DEPENDS <target that makes a jar>...] [RELEASE <release>])
 #
-# Compiles into the folder named by the target's property CLASSES; the property STAMP names a file as old as that folder.
+# Compiles into the folder that the target's property CLASSES names; its property STAMP names a file as old as that.
 function(vornix_add_classes target)
-  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "RELEASE" "SOURCES;CLASSPATH;DEPENDS")
+  cmake_parse_arguments(PARSE_ARGV 1 ARG "" "RELEASE" "SOURCES;CLASSPATH;CLASSES;DEPENDS")
   if(NOT ARG_RELEASE)
     set(ARG_RELEASE 8)
   endif()
@@ -25,16 +26,24 @@ function(vornix_add_classes target)
     cmake_path(ABSOLUTE_PATH source)
     list(APPEND sources ${source})
   endforeach()
-  list(JOIN ARG_CLASSPATH ":" classpath)
+  set(stamps)
+  set(classpath ${classes} ${ARG_CLASSPATH})
+  foreach(other IN LISTS ARG_CLASSES)
+    get_target_property(stamp ${other} STAMP)
+    get_target_property(folder ${other} CLASSES)
+    list(APPEND stamps ${stamp})
+    list(APPEND classpath ${folder})
+  endforeach()
+  list(JOIN classpath ":" classpath)
   # -options: newer compilers warn about old releases.
   add_custom_command(
     OUTPUT ${classes}.stamp
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${classes}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${classes}
     COMMAND ${Java_JAVAC_EXECUTABLE} --release ${ARG_RELEASE} -encoding UTF-8 -g -proc:none
-            -Xlint:all,-options,-serial,-path -Werror --class-path "${classes}:${classpath}" -d ${classes} ${sources}
+            -Xlint:all,-options,-serial,-path -Werror --class-path "${classpath}" -d ${classes} ${sources}
     COMMAND ${CMAKE_COMMAND} -E touch ${classes}.stamp
-    DEPENDS ${sources} ${ARG_CLASSPATH} ${ARG_DEPENDS}
+    DEPENDS ${sources} ${ARG_CLASSPATH} ${stamps} ${ARG_CLASSES} ${ARG_DEPENDS}
     COMMENT "Compiling the Java classes of ${target}"
     VERBATIM)
   add_custom_target(${target} ALL DEPENDS ${classes}.stamp)

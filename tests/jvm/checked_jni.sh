@@ -14,7 +14,9 @@ trap 'rm -f "$output"' EXIT
 "$@" >"$output" 2>&1
 status=$?
 
-known='^WARNING in native method: JNI call made without checking exceptions when required to from |^WARNING: JNI local refs: [0-9]+, exceeds capacity: [0-9]+$'
+unchecked='^WARNING in native method: JNI call made without checking exceptions when required to from '
+kept='^WARNING: JNI local refs: [0-9]+, exceeds capacity: [0-9]+$'
+known="$unchecked|$kept"
 told=$(grep -cE "$known" "$output")
 others=$(grep -E 'WARNING|Warning|FATAL' "$output" | grep -vE "$known")
 

@@ -46,7 +46,8 @@ class CertificatesAndKeysTest extends ScriptedToken {
         String search = Transcript.line("C_FindObjectsInit",
                 () -> Pkcs11Wrapper.getX509Certificate(READER, module, PIN, "alice", NONE, new ArrayList<>()));
 
-        assertEquals("C_FindObjectsInit(session, {CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"alice\" [5]}): CKR_OK", search);
+        assertEquals("C_FindObjectsInit(session, {CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"alice\" [5]}): CKR_OK",
+                search);
     }
 
     @Test
@@ -110,10 +111,8 @@ class CertificatesAndKeysTest extends ScriptedToken {
     @ParameterizedTest(name = "{0}")
     @MethodSource
     void textsReachTheModuleAsModifiedUtf8(String name, String label, String bytes) {
-        String search = Transcript.line("C_FindObjectsInit",
-                () -> assertEquals(6, Pkcs11Wrapper.getX509Certificate(READER, module, PIN, label, NONE, new ArrayList<>())));
-
-        assertEquals("C_FindObjectsInit(session, {CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL " + bytes + "}): CKR_OK", search);
+        assertEquals("C_FindObjectsInit(session, {CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL " + bytes + "}): CKR_OK",
+                searchForCertificate(label));
     }
 
     static Stream<Arguments> textsReachTheModuleAsModifiedUtf8() {
@@ -128,8 +127,7 @@ class CertificatesAndKeysTest extends ScriptedToken {
 
     @Test
     void anEmptyLabelIsPartOfTheSearch() {
-        String search = Transcript.line("C_FindObjectsInit",
-                () -> assertEquals(6, Pkcs11Wrapper.getX509Certificate(READER, module, PIN, "", NONE, new ArrayList<>())));
+        String search = searchForCertificate("");
 
         assertTrue(search.matches(".*CKA_LABEL .*\\[0]}\\): CKR_OK"), search);
     }
@@ -200,5 +198,11 @@ class CertificatesAndKeysTest extends ScriptedToken {
     void keyPairsNeedThePin() {
         assertEquals(0xA0, Pkcs11Wrapper.generateKeyPair(READER, module, WRONG_PIN, 2048, "new", NEW_ID));
         assertEquals(0xA0, Pkcs11Wrapper.generateGostR3410_2001KeyPair(READER, module, WRONG_PIN, "new", NEW_ID));
+    }
+
+    /** Looks for a certificate that is not there and returns the search as the module received it. */
+    private String searchForCertificate(String label) {
+        return Transcript.line("C_FindObjectsInit", () -> assertEquals(6,
+                Pkcs11Wrapper.getX509Certificate(READER, module, PIN, label, NONE, new ArrayList<>())));
     }
 }

@@ -10,7 +10,7 @@ import java.util.Arrays;
 import java.util.List;
 import java.util.concurrent.TimeUnit;
 
-/** A Java process of its own, for what concerns the whole process: its standard output, its environment, its options. */
+/** A Java process of its own, for what concerns a whole process: its standard output, its environment, its options. */
 final class ChildJvm {
     private static final long PATIENCE_IN_SECONDS = 60;
 
@@ -34,6 +34,11 @@ final class ChildJvm {
 
     ChildJvm environment(String name, String value) {
         builder.environment().put(name, value);
+        return this;
+    }
+
+    ChildJvm without(String name) {
+        builder.environment().remove(name);
         return this;
     }
 

@@ -25,7 +25,8 @@ class DiagnosticsTest {
         return Stream.of(
                 Arguments.of("success", "result 0\n"),
                 Arguments.of("module that cannot be loaded",
-                        "Error while load ./absent.so: ./absent.so: cannot open shared object file: No such file or directory\n"
+                        "Error while load ./absent.so: "
+                                + "./absent.so: cannot open shared object file: No such file or directory\n"
                                 + "Library not loaded\n"
                                 + "Failed to Initialize P11Wrapper\n"
                                 + "result 1\n"),

@@ -9,7 +9,7 @@ import java.security.KeyStore;
 import java.security.Provider;
 import java.security.Security;
 
-/** Logs in to SoftHSM2 through the JDK's own PKCS #11 provider, then asks the library for something that names nothing. */
+/** Logs in to SoftHSM2 through the JDK's own PKCS #11 provider, then asks for a signature or request by nobody. */
 final class LoggedInElsewhere {
     private LoggedInElsewhere() {
     }

@@ -56,7 +56,8 @@ class ModuleAccessTest extends ScriptedToken {
 
     @Test
     void aCallIsWholeAndLeavesTheModuleFinalised() {
-        List<String> calls = Transcript.during(() -> assertEquals(0, Pkcs11Wrapper.setPin(READER, module, PIN, NEW_PIN)));
+        List<String> calls = Transcript
+                .during(() -> assertEquals(0, Pkcs11Wrapper.setPin(READER, module, PIN, NEW_PIN)));
 
         assertEquals(Arrays.asList(
                 "C_GetFunctionList: CKR_OK",

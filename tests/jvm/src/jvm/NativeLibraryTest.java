@@ -39,7 +39,8 @@ class NativeLibraryTest {
 
     @Test
     void nothingElseIsTriedWhenThePropertyNamesAWrongFile() throws Exception {
-        ChildJvm.Result result = new ChildJvm().options("-Dvornixtoken.library=/nonexistent.so").run(LibraryLoader.class);
+        ChildJvm.Result result = new ChildJvm().options("-Dvornixtoken.library=/nonexistent.so")
+                .run(LibraryLoader.class);
 
         assertEquals(FILE + " cannot be loaded. Tried:\n"
                 + "- system property vornixtoken.library: Can't load library: /nonexistent.so\n", result.out);
@@ -66,7 +67,8 @@ class NativeLibraryTest {
     void theJarOfThisPlatformHoldsACopy() throws Exception {
         String classes = System.getProperty("java.class.path").split(File.pathSeparator)[0];
 
-        assertLoaded(child.run(System.getProperty("vornix.platform.jar") + File.pathSeparator + classes, LibraryLoader.class));
+        assertLoaded(child
+                .run(System.getProperty("vornix.platform.jar") + File.pathSeparator + classes, LibraryLoader.class));
     }
 
     @Test

@@ -29,8 +29,8 @@ final class SoftHsm {
         while (true) {
             Path tokens = emptyFolder(CONFIGURATION.resolveSibling("tokens"));
             Files.write(CONFIGURATION, Arrays.asList("directories.tokendir = " + tokens, "log.level = ERROR"));
-            Matcher slot = assigned.matcher(Processes.run(System.getProperty("vornix.softhsm.util"), "--init-token", "--free",
-                    "--label", "jvm", "--so-pin", SO_PIN, "--pin", PIN));
+            Matcher slot = assigned.matcher(Processes.run(System.getProperty("vornix.softhsm.util"),
+                    "--init-token", "--free", "--label", "jvm", "--so-pin", SO_PIN, "--pin", PIN));
             if (!slot.find()) {
                 throw new IOException("softhsm2-util told no slot");
             }

@@ -72,7 +72,8 @@ class SoftHsmTest {
         assertEquals(0, Pkcs11Wrapper.generateKeyPair(reader, MODULE, PIN, 2048, "pair \u03a9", ID));
 
         List<String> listed = objects().stream()
-                .map(object -> object.getType() + " " + object.getLabel() + " " + object.getId() + " " + object.getKeyType())
+                .map(object -> String.join(" ", object.getType(), object.getLabel(), object.getId(),
+                        object.getKeyType()))
                 .sorted().collect(Collectors.toList());
         assertEquals(List.of("private key pair \u03a9 cafe RSA", "public key pair \u03a9 cafe RSA"), listed);
 
@@ -91,7 +92,8 @@ class SoftHsmTest {
         byte[] stored = KeyTool.certificate("CN=Alice").getEncoded();
         Path file = Files.write(folder.resolve("certificate.der"), stored);
         Processes.run(System.getProperty("vornix.pkcs11.tool"), "--module", MODULE, "--token-label", "jvm", "--login",
-                "--pin", SoftHsm.PIN, "--write-object", file.toString(), "--type", "cert", "--label", "alice", "--id", "cafe");
+                "--pin", SoftHsm.PIN, "--write-object", file.toString(), "--type", "cert", "--label", "alice",
+                "--id", "cafe");
 
         ArrayList<Byte> certificate = new ArrayList<>();
         assertEquals(0, Pkcs11Wrapper.getX509Certificate(reader, MODULE, PIN, "alice", ID, certificate));

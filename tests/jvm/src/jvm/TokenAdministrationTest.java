@@ -18,10 +18,11 @@ import java.util.stream.Collectors;
 class TokenAdministrationTest extends ScriptedToken {
     @Test
     void initCardEmptiesTheTokenUnderItsFixedLabel() {
-        String call = Transcript.line("C_InitToken", () -> assertEquals(0, Pkcs11Wrapper.initCard(READER, module, SO_PIN)));
+        String call = Transcript.line("C_InitToken",
+                () -> assertEquals(0, Pkcs11Wrapper.initCard(READER, module, SO_PIN)));
 
-        assertEquals("C_InitToken(slot 7, PIN \"87654321\" [8], label \"VORNIX Token                    \" [32]): CKR_OK",
-                call);
+        assertEquals("C_InitToken(slot 7, PIN \"87654321\" [8], "
+                + "label \"VORNIX Token                    \" [32]): CKR_OK", call);
         assertEquals("VORNIX Token", label());
         assertTrue(objects().isEmpty());
     }
@@ -68,9 +69,10 @@ class TokenAdministrationTest extends ScriptedToken {
 
     @Test
     void getTokenInfoPassesOverNullAndEmptyArrays() {
+        String[] none = {};
         String[] serialNumber = new String[1];
 
-        assertEquals(0, Pkcs11Wrapper.getTokenInfo(READER, module, null, new String[0], null, serialNumber, new String[0]));
+        assertEquals(0, Pkcs11Wrapper.getTokenInfo(READER, module, null, none, null, serialNumber, none));
 
         assertEquals("0123456789abcdef", serialNumber[0]);
     }

@@ -42,7 +42,8 @@ final class Transcript {
 
     /** Returns the one line among those that a piece of work adds that begins so. */
     static String line(String beginning, Runnable work) {
-        List<String> lines = during(work).stream().filter(line -> line.startsWith(beginning)).collect(Collectors.toList());
+        List<String> lines = during(work).stream().filter(line -> line.startsWith(beginning))
+                .collect(Collectors.toList());
         if (lines.size() != 1) {
             throw new AssertionError("one line beginning " + beginning + " expected, not " + lines);
         }

@@ -102,8 +102,9 @@ public final class NativeLibrary {
                 if (!refusal.getClass().getSimpleName().equals("IllegalCallerException")) {
                     throw refusal;
                 }
-                throw (UnsatisfiedLinkError) new UnsatisfiedLinkError(FILE + " may not be loaded: " + refusal.getMessage()
-                        + ". Start Java with --enable-native-access=" + caller()).initCause(refusal);
+                throw (UnsatisfiedLinkError) new UnsatisfiedLinkError(FILE + " may not be loaded: "
+                        + refusal.getMessage() + ". Start Java with --enable-native-access=" + caller())
+                                .initCause(refusal);
             }
         }
 

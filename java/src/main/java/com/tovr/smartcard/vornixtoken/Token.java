@@ -356,8 +356,8 @@ public final class Token {
         String[] attributes = content.attributes();
         String[] extensions = content.extensions();
         ArrayList<Byte> request = new ArrayList<>();
-        return deliver("creating a certificate request", request, () -> Pkcs11Wrapper.createCSR(terminalName, modulePath,
-                code, publicKeyId, privateKeyId, subject, attributes, extensions, request));
+        return deliver("creating a certificate request", request, () -> Pkcs11Wrapper.createCSR(terminalName,
+                modulePath, code, publicKeyId, privateKeyId, subject, attributes, extensions, request));
     }
 
     /**

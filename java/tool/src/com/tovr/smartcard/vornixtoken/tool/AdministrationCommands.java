@@ -53,7 +53,7 @@ final class AdministrationCommands {
     @Command(name = "change-pin", description = "Changes the user PIN.")
     static final class ChangePin extends ToolCommand.AsUser {
         @Option(names = "--new-pin-file", paramLabel = "FILE",
-                description = "A file whose first line is the new PIN; else VORNIX_NEW_PIN, else the terminal is asked.")
+                description = "A file whose first line is the new PIN; else VORNIX_NEW_PIN, else you are asked.")
         private Path newPinFile;
 
         @Override
@@ -67,7 +67,7 @@ final class AdministrationCommands {
     /** With a module, a reader and the security officer's PIN. */
     private abstract static class AsSecurityOfficer extends ToolCommand.OnToken {
         @Option(names = "--puk-file", paramLabel = "FILE",
-                description = "A file whose first line is the PUK; else VORNIX_SO_PIN, else the terminal is asked.")
+                description = "A file whose first line is the PUK; else VORNIX_SO_PIN, else you are asked.")
         private Path pukFile;
 
         @Override
@@ -83,7 +83,7 @@ final class AdministrationCommands {
     @Command(name = "change-puk", description = "Changes the PUK, the security officer's PIN.")
     static final class ChangePuk extends AsSecurityOfficer {
         @Option(names = "--new-puk-file", paramLabel = "FILE",
-                description = "A file whose first line is the new PUK; else VORNIX_NEW_PIN, else the terminal is asked.")
+                description = "A file whose first line is the new PUK; else VORNIX_NEW_PIN, else you are asked.")
         private Path newPukFile;
 
         @Override
@@ -94,7 +94,8 @@ final class AdministrationCommands {
         }
     }
 
-    @Command(name = "init", description = "Initialises the token under the label \"VORNIX Token\". All its objects are lost.")
+    @Command(name = "init",
+            description = "Initialises the token under the label \"VORNIX Token\". All its objects are lost.")
     static final class Initialize extends AsSecurityOfficer {
         @Override
         void run(Token token, Pin puk) throws Exception {
@@ -111,10 +112,10 @@ final class AdministrationCommands {
     }
 
     @Command(name = "reset-terminal",
-            description = "Powers the card in a reader down by the PC/SC service. A failure is printed, but not known here.")
+            description = "Powers the card in a reader down by the PC/SC service. A failure is printed only.")
     static final class ResetTerminal extends ToolCommand {
-        @Option(names = {"-t", "--terminal"}, required = true, defaultValue = "${env:VORNIX_TERMINAL}", paramLabel = "NAME",
-                description = "The reader's full name; else VORNIX_TERMINAL.")
+        @Option(names = {"-t", "--terminal"}, required = true, defaultValue = "${env:VORNIX_TERMINAL}",
+                paramLabel = "NAME", description = "The reader's full name; else VORNIX_TERMINAL.")
         private String terminal;
 
         @Override

@@ -20,9 +20,9 @@ final class CertificateAndKeyCommands {
         @Option(names = {"-l", "--label"}, required = true, paramLabel = "TEXT", description = "The object's label.")
         String label;
 
-        @Option(names = {"-i", "--id"}, paramLabel = "HEX", converter = ToolCommand.Id.class, defaultValue = ToolCommand.Id.NONE,
+        @Option(names = {"-i", "--id"}, paramLabel = "HEX", defaultValue = Id.NONE,
                 description = "The object's ID; none if not given.")
-        byte[] id;
+        Id id;
     }
 
     @Command(name = "read-certificate", description = "Reads a certificate; prints it as PEM.")
@@ -32,7 +32,7 @@ final class CertificateAndKeyCommands {
 
         @Override
         void run(Token token, Pin pin) throws Exception {
-            putDer("certificate", token.readCertificateBytes(pin, label, id), "CERTIFICATE", out);
+            putDer("certificate", token.readCertificateBytes(pin, label, id.bytes()), "CERTIFICATE", out);
         }
     }
 
@@ -43,7 +43,7 @@ final class CertificateAndKeyCommands {
 
         @Override
         void run(Token token, Pin pin) throws Exception {
-            RSAPublicKey key = token.readPublicKey(pin, label, id);
+            RSAPublicKey key = token.readPublicKey(pin, label, id.bytes());
             put("modulus", key.getModulus().toString(16));
             put("exponent", key.getPublicExponent());
             putDer("publicKey", key.getEncoded(), "PUBLIC KEY", out);
@@ -57,11 +57,12 @@ final class CertificateAndKeyCommands {
 
         @Override
         void run(Token token, Pin pin) throws Exception {
-            token.importCertificate(pin, label, id, read(file));
+            token.importCertificate(pin, label, id.bytes(), read(file));
         }
     }
 
-    @Command(name = "import-blocks", description = "Stores a certificate from two blocks whose meaning the module defines.")
+    @Command(name = "import-blocks",
+            description = "Stores a certificate from two blocks whose meaning the module defines.")
     static final class ImportBlocks extends ToolCommand.AsUser {
         @Parameters(index = "0", paramLabel = "FIRST", description = "The first block.")
         private Path first;
@@ -83,7 +84,7 @@ final class CertificateAndKeyCommands {
 
         @Override
         void run(Token token, Pin pin) throws Exception {
-            token.generateRsaKeyPair(pin, bits, label, id);
+            token.generateRsaKeyPair(pin, bits, label, id.bytes());
         }
     }
 
@@ -91,7 +92,7 @@ final class CertificateAndKeyCommands {
     static final class GenerateGost extends OnObject {
         @Override
         void run(Token token, Pin pin) throws Exception {
-            token.generateGostKeyPair(pin, label, id);
+            token.generateGostKeyPair(pin, label, id.bytes());
         }
     }
 }

@@ -15,18 +15,18 @@ final class PinSource {
 
     /** A PIN that counts already. */
     static Pin existing(String name, Path file, String variable) throws IOException {
-        Pin pin = withoutPrompt(file, variable);
-        return pin != null ? pin : Pin.of(prompt(name, variable));
+        Pin pin = withoutAsking(file, variable);
+        return pin != null ? pin : Pin.of(ask(name, variable));
     }
 
     /** A PIN that shall count: typed twice. */
     static Pin chosen(String name, Path file, String variable) throws IOException {
-        Pin pin = withoutPrompt(file, variable);
+        Pin pin = withoutAsking(file, variable);
         if (pin != null) {
             return pin;
         }
-        char[] once = prompt(name, variable);
-        char[] again = prompt(name + " again", variable);
+        char[] once = ask(name, variable);
+        char[] again = ask(name + " again", variable);
         try {
             if (!Arrays.equals(once, again)) {
                 throw new IOException("the two inputs differ");
@@ -38,7 +38,7 @@ final class PinSource {
         }
     }
 
-    private static Pin withoutPrompt(Path file, String variable) throws IOException {
+    private static Pin withoutAsking(Path file, String variable) throws IOException {
         if (file != null) {
             return Pin.of(firstLine(Files.readAllBytes(file)));
         }
@@ -56,7 +56,7 @@ final class PinSource {
         return line;
     }
 
-    private static char[] prompt(String name, String variable) throws IOException {
+    private static char[] ask(String name, String variable) throws IOException {
         Console console = System.console();
         char[] typed = console == null ? null : console.readPassword("%s: ", name);
         if (typed == null) {

@@ -7,7 +7,6 @@ import com.tovr.smartcard.vornixtoken.Token;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
-import picocli.CommandLine.TypeConversionException;
 
 import java.nio.file.Path;
 import java.util.ArrayList;
@@ -22,17 +21,17 @@ final class SignatureCommands {
 
     @Command(name = "sign", description = "Signs a file into a PKCS #7 message; prints it as PEM.")
     static final class Sign extends ToolCommand.AsUser {
-        @Option(names = {"-c", "--certificate-id"}, paramLabel = "HEX", converter = ToolCommand.Id.class,
-                defaultValue = ToolCommand.Id.NONE, description = "The ID of the signer's certificate.")
-        private byte[] certificateId;
+        @Option(names = {"-c", "--certificate-id"}, paramLabel = "HEX", defaultValue = Id.NONE,
+                description = "The ID of the signer's certificate.")
+        private Id certificateId;
 
-        @Option(names = {"-k", "--key-id"}, paramLabel = "HEX", converter = ToolCommand.Id.class,
-                defaultValue = ToolCommand.Id.NONE, description = "The ID of the private key.")
-        private byte[] keyId;
+        @Option(names = {"-k", "--key-id"}, paramLabel = "HEX", defaultValue = Id.NONE,
+                description = "The ID of the private key.")
+        private Id keyId;
 
-        @Option(names = "--with", paramLabel = "HEX", converter = ToolCommand.Id.class,
+        @Option(names = "--with", paramLabel = "HEX",
                 description = "The ID of a certificate that goes into the message too; may be repeated.")
-        private List<byte[]> with = new ArrayList<>();
+        private List<Id> with = new ArrayList<>();
 
         @Option(names = {"-f", "--flags"}, defaultValue = "0", paramLabel = "N",
                 description = "The module's mode word (default: ${DEFAULT-VALUE}).")
@@ -46,14 +45,16 @@ final class SignatureCommands {
 
         @Override
         void run(Token token, Pin pin) throws Exception {
-            byte[] message = token.sign(pin, read(file), certificateId, keyId, flags, with.toArray(new byte[0][]));
+            byte[][] furtherIds = with.stream().map(Id::bytes).toArray(byte[][]::new);
+            byte[] message = token.sign(pin, read(file), certificateId.bytes(), keyId.bytes(), flags, furtherIds);
             putDer("message", message, "PKCS7", out);
         }
     }
 
     @Command(name = "verify", description = "Verifies a PKCS #7 message by the module, without a token.")
     static final class Verify extends ToolCommand.OnModule {
-        @Parameters(index = "0", paramLabel = "FIRST", description = "The module's first input, commonly the message, DER.")
+        @Parameters(index = "0", paramLabel = "FIRST",
+                description = "The module's first input, commonly the message, DER.")
         private Path first;
 
         @Parameters(index = "1", arity = "0..1", paramLabel = "SECOND",
@@ -69,63 +70,49 @@ final class SignatureCommands {
 
     @Command(name = "create-request", description = "Builds a certificate request; prints it as PEM.")
     static final class CreateRequest extends ToolCommand.AsUser {
-        @Option(names = {"-i", "--id"}, required = true, paramLabel = "HEX", converter = ToolCommand.Id.class,
-                description = "The ID of the key pair.")
-        private byte[] id;
+        @Option(names = {"-i", "--id"}, required = true, paramLabel = "HEX", description = "The ID of the key pair.")
+        private Id id;
 
-        @Option(names = "--private-key-id", paramLabel = "HEX", converter = ToolCommand.Id.class,
+        @Option(names = "--private-key-id", paramLabel = "HEX",
                 description = "The ID of the private key, if it is another.")
-        private byte[] privateKeyId;
+        private Id privateKeyId;
 
-        @Option(names = {"-s", "--subject"}, paramLabel = "NAME=VALUE", description = "A part of the subject; may be repeated.")
-        private List<String> subject = new ArrayList<>();
+        @Option(names = {"-s", "--subject"}, paramLabel = "NAME=VALUE",
+                description = "A part of the subject; may be repeated.")
+        private List<NamedText> subject = new ArrayList<>();
 
-        @Option(names = {"-a", "--attribute"}, paramLabel = "NAME=VALUE", description = "An attribute; may be repeated.")
-        private List<String> attributes = new ArrayList<>();
+        @Option(names = {"-a", "--attribute"}, paramLabel = "NAME=VALUE",
+                description = "An attribute; may be repeated.")
+        private List<NamedText> attributes = new ArrayList<>();
 
         @Option(names = {"-x", "--extension"}, paramLabel = "NAME=[critical,]VALUE",
                 description = "An extension; may be repeated.")
-        private List<String> extensions = new ArrayList<>();
+        private List<NamedText> extensions = new ArrayList<>();
 
         @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead.")
         private Path out;
 
         @Override
         void run(Token token, Pin pin) throws Exception {
-            byte[] request = token.createRequest(pin, id, privateKeyId == null ? id : privateKeyId, content());
+            Id privateId = privateKeyId == null ? id : privateKeyId;
+            byte[] request = token.createRequest(pin, id.bytes(), privateId.bytes(), content());
             putDer("request", request, "CERTIFICATE REQUEST", out);
         }
 
         private RequestContent content() {
             RequestContent.Builder content = RequestContent.builder();
-            for (String part : subject) {
-                content.subject(name(part), value(part));
+            for (NamedText part : subject) {
+                content.subject(part.name, part.value);
             }
-            for (String attribute : attributes) {
-                content.attribute(name(attribute), value(attribute));
+            for (NamedText attribute : attributes) {
+                content.attribute(attribute.name, attribute.value);
             }
-            for (String extension : extensions) {
-                String value = value(extension);
-                boolean critical = value.startsWith(CRITICAL);
-                content.extension(name(extension), critical, critical ? value.substring(CRITICAL.length()) : value);
+            for (NamedText extension : extensions) {
+                boolean critical = extension.value.startsWith(CRITICAL);
+                String value = critical ? extension.value.substring(CRITICAL.length()) : extension.value;
+                content.extension(extension.name, critical, value);
             }
             return content.build();
-        }
-
-        private static String name(String pair) {
-            return pair.substring(0, equalsSign(pair));
-        }
-
-        private static String value(String pair) {
-            return pair.substring(equalsSign(pair) + 1);
-        }
-
-        private static int equalsSign(String pair) {
-            int index = pair.indexOf('=');
-            if (index < 0) {
-                throw new TypeConversionException("'" + pair + "' lacks an =");
-            }
-            return index;
         }
     }
 }

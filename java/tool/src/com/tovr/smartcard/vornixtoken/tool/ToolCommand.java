@@ -4,16 +4,12 @@ import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.Token;
 
 import picocli.CommandLine.Command;
-import picocli.CommandLine.ITypeConverter;
-import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.ParentCommand;
-import picocli.CommandLine.Spec;
-import picocli.CommandLine.TypeConversionException;
 
+import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.io.InputStream;
-import java.io.ByteArrayOutputStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
@@ -28,9 +24,6 @@ abstract class ToolCommand implements Callable<Integer> {
     @ParentCommand
     private VornixTokenTool tool;
 
-    @Spec
-    private CommandSpec spec;
-
     private final Map<String, Object> result = new LinkedHashMap<>();
 
     /** Does the job and puts its results. */
@@ -39,9 +32,13 @@ abstract class ToolCommand implements Callable<Integer> {
     @Override
     public Integer call() throws Exception {
         result.put("ok", true);
-        run();
+        try {
+            run();
+        } catch (UnsatisfiedLinkError failure) {
+            throw new IOException(failure.getMessage(), failure);
+        }
         if (tool.wantsJson()) {
-            print(Json.text(result));
+            tool.print(Json.text(result));
         }
         return 0;
     }
@@ -60,7 +57,7 @@ abstract class ToolCommand implements Callable<Integer> {
     /** A line of text alone. */
     void say(String line) {
         if (!tool.wantsJson()) {
-            print(line);
+            tool.print(line);
         }
     }
 
@@ -73,11 +70,6 @@ abstract class ToolCommand implements Callable<Integer> {
             String base64 = Base64.getMimeEncoder(64, new byte[] {'\n'}).encodeToString(der);
             say("-----BEGIN " + pemType + "-----\n" + base64 + "\n-----END " + pemType + "-----");
         }
-    }
-
-    private void print(String line) {
-        spec.commandLine().getOut().println(line);
-        spec.commandLine().getOut().flush();
     }
 
     /** Reads a file, or standard input for "-". */
@@ -103,8 +95,8 @@ abstract class ToolCommand implements Callable<Integer> {
 
     /** With a module and a reader. */
     abstract static class OnToken extends OnModule {
-        @Option(names = {"-t", "--terminal"}, required = true, defaultValue = "${env:VORNIX_TERMINAL}", paramLabel = "NAME",
-                description = "The reader; else VORNIX_TERMINAL.")
+        @Option(names = {"-t", "--terminal"}, required = true, defaultValue = "${env:VORNIX_TERMINAL}",
+                paramLabel = "NAME", description = "The reader; else VORNIX_TERMINAL.")
         String terminal;
 
         @Override
@@ -118,7 +110,7 @@ abstract class ToolCommand implements Callable<Integer> {
     /** With a module, a reader and the user PIN. */
     abstract static class AsUser extends OnToken {
         @Option(names = "--pin-file", paramLabel = "FILE",
-                description = "A file whose first line is the PIN; else VORNIX_USER_PIN, else the terminal is asked.")
+                description = "A file whose first line is the PIN; else VORNIX_USER_PIN, else you are asked.")
         Path pinFile;
 
         @Override
@@ -129,22 +121,5 @@ abstract class ToolCommand implements Callable<Integer> {
         }
 
         abstract void run(Token token, Pin pin) throws Exception;
-    }
-
-    /** An ID in hexadecimal digits. */
-    static final class Id implements ITypeConverter<byte[]> {
-        static final String NONE = "";
-
-        @Override
-        public byte[] convert(String text) {
-            if (!text.matches("([0-9A-Fa-f]{2})*")) {
-                throw new TypeConversionException("'" + text + "' is not an even number of hexadecimal digits");
-            }
-            byte[] id = new byte[text.length() / 2];
-            for (int i = 0; i < id.length; i++) {
-                id[i] = (byte) Integer.parseInt(text.substring(2 * i, 2 * i + 2), 16);
-            }
-            return id;
-        }
     }
 }

@@ -10,6 +10,8 @@ import picocli.CommandLine.ParseResult;
 import picocli.CommandLine.ScopeType;
 
 import java.io.PrintWriter;
+import java.math.BigInteger;
+import java.nio.file.FileSystemException;
 import java.util.LinkedHashMap;
 import java.util.Map;
 
@@ -42,24 +44,33 @@ import java.util.Map;
         exitCodeList = {"0:success", "1:the token or its module refused", "2:wrong usage", "3:anything else"},
         footerHeading = "%nExamples:%n",
         footer = {
-            "  export VORNIX_MODULE=/usr/lib/libtovr_pkcs11_main.so VORNIX_TERMINAL='Reader 0'",
+            "  export VORNIX_MODULE=/usr/lib/libtovr_pkcs11_main.so",
+            "  export VORNIX_TERMINAL='Reader 0'",
             "  vornixtoken-tool info",
             "  vornixtoken-tool generate-rsa --label 'my key' --id 01",
             "  vornixtoken-tool create-request --id 01 --subject CN=Alice --out alice.csr",
             "  vornixtoken-tool list --json | tail -n 1",
             "  source <(vornixtoken-tool generate-completion)",
             "",
-            "PINs are read from the file that an option names, else from VORNIX_USER_PIN, VORNIX_SO_PIN or",
-            "VORNIX_NEW_PIN, else from the terminal; there is no option for the PIN itself. The library's own",
-            "messages go to standard output too; with --json the result is the last line."})
+            "PINs are read from the file that an option names, else from VORNIX_USER_PIN,",
+            "VORNIX_SO_PIN or VORNIX_NEW_PIN, else from the terminal; there is no option",
+            "for the PIN itself. The library's own messages go to standard output too; with",
+            "--json the result is the last line."})
 public final class VornixTokenTool {
     static final int REFUSED = 1;
     static final int FAILED = 3;
 
-    @Option(names = "--json", scope = ScopeType.INHERIT, description = "Print the result as one line of JSON, the last one.")
+    @Option(names = "--json", scope = ScopeType.INHERIT,
+            description = "Print the result as one line of JSON, the last one.")
     private boolean json;
 
+    private final CommandLine commandLine;
+
     private VornixTokenTool() {
+        commandLine = new CommandLine(this);
+        commandLine.registerConverter(Id.class, Id::new);
+        commandLine.registerConverter(NamedText.class, NamedText::new);
+        commandLine.setExecutionExceptionHandler(this::report);
     }
 
     /**
@@ -77,14 +88,17 @@ public final class VornixTokenTool {
      * @return the parser that executes the commands
      */
     public static CommandLine commandLine() {
-        VornixTokenTool tool = new VornixTokenTool();
-        CommandLine commandLine = new CommandLine(tool);
-        commandLine.setExecutionExceptionHandler(tool::report);
-        return commandLine;
+        return new VornixTokenTool().commandLine;
     }
 
     boolean wantsJson() {
         return json;
+    }
+
+    void print(String line) {
+        PrintWriter out = commandLine.getOut();
+        out.println(line);
+        out.flush();
     }
 
     private int report(Exception failure, CommandLine command, ParseResult arguments) {
@@ -93,18 +107,22 @@ public final class VornixTokenTool {
             Map<String, Object> result = new LinkedHashMap<>();
             result.put("ok", false);
             if (refused) {
-                result.put("code", Long.toUnsignedString(((Pkcs11Exception) failure).getCode()));
+                result.put("code", new BigInteger(Long.toUnsignedString(((Pkcs11Exception) failure).getCode())));
                 result.put("name", ((Pkcs11Exception) failure).getCodeName());
             }
-            result.put("message", failure.getMessage());
-            command.getOut().println(Json.text(result));
-            command.getOut().flush();
+            result.put("message", message(failure));
+            print(Json.text(result));
         } else {
-            PrintWriter err = command.getErr();
-            err.println(command.getCommandSpec().qualifiedName() + ": " + (refused ? failure.getMessage() : failure));
+            PrintWriter err = commandLine.getErr();
+            err.println(commandLine.getCommandName() + " " + command.getCommandName() + ": " + message(failure));
             err.flush();
         }
         return refused ? REFUSED : FAILED;
+    }
+
+    /** Exceptions of the file system say little without their name. */
+    private static String message(Exception failure) {
+        return failure instanceof FileSystemException ? failure.toString() : failure.getMessage();
     }
 
     static final class Version implements CommandLine.IVersionProvider {

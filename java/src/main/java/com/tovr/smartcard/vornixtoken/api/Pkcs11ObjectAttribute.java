@@ -1,8 +1,8 @@
 package com.tovr.smartcard.vornixtoken.api;
 
 /**
- * One object of a token as {@link Pkcs11Wrapper#listObjects} describes it. The library creates it by the constructor and
- * fills it by the four setters.
+ * One object of a token as {@link Pkcs11Wrapper#listObjects} describes it. The library creates it by the constructor
+ * and fills it by the four setters.
  */
 public class Pkcs11ObjectAttribute {
     private String type;
@@ -45,8 +45,8 @@ public class Pkcs11ObjectAttribute {
     /**
      * Returns the key's type.
      *
-     * @return "RSA", "DSA", "ECDSA", "DES", "AES", "GOSTR3410" or, for any other, "Unknown"; {@code null} when the object
-     *         is no key
+     * @return "RSA", "DSA", "ECDSA", "DES", "AES", "GOSTR3410" or, for any other, "Unknown"; {@code null} when the
+     *         object is no key
      */
     public String getKeyType() {
         return keyType;

@@ -12,8 +12,8 @@ import java.util.ArrayList;
  * <p><b>Loading.</b> This class does not load the library: the application calls {@link System#load} or
  * {@link System#loadLibrary System.loadLibrary("VornixToken_Javalib")} before the first native method.
  *
- * <p><b>Results.</b> Each method returns a PKCS #11 code, 0 for success. Codes of the module pass through unchanged, all
- * 64 bits of them. Codes that the library itself gives:
+ * <p><b>Results.</b> Each method returns a PKCS #11 code, 0 for success. Codes of the module pass through unchanged,
+ * all 64 bits of them. Codes that the library itself gives:
  * <ul>
  * <li>1: the module could not be loaded or initialised;</li>
  * <li>6: no reader has this name, or no object was found.</li>
@@ -33,8 +33,8 @@ import java.util.ArrayList;
  * none.</li>
  * </ul>
  *
- * <p><b>Threads.</b> There is no lock. A process has one instance of a module, and of two calls at the same time the one
- * that ends first finalises it under the other: calls must be made one at a time.
+ * <p><b>Threads.</b> There is no lock. A process has one instance of a module, and of two calls at the same time the
+ * one that ends first finalises it under the other: calls must be made one at a time.
  */
 public final class Pkcs11Wrapper {
     private Pkcs11Wrapper() {

@@ -1,0 +1,26 @@
+package examples;
+
+import com.tovr.smartcard.vornixtoken.Pin;
+import com.tovr.smartcard.vornixtoken.RequestContent;
+import com.tovr.smartcard.vornixtoken.Token;
+
+import java.nio.file.Files;
+import java.nio.file.Paths;
+
+/** Builds a certificate request for a key pair. Arguments: module, reader, output file. */
+public final class CreateRequest {
+    private CreateRequest() {
+    }
+
+    public static void main(String[] arguments) throws Exception {
+        Token token = new Token(arguments[0], arguments[1]);
+        RequestContent content = RequestContent.builder()
+                .subject("CN", "Alice")
+                .extension("keyUsage", true, "digitalSignature")
+                .build();
+        try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray())) {
+            byte[] keys = {1};
+            Files.write(Paths.get(arguments[2]), token.createRequest(pin, keys, keys, content));
+        }
+    }
+}

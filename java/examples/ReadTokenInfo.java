@@ -1,0 +1,17 @@
+package examples;
+
+import com.tovr.smartcard.vornixtoken.Token;
+import com.tovr.smartcard.vornixtoken.TokenInfo;
+
+/** Shows what a token tells of itself. Arguments: module, reader. */
+public final class ReadTokenInfo {
+    private ReadTokenInfo() {
+    }
+
+    public static void main(String[] arguments) throws Exception {
+        Token token = new Token(arguments[0], arguments[1]);
+        TokenInfo info = token.readInfo();
+        System.out.println(info);
+        System.out.println(info.getFlags());
+    }
+}

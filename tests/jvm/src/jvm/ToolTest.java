@@ -1,0 +1,256 @@
+package jvm;
+
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.tovr.smartcard.vornixtoken.tool.VornixTokenTool;
+
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.ValueSource;
+
+import picocli.CommandLine;
+
+import java.io.PrintWriter;
+import java.io.StringWriter;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.security.cert.X509Certificate;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+
+/** The command-line tool. The test's environment holds VORNIX_USER_PIN, VORNIX_SO_PIN and VORNIX_NEW_PIN. */
+class ToolTest extends ScriptedToken {
+    private static final String JAR = System.getProperty("vornix.tool");
+
+    @Test
+    void infoIsText() {
+        assertPrints("label:         Scripted Token\n"
+                + "manufacturer:  Scripted Works\n"
+                + "model:         Scripted Model\n"
+                + "serial number: 0123456789abcdef\n"
+                + "flags:         [RNG, LOGIN_REQUIRED, USER_PIN_INITIALIZED, TOKEN_INITIALIZED]\n", onToken("info"));
+    }
+
+    @Test
+    void infoIsJson() {
+        assertPrints("{\"ok\":true,\"label\":\"Scripted Token\",\"manufacturer\":\"Scripted Works\","
+                + "\"model\":\"Scripted Model\",\"serialNumber\":\"0123456789abcdef\","
+                + "\"flags\":[\"RNG\",\"LOGIN_REQUIRED\",\"USER_PIN_INITIALIZED\",\"TOKEN_INITIALIZED\"]}\n",
+                onToken("info", "--json"));
+    }
+
+    @Test
+    void objectsAreListed() {
+        assertTrue(onToken("list").out.startsWith("certificate 'alice' 01\npublic key 'alice' 01 RSA\n"));
+        assertTrue(onToken("list", "--json").out.startsWith("{\"ok\":true,\"objects\":["
+                + "{\"kind\":\"certificate\",\"label\":\"alice\",\"id\":\"01\",\"keyType\":null},"));
+    }
+
+    @Test
+    void jsonIsAsciiWhateverTheLabel(@TempDir Path folder) throws Exception {
+        Path file = Files.write(folder.resolve("c"), new byte[] {1});
+        assertPrints("", onToken("clean"));
+        assertPrints("", onToken("import-certificate", "-l", "\"\\\n\u00eb\uD83D\uDE00", file.toString()));
+
+        assertPrints("{\"ok\":true,\"objects\":[{\"kind\":\"certificate\","
+                + "\"label\":\"\\\"\\\\\\u000a\\u00eb\\ud83d\\ude00\",\"id\":\"\",\"keyType\":null}]}\n",
+                onToken("list", "--json"));
+    }
+
+    @Test
+    void pinAndPukChange() {
+        assertPrints("", onToken("change-pin"));
+        assertEquals(1, onToken("list").status);
+        assertPrints("{\"ok\":true}\n", onToken("change-puk", "--json"));
+        assertEquals(1, onToken("init").status);
+    }
+
+    @Test
+    void aPinFilesFirstLineIsThePin(@TempDir Path folder) throws Exception {
+        Path file = Files.write(folder.resolve("pin"), Arrays.asList("new PIN", "not this"));
+        assertPrints("", onToken("change-pin", "--new-pin-file", file.toString()));
+
+        assertEquals(1, onToken("list").status);
+        assertEquals(0, onToken("list", "--pin-file", file.toString()).status);
+    }
+
+    @Test
+    void initialisingAndCleaningAreSilent() {
+        assertPrints("", onToken("clean"));
+        assertPrints("", onToken("list"));
+        assertPrints("", onToken("init"));
+        assertTrue(onToken("info").out.startsWith("label:         VORNIX Token\n"));
+    }
+
+    @Test
+    void certificatesGoInAndOut(@TempDir Path folder) throws Exception {
+        X509Certificate certificate = KeyTool.certificate("CN=Alice");
+        Path in = Files.write(folder.resolve("in.der"), certificate.getEncoded());
+        Path out = folder.resolve("out.der");
+
+        assertPrints("", onToken("import-certificate", "--label", "c", "--id", "0aFF", in.toString()));
+        assertPrints("", onToken("read-certificate", "--label", "c", "--out", out.toString()));
+        assertArrayEquals(certificate.getEncoded(), Files.readAllBytes(out));
+
+        String text = onToken("read-certificate", "-l", "c", "-i", "0aff").out;
+        Path pem = Files.write(folder.resolve("c.pem"), text.getBytes());
+        assertTrue(Processes.run("openssl", "x509", "-in", pem.toString(), "-noout", "-subject").contains("Alice"));
+
+        assertPrints("", onToken("import-blocks", in.toString(), pem.toString()));
+    }
+
+    @Test
+    void keysAreGeneratedAndRead(@TempDir Path folder) throws Exception {
+        assertPrints("", onToken("generate-rsa", "--label", "r", "--id", "09", "--bits", "2048"));
+        assertPrints("", onToken("generate-gost", "--label", "g"));
+
+        Path pem = Files.write(folder.resolve("k.pem"), onToken("read-public-key", "-l", "r").out.getBytes());
+        assertTrue(Processes.run("openssl", "pkey", "-pubin", "-in", pem.toString(), "-noout", "-text")
+                .contains("Public-Key: (2048 bit)"));
+        assertTrue(onToken("read-public-key", "-l", "r", "--json").out.contains("\"exponent\":65537,"));
+    }
+
+    @Test
+    void filesAreSignedAndVerified(@TempDir Path folder) throws Exception {
+        Path data = Files.write(folder.resolve("data"), Scripted.ascii("data"));
+        Path out = folder.resolve("out");
+
+        assertPrints("", onToken("sign", "-c", "01", "-k", "01", "--with", "01", "--flags", "1", "-o", out.toString(),
+                data.toString()));
+        assertEquals("certificate 101;private 103;certificates {101};flags 1;data",
+                new String(Files.readAllBytes(out)));
+        assertTrue(onToken("sign", data.toString()).out.startsWith("-----BEGIN PKCS7-----\n"));
+
+        assertPrints("good\n", tool("verify", "-m", module, data.toString(), data.toString()));
+        assertEquals(1, tool("verify", "-m", module, data.toString(), out.toString()).status);
+        assertEquals(1, tool("verify", "-m", module, data.toString()).status);
+    }
+
+    @Test
+    void aRequestIsBuiltFromNamedTexts(@TempDir Path folder) throws Exception {
+        Path out = folder.resolve("out");
+
+        assertPrints("", onToken("create-request", "--id", "01", "-s", "CN=Alice", "-s", "O=A=B", "-a", "x=",
+                "-x", "keyUsage=critical,digitalSignature,keyAgreement", "-x", "extendedKeyUsage=clientAuth",
+                "-o", out.toString()));
+
+        assertEquals("public 102;private 103;subject(2):CN,Alice,O,A=B;attributes(1):x,;"
+                + "extensions(2):keyUsage,critical,digitalSignature,keyAgreement,extendedKeyUsage,,clientAuth;",
+                new String(Files.readAllBytes(out)));
+    }
+
+    @Test
+    void refusalsHaveStatusOneAndAName() {
+        Result text = onToken("read-certificate", "-l", "nobody");
+        assertEquals(1, text.status);
+        assertTrue(text.err.startsWith("vornixtoken-tool read-certificate: reading certificate 'nobody', "), text.err);
+        assertTrue(text.err.endsWith(": CKR_FUNCTION_FAILED (0x6), no such reader or object\n"), text.err);
+
+        Result json = onToken("read-certificate", "-l", "nobody", "--json");
+        assertEquals(1, json.status);
+        assertTrue(json.out.startsWith("{\"ok\":false,\"code\":6,\"name\":\"CKR_FUNCTION_FAILED\",\"message\":\""),
+                json.out);
+        assertEquals("", json.err);
+    }
+
+    @Test
+    void wrongUsageHasStatusTwo() {
+        assertEquals(2, tool().status);
+        assertEquals(2, tool("no-such-command").status);
+        assertEquals(2, tool("info", "-t", READER).status);
+        assertEquals(2, onToken("read-certificate", "-l", "x", "-i", "0").status);
+        assertEquals(2, onToken("create-request", "-i", "01", "-s", "CN").status);
+        assertEquals(2, onToken("list", "--pin", "12345678").status, "a PIN is no argument");
+    }
+
+    @Test
+    void otherFailuresHaveStatusThree() {
+        Result result = onToken("sign", "/nonexistent");
+
+        assertEquals(3, result.status);
+        assertEquals("vornixtoken-tool sign: java.nio.file.NoSuchFileException: /nonexistent\n", result.err);
+    }
+
+    @Test
+    void resettingAReaderIsSilent() {
+        assertPrints("", tool("reset-terminal", "-t", "Reader of no such name"));
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"info", "list", "change-pin", "change-puk", "init", "clean", "reset-terminal",
+        "read-certificate", "read-public-key", "import-certificate", "import-blocks", "generate-rsa", "generate-gost",
+        "sign", "verify", "create-request"})
+    void everyJobHasACommandWithHelp(String command) {
+        Result help = tool(command, "--help");
+
+        assertEquals(0, help.status);
+        assertTrue(help.out.startsWith("Usage: vornixtoken-tool " + command + " "), help.out);
+        assertTrue(tool("--help").out.contains("\n  " + command + " "));
+    }
+
+    @Test
+    void completionIsAValidScript(@TempDir Path folder) throws Exception {
+        String script = tool("generate-completion").out;
+
+        assertTrue(script.contains("complete -F"), script);
+        Processes.run("bash", "-n", Files.write(folder.resolve("completion"), script.getBytes()).toString());
+    }
+
+    @Test
+    void theJarRunsByItself() throws Exception {
+        ChildJvm child = new ChildJvm("/nonexistent");
+        if (Runtime.version().feature() >= 24) {
+            child.options("--illegal-native-access=deny");
+        }
+        ChildJvm.Result result = child.launch("-jar", JAR, "info", "-m", module, "-t", READER, "--json");
+
+        assertEquals(0, result.status, result::toString);
+        assertTrue(result.out.startsWith("{\"ok\":true,\"label\":\"Scripted Token\","), result::toString);
+        assertEquals("", result.err);
+    }
+
+    @Test
+    void withoutATerminalToAskAtThePinIsMissed() throws Exception {
+        ChildJvm.Result result = new ChildJvm().without("VORNIX_USER_PIN")
+                .launch("-jar", JAR, "clean", "-m", module, "-t", READER);
+
+        assertEquals(3, result.status, result::toString);
+        assertEquals("vornixtoken-tool clean: no PIN: there is no terminal to ask at, and VORNIX_USER_PIN is not set\n",
+                result.err);
+    }
+
+    private Result onToken(String command, String... arguments) {
+        List<String> all = new ArrayList<>(Arrays.asList(command, "--module", module, "--terminal", READER));
+        all.addAll(Arrays.asList(arguments));
+        return tool(all.toArray(new String[0]));
+    }
+
+    private static Result tool(String... arguments) {
+        StringWriter out = new StringWriter();
+        StringWriter err = new StringWriter();
+        CommandLine tool = VornixTokenTool.commandLine().setOut(new PrintWriter(out)).setErr(new PrintWriter(err));
+        return new Result(tool.execute(arguments), out.toString(), err.toString());
+    }
+
+    private static void assertPrints(String out, Result result) {
+        assertEquals("", result.err);
+        assertEquals(out, result.out);
+        assertEquals(0, result.status);
+    }
+
+    private static final class Result {
+        private final int status;
+        private final String out;
+        private final String err;
+
+        Result(int status, String out, String err) {
+            this.status = status;
+            this.out = out;
+            this.err = err;
+        }
+    }
+}
