@@ -1,0 +1,26 @@
+// Certificates on the token.
+#pragma once
+
+#include "objects.h"
+
+#include <openssl/x509.h>
+
+namespace softtoken {
+
+using Certificate = Owned<X509, X509_free>;
+
+/// One DER certificate and nothing behind it; anything else fails with CKR_DATA_INVALID.
+Certificate parseCertificate(const unsigned char* der, CK_ULONG length);
+
+/// The value of a certificate object; another object fails with CKR_OBJECT_HANDLE_INVALID.
+Bytes readCertificate(const Session& session, CK_OBJECT_HANDLE object);
+
+/// C_TOVR_ImportCert: the DER certificate, then the ID. The label is the subject's common name.
+void importCert(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE handle, CK_BYTE_PTR certificate,
+                CK_ULONG certificateLen, CK_BYTE_PTR id, CK_ULONG idLen);
+
+/// C_TOVR_ImportX509Certificate
+void importX509Certificate(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE handle, const char* label, CK_BYTE_PTR id,
+                           CK_ULONG idLen, CK_BYTE_PTR certificate, CK_ULONG certificateLen);
+
+} // namespace softtoken

@@ -1,0 +1,115 @@
+// The function list: SoftHSM2's functions behind the gate, some replaced, and the five vendor functions behind them.
+#include "boundary.h"
+#include "certificates.h"
+#include "gost.h"
+#include "messages.h"
+#include "reader.h"
+#include "requests.h"
+#include "store.h"
+
+namespace softtoken {
+namespace {
+
+using List = CK_FUNCTION_LIST;
+
+/// A function of this token as callers see it.
+template <auto function>
+struct Own;
+template <typename... Arguments, void (*function)(const List&, Arguments...)>
+struct Own<function> {
+    static CK_RV call(Arguments... arguments)
+    {
+        return atBoundary([&](const List& store) { function(store, arguments...); });
+    }
+};
+
+/// A function of SoftHSM2's as callers see it.
+template <auto member>
+struct Forwarded;
+template <typename... Arguments, CK_RV (*List::*member)(Arguments...)>
+struct Forwarded<member> {
+    static CK_RV call(Arguments... arguments)
+    {
+        return atBoundary([&](const List& store) { check((store.*member)(arguments...)); });
+    }
+};
+
+/// Likewise one that takes a slot first.
+template <auto member>
+struct ForwardedForSlot;
+template <typename... Arguments, CK_RV (*List::*member)(CK_SLOT_ID, Arguments...)>
+struct ForwardedForSlot<member> {
+    static CK_RV call(CK_SLOT_ID slot, Arguments... arguments)
+    {
+        return atBoundary([&](const List& store) { check((store.*member)(storeSlot(store, slot), arguments...)); });
+    }
+};
+
+template <auto... members>
+void forward(List& list)
+{
+    ((list.*members = Forwarded<members>::call), ...);
+}
+
+template <auto... members>
+void forwardForSlot(List& list)
+{
+    ((list.*members = ForwardedForSlot<members>::call), ...);
+}
+
+CK_RV getFunctionList(CK_FUNCTION_LIST_PTR_PTR list);
+
+CK_TOVR_FUNCTION_LIST makeList()
+{
+    CK_TOVR_FUNCTION_LIST list = {};
+    List& standard = list.standard;
+    standard.version = {2, 40};
+    forward<&List::C_Finalize, &List::C_InitPIN, &List::C_SetPIN, &List::C_CloseSession, &List::C_GetOperationState,
+            &List::C_SetOperationState, &List::C_Login, &List::C_Logout, &List::C_CreateObject, &List::C_CopyObject,
+            &List::C_DestroyObject, &List::C_GetObjectSize, &List::C_GetAttributeValue, &List::C_SetAttributeValue,
+            &List::C_FindObjectsInit, &List::C_FindObjects, &List::C_FindObjectsFinal, &List::C_EncryptInit,
+            &List::C_Encrypt, &List::C_EncryptUpdate, &List::C_EncryptFinal, &List::C_DecryptInit, &List::C_Decrypt,
+            &List::C_DecryptUpdate, &List::C_DecryptFinal, &List::C_DigestInit, &List::C_Digest, &List::C_DigestUpdate,
+            &List::C_DigestKey, &List::C_DigestFinal, &List::C_SignInit, &List::C_Sign, &List::C_SignUpdate,
+            &List::C_SignFinal, &List::C_SignRecoverInit, &List::C_SignRecover, &List::C_VerifyInit, &List::C_Verify,
+            &List::C_VerifyUpdate, &List::C_VerifyFinal, &List::C_VerifyRecoverInit, &List::C_VerifyRecover,
+            &List::C_DigestEncryptUpdate, &List::C_DecryptDigestUpdate, &List::C_SignEncryptUpdate,
+            &List::C_DecryptVerifyUpdate, &List::C_GenerateKey, &List::C_WrapKey, &List::C_UnwrapKey,
+            &List::C_DeriveKey, &List::C_SeedRandom, &List::C_GenerateRandom, &List::C_GetFunctionStatus,
+            &List::C_CancelFunction, &List::C_WaitForSlotEvent>(standard);
+    forwardForSlot<&List::C_GetTokenInfo, &List::C_OpenSession, &List::C_CloseAllSessions>(standard);
+    standard.C_Initialize = Own<initialise>::call;
+    standard.C_GetInfo = Own<getInfo>::call;
+    // Not the exported symbol: where p11-kit is loaded too, that name may lead there.
+    standard.C_GetFunctionList = getFunctionList;
+    standard.C_GetSlotList = Own<getSlotList>::call;
+    standard.C_GetSlotInfo = Own<getSlotInfo>::call;
+    standard.C_GetMechanismList = Own<getMechanismList>::call;
+    standard.C_GetMechanismInfo = Own<getMechanismInfo>::call;
+    standard.C_InitToken = Own<initToken>::call;
+    standard.C_GetSessionInfo = Own<getSessionInfo>::call;
+    standard.C_GenerateKeyPair = Own<generateKeyPair>::call;
+    list.C_TOVR_ImportCert = Own<importCert>::call;
+    list.C_TOVR_ImportX509Certificate = Own<importX509Certificate>::call;
+    list.C_TOVR_CreateCSR = Own<createCsr>::call;
+    list.C_TOVR_pkcs7Sign = Own<pkcs7Sign>::call;
+    list.C_TOVR_pkcs7Verify = Own<pkcs7Verify>::call;
+    return list;
+}
+
+CK_RV getFunctionList(CK_FUNCTION_LIST_PTR_PTR list)
+{
+    if (!list)
+        return CKR_ARGUMENTS_BAD;
+    static CK_TOVR_FUNCTION_LIST functions = makeList();
+    *list = &functions.standard;
+    return CKR_OK;
+}
+
+} // namespace
+} // namespace softtoken
+
+extern "C" __attribute__((visibility("default"))) CK_RV C_GetFunctionList(CK_FUNCTION_LIST_PTR_PTR list)
+{
+    return softtoken::getFunctionList(list);
+}

@@ -1,0 +1,129 @@
+#include "store.h"
+
+#include "boundary.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace softtoken {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// SoftHSM2 for as long as this module is loaded. A program that unloads the module without C_Finalize thus finds it
+/// uninitialised when it loads it again.
+class Library {
+public:
+    Library() = default;
+    ~Library()
+    {
+        if (handle_)
+            dlclose(handle_);
+    }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+
+    const CK_FUNCTION_LIST& functions()
+    {
+        if (!list_)
+            load();
+        return *list_;
+    }
+
+private:
+    void load()
+    {
+        if (!handle_)
+            handle_ = dlopen(VORNIX_SOFTHSM2_MODULE, RTLD_NOW | RTLD_LOCAL);
+        require(handle_, CKR_GENERAL_ERROR);
+        const auto getList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(handle_, "C_GetFunctionList"));
+        require(getList, CKR_GENERAL_ERROR);
+        check(getList(&list_));
+    }
+
+    void* handle_ = nullptr;
+    CK_FUNCTION_LIST_PTR list_ = nullptr;
+};
+
+Library library;
+
+fs::path fromEnvironment(const char* variable)
+{
+    const char* value = std::getenv(variable);
+    return value ? value : "";
+}
+
+fs::path directory()
+{
+    if (const fs::path named = fromEnvironment("VORNIX_SOFTTOKEN_DIR"); !named.empty()) {
+        const fs::path full = fs::absolute(named).lexically_normal();
+        return full.has_filename() ? full : full.parent_path();
+    }
+    fs::path data = fromEnvironment("XDG_DATA_HOME");
+    if (!data.is_absolute()) {
+        data = fromEnvironment("HOME");
+        require(data.is_absolute(), CKR_GENERAL_ERROR);
+        data /= ".local/share";
+    }
+    return data / "vornix-softtoken";
+}
+
+void makePrivateDirectory(const fs::path& path)
+{
+    require(mkdir(path.c_str(), S_IRWXU) == 0 || errno == EEXIST, CKR_GENERAL_ERROR);
+}
+
+std::string contents(const fs::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// Replaced in one step and only when it changes: another process may be reading it.
+void writeConfiguration(const fs::path& path, const std::string& text)
+{
+    if (contents(path) == text)
+        return;
+    const fs::path fresh = path.string() + "." + std::to_string(getpid());
+    std::ofstream file(fresh, std::ios::binary);
+    file << text << std::flush;
+    require(file.good(), CKR_GENERAL_ERROR);
+    fs::rename(fresh, path);
+}
+
+} // namespace
+
+const CK_FUNCTION_LIST& store()
+{
+    return library.functions();
+}
+
+void initialise(const CK_FUNCTION_LIST& store, CK_VOID_PTR arguments)
+{
+    CK_INFO info;
+    require(store.C_GetInfo(&info) == CKR_CRYPTOKI_NOT_INITIALIZED, CKR_CRYPTOKI_ALREADY_INITIALIZED);
+
+    const fs::path home = directory();
+    // SoftHSM2 would cut a path short at these.
+    require(home.native().find_first_of("=#\n") == std::string::npos, CKR_GENERAL_ERROR);
+    fs::create_directories(home.parent_path());
+    makePrivateDirectory(home);
+    makePrivateDirectory(home / "tokens");
+    const fs::path configuration = home / "softhsm2.conf";
+    writeConfiguration(configuration, "directories.tokendir = " + (home / "tokens").string() +
+                                          "\nobjectstore.backend = file\nlog.level = ERROR\nslots.removable = false\n");
+
+    // The environment is the process's: written only when it changes.
+    if (fromEnvironment("SOFTHSM2_CONF") != configuration)
+        require(setenv("SOFTHSM2_CONF", configuration.c_str(), 1) == 0, CKR_HOST_MEMORY);
+    check(store.C_Initialize(arguments));
+}
+
+} // namespace softtoken

@@ -1,0 +1,121 @@
+#include "child_process.h"
+
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <string_view>
+#include <system_error>
+
+namespace {
+
+constexpr int notRun = 127; // as the shell has it
+
+int checked(int result, const char* what)
+{
+    if (result < 0)
+        throw std::system_error(errno, std::generic_category(), what);
+    return result;
+}
+
+int statusOf(int waited)
+{
+    return WIFEXITED(waited) ? WEXITSTATUS(waited) : 128 + WTERMSIG(waited);
+}
+
+/// A file in memory that a program writes into.
+class Capture {
+public:
+    Capture() : descriptor(checked(memfd_create("captured", MFD_CLOEXEC), "memfd_create")) {}
+    ~Capture() { close(descriptor); }
+    Capture(const Capture&) = delete;
+    Capture& operator=(const Capture&) = delete;
+
+    int file() const { return descriptor; }
+
+    std::string text() const
+    {
+        std::string text;
+        std::array<char, 4096> block{};
+        while (const ssize_t count = pread(descriptor, block.data(), block.size(), static_cast<off_t>(text.size())))
+            text.append(block.data(), static_cast<std::size_t>(checked(static_cast<int>(count), "pread")));
+        return text;
+    }
+
+private:
+    int descriptor;
+};
+
+} // namespace
+
+ChildProcess::ChildProcess(const std::vector<std::string>& command, int out, int err)
+{
+    std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
+    for (const std::string& argument : command)
+        arguments.push_back(const_cast<char*>(argument.c_str()));
+    arguments.push_back(nullptr);
+
+    const pid_t parent = getpid();
+    pid = checked(fork(), "fork");
+    if (pid != 0)
+        return;
+    // Only system calls from here on: another thread of the parent may have held a lock.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() == parent && dup2(out, STDOUT_FILENO) >= 0 && dup2(err, STDERR_FILENO) >= 0)
+        execvp(arguments[0], arguments.data());
+    constexpr std::string_view reason = ": cannot be run\n";
+    (void)!write(STDERR_FILENO, arguments[0], std::strlen(arguments[0])); // nobody is left to tell of a failure
+    (void)!write(STDERR_FILENO, reason.data(), reason.size());
+    _exit(notRun);
+}
+
+ChildProcess::~ChildProcess()
+{
+    if (pid == 0)
+        return;
+    kill(pid, SIGKILL);
+    wait();
+}
+
+void ChildProcess::terminate()
+{
+    if (pid != 0)
+        kill(pid, SIGTERM);
+}
+
+bool ChildProcess::running()
+{
+    if (pid == 0)
+        return false;
+    int waited = 0;
+    if (checked(waitpid(pid, &waited, WNOHANG), "waitpid") == 0)
+        return true;
+    pid = 0;
+    status = statusOf(waited);
+    return false;
+}
+
+int ChildProcess::wait()
+{
+    if (pid == 0)
+        return status;
+    int waited = 0;
+    while (waitpid(pid, &waited, 0) < 0 && errno == EINTR) {
+    }
+    pid = 0;
+    return status = statusOf(waited);
+}
+
+Outcome run(const std::vector<std::string>& command)
+{
+    const Capture out;
+    const Capture err;
+    const int status = ChildProcess(command, out.file(), err.file()).wait();
+    return {status, out.text(), err.text()};
+}

@@ -1,0 +1,40 @@
+// A program run beside this one.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+class ChildProcess {
+public:
+    /// Starts `command`, a program looked for in PATH and its arguments, with these descriptors as standard output and
+    /// standard error. It is killed when the thread that started it ends, however that comes about.
+    ChildProcess(const std::vector<std::string>& command, int out, int err);
+
+    /// Kills the program if it still runs.
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+
+    void terminate();
+
+    bool running();
+
+    /// Waits for the program's end; its exit status, or 128 and the number of the signal that ended it. 127 and
+    /// a line on standard error mean that it could not be run.
+    int wait();
+
+private:
+    pid_t pid;
+    int status = 0;
+};
+
+/// How a program ended and what it wrote.
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+Outcome run(const std::vector<std::string>& command);

@@ -1,0 +1,81 @@
+#include "pcsc_service.h"
+
+#include "virtual_card.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <stdexcept>
+
+namespace {
+
+/// What the service knows of the reader, in flags; none while there is no service.
+DWORD readerState()
+{
+    SCARDCONTEXT context = 0;
+    if (SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &context) != SCARD_S_SUCCESS)
+        return 0;
+    SCARD_READERSTATE state{};
+    state.szReader = virtualReader;
+    const LONG result = SCardGetStatusChange(context, 0, &state, 1);
+    SCardReleaseContext(context);
+    return result == SCARD_S_SUCCESS ? state.dwEventState : 0;
+}
+
+} // namespace
+
+// What the daemon writes is of interest when a test fails; standard output is the command's.
+PcscService::PcscService()
+    : daemon({PCSCD, "--foreground", "--critical", "--config", READER_CONFIGURATION}, STDERR_FILENO, STDERR_FILENO)
+{
+    waitForReader([](DWORD state) { return (state & (SCARD_STATE_EMPTY | SCARD_STATE_PRESENT)) != 0; });
+}
+
+PcscService::~PcscService()
+{
+    stop();
+}
+
+void PcscService::waitUntilEmpty()
+{
+    waitForReader([](DWORD state) { return (state & SCARD_STATE_EMPTY) != 0; });
+}
+
+void PcscService::waitForReader(bool (*condition)(DWORD state))
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (!condition(readerState())) {
+        if (!daemon.running())
+            throw std::runtime_error("pcscd ended with status " + std::to_string(daemon.wait()));
+        if (std::chrono::steady_clock::now() > end)
+            throw std::runtime_error("the virtual reader is not as awaited");
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+void PcscService::stop()
+{
+    daemon.terminate();
+    daemon.wait();
+}
+
+CardUser::CardUser(DWORD shareMode)
+{
+    SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &context);
+    DWORD protocol = 0;
+    SCardConnect(context, virtualReader, shareMode, SCARD_PROTOCOL_T0, &card, &protocol);
+}
+
+CardUser::~CardUser()
+{
+    SCardDisconnect(card, SCARD_LEAVE_CARD);
+    SCardReleaseContext(context);
+}
+
+LONG CardUser::transmit() const
+{
+    const std::array<unsigned char, 5> command = {0x00, 0xB0, 0x00, 0x00, 0x00}; // READ BINARY
+    std::array<unsigned char, MAX_BUFFER_SIZE> answer{};
+    DWORD length = answer.size();
+    return SCardTransmit(card, SCARD_PCI_T0, command.data(), command.size(), nullptr, answer.data(), &length);
+}

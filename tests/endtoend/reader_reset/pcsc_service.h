@@ -1,0 +1,43 @@
+// The PC/SC service with a virtual reader. It must be alone on its machine: see in_pcsc_namespace.sh.
+#pragma once
+
+#include "child_process.h"
+
+#include <winscard.h>
+
+constexpr const char* virtualReader = "Virtual PCD 00 00";
+
+/// Runs from construction, which returns when clients can see the reader, until stop() or destruction.
+class PcscService {
+public:
+    PcscService();
+    ~PcscService();
+    PcscService(const PcscService&) = delete;
+    PcscService& operator=(const PcscService&) = delete;
+
+    /// Waits until the service has noticed that there is no card in the reader. Throws when it does not.
+    void waitUntilEmpty();
+
+    void stop();
+
+private:
+    void waitForReader(bool (*condition)(DWORD state));
+
+    ChildProcess daemon;
+};
+
+/// An application that has the card in use.
+class CardUser {
+public:
+    explicit CardUser(DWORD shareMode);
+    ~CardUser();
+    CardUser(const CardUser&) = delete;
+    CardUser& operator=(const CardUser&) = delete;
+
+    /// Sends the card a command; the service's answer, also when there is no connection.
+    LONG transmit() const;
+
+private:
+    SCARDCONTEXT context = 0;
+    SCARDHANDLE card = 0;
+};

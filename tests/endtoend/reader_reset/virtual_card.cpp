@@ -1,0 +1,114 @@
+#include "virtual_card.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+namespace {
+
+constexpr const char* off = "power off";
+
+// A message of one byte is for the card's supply, any longer one a command for the card.
+enum Control : unsigned char { powerOff = 0, powerOn = 1, reset = 2, getAtr = 4 };
+
+// Messages both ways begin with their length in two bytes, the high one first.
+using Header = std::array<unsigned char, 2>;
+
+constexpr std::array<unsigned char, 4> atr = {0, 2, 0x3B, 0x00};                  // T=0, no historical bytes
+constexpr std::array<unsigned char, 4> instructionNotSupported = {0, 2, 0x6D, 0}; // ISO 7816-4
+
+int connectToReader()
+{
+    const int connection = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in reader{};
+    reader.sin_family = AF_INET;
+    reader.sin_port = htons(VIRTUAL_READER_PORT);
+    reader.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (connection < 0 || connect(connection, reinterpret_cast<const sockaddr*>(&reader), sizeof reader) != 0) {
+        const int reason = errno;
+        close(connection);
+        throw std::system_error(reason, std::generic_category(), "virtual reader");
+    }
+    return connection;
+}
+
+} // namespace
+
+VirtualCard::VirtualCard() : connection(connectToReader()), thread([this] { obey(); }) {}
+
+VirtualCard::~VirtualCard()
+{
+    shutdown(connection, SHUT_RDWR);
+    thread.join();
+    close(connection);
+}
+
+void VirtualCard::waitUntilIdle()
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    if (!changed.wait_for(lock, patience, [this] { return !record.empty() && record.back() == off; }))
+        throw std::runtime_error("the card was not powered off");
+    record.clear();
+}
+
+std::vector<std::string> VirtualCard::takeRecord(std::size_t count)
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    changed.wait_for(lock, patience, [&] { return record.size() >= count; });
+    return std::exchange(record, {});
+}
+
+void VirtualCard::note(const char* event)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    record.emplace_back(event);
+    changed.notify_all();
+}
+
+bool VirtualCard::receive(unsigned char* bytes, std::size_t count) const
+{
+    while (count > 0) {
+        // The reader sends a header and then the rest, which waits for the header to be acknowledged.
+        const int now = 1;
+        setsockopt(connection, IPPROTO_TCP, TCP_QUICKACK, &now, sizeof now);
+        const ssize_t received = recv(connection, bytes, count, 0);
+        if (received <= 0)
+            return false;
+        bytes += received;
+        count -= static_cast<std::size_t>(received);
+    }
+    return true;
+}
+
+void VirtualCard::obey()
+{
+    const auto answer = [this](const auto& message) {
+        return send(connection, message.data(), message.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(message.size());
+    };
+    Header header{};
+    bool connected = true;
+    while (connected && receive(header.data(), header.size())) {
+        std::vector<unsigned char> message(static_cast<std::size_t>(header[0] << 8 | header[1]));
+        if (!receive(message.data(), message.size()))
+            return;
+        if (message.size() != 1) {
+            connected = answer(instructionNotSupported);
+            continue;
+        }
+        switch (message[0]) {
+        case powerOff: note(off); break;
+        case powerOn: note("power on"); break;
+        case reset: note("reset"); break;
+        case getAtr: connected = answer(atr); break;
+        default: break;
+        }
+    }
+}

@@ -1,0 +1,178 @@
+// GOST R 34.10-2001 keys, their requests and messages, judged by OpenSSL's GOST engine and by GnuTLS.
+#include "soft_token.h"
+
+namespace endtoend {
+namespace {
+
+constexpr CK_ULONG enclosed = 0;
+constexpr CK_ULONG detached = 1;
+
+class Gost : public TokenTest {
+protected:
+    Outcome verifyWithEngine(const Bytes& message, std::vector<std::string> more = {})
+    {
+        folder.write("message.der", message);
+        std::vector<std::string> arguments = {"cms", "-verify",     "-binary", "-inform", "DER",
+                                              "-in", "message.der", "-CAfile", "ca.pem",  "-purpose",
+                                              "any", "-out",        "verified"};
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        return gostOpenssl(folder, std::move(arguments));
+    }
+
+    CK_RV generateWith(CK_ATTRIBUTE publicEntry, CK_ATTRIBUTE privateEntry)
+    {
+        CK_MECHANISM mechanism = {CKM_GOSTR3410_KEY_PAIR_GEN, nullptr, 0};
+        CK_OBJECT_HANDLE publicKey = 0;
+        CK_OBJECT_HANDLE privateKey = 0;
+        return standard->C_GenerateKeyPair(session, &mechanism, &publicEntry, 1, &privateEntry, 1, &publicKey,
+                                           &privateKey);
+    }
+
+    const Bytes content = bytes("content to be signed");
+};
+
+TEST_F(Gost, KeysAreListedAsSuchUnderLabelAndId)
+{
+    ASSERT_CKR(CKR_OK, generateGost("id"));
+    const CK_KEY_TYPE expected = CKK_GOSTR3410;
+    const auto* start = reinterpret_cast<const unsigned char*>(&expected);
+    for (const CK_OBJECT_CLASS objectClass : {CKO_PUBLIC_KEY, CKO_PRIVATE_KEY}) {
+        const CK_OBJECT_HANDLE key = only(objectClass, "id");
+        EXPECT_EQ(Bytes(start, start + sizeof expected), attribute(key, CKA_KEY_TYPE));
+        EXPECT_EQ(bytes("gost"), attribute(key, CKA_LABEL));
+        EXPECT_EQ(Bytes{CK_TRUE}, attribute(key, CKA_TOKEN));
+    }
+    EXPECT_EQ(64U, attribute(only(CKO_PUBLIC_KEY, "id"), CKA_VALUE).size());
+    EXPECT_EQ(Bytes{CK_FALSE}, attribute(only(CKO_PUBLIC_KEY, "id"), CKA_PRIVATE));
+    EXPECT_EQ(Bytes{CK_TRUE}, attribute(only(CKO_PRIVATE_KEY, "id"), CKA_PRIVATE));
+}
+
+TEST_F(Gost, PrivateValueIsShownAsReadable)
+{
+    ASSERT_CKR(CKR_OK, generateGost("id"));
+    const CK_OBJECT_HANDLE key = only(CKO_PRIVATE_KEY, "id");
+    EXPECT_EQ(Bytes{CK_FALSE}, attribute(key, CKA_SENSITIVE));
+    EXPECT_EQ(Bytes{CK_TRUE}, attribute(key, CKA_EXTRACTABLE));
+    EXPECT_EQ(32U, attribute(key, CKA_VALUE).size());
+}
+
+TEST_F(Gost, GenerationTwiceMakesTwoPairs)
+{
+    ASSERT_CKR(CKR_OK, generateGost("id"));
+    ASSERT_CKR(CKR_OK, generateGost("id"));
+    const auto keys = find(CKO_PUBLIC_KEY, "id");
+    ASSERT_EQ(2U, keys.size());
+    EXPECT_NE(attribute(keys[0], CKA_VALUE), attribute(keys[1], CKA_VALUE));
+}
+
+TEST_F(Gost, GenerationThatFailsLeavesNothingBehind)
+{
+    CK_BBOOL yes = CK_TRUE;
+    CK_OBJECT_CLASS wrongClass = CKO_DATA;
+    CK_KEY_TYPE wrongType = CKK_RSA;
+    CK_BYTE otherCurve[] = {0x06, 0x07, 0x2A, 0x85, 0x03, 0x02, 0x02, 0x23, 0x02};
+    const CK_ATTRIBUTE onToken = {CKA_TOKEN, &yes, sizeof yes};
+    EXPECT_CKR(CKR_TEMPLATE_INCONSISTENT, generateWith({CKA_CLASS, &wrongClass, sizeof wrongClass}, onToken));
+    EXPECT_CKR(CKR_TEMPLATE_INCONSISTENT, generateWith(onToken, {CKA_KEY_TYPE, &wrongType, sizeof wrongType}));
+    EXPECT_CKR(CKR_DOMAIN_PARAMS_INVALID, generateWith({CKA_GOSTR3410_PARAMS, otherCurve, sizeof otherCurve}, onToken));
+    EXPECT_CKR(CKR_ARGUMENTS_BAD, generateWith({CKA_LABEL, nullptr, 1}, onToken));
+    EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, generateWith(onToken, {CKA_MODULUS, otherCurve, sizeof otherCurve}))
+        << "refused only after the public key was stored";
+    EXPECT_EQ(0U, objectCount());
+}
+
+TEST_F(Gost, GenerationNeedsALoggedInUser)
+{
+    ASSERT_CKR(CKR_OK, standard->C_Logout(session));
+    EXPECT_CKR(CKR_USER_NOT_LOGGED_IN, generateGost("id"));
+    EXPECT_EQ(0U, objectCount());
+}
+
+TEST_F(Gost, RequestsAreGood)
+{
+    ASSERT_CKR(CKR_OK, generateGost("id"));
+    Bytes csr;
+    ASSERT_CKR(CKR_OK, createCsr("id",
+                                 {{"CN", "Иван", "INN", "123456789012"},
+                                  {},
+                                  {"keyUsage", "critical", "digitalSignature", "subjectKeyIdentifier", "", "hash"}},
+                                 csr));
+    folder.write("request.der", csr);
+    const Outcome engine =
+        gostOpenssl(folder, {"req", "-inform", "DER", "-in", "request.der", "-verify", "-noout", "-text"});
+    EXPECT_TRUE(succeeded(engine));
+    EXPECT_NE(std::string::npos, engine.output.find("GOST R 34.10-2001")) << engine.output;
+    EXPECT_NE(std::string::npos, engine.output.find("Digital Signature")) << engine.output;
+
+    folder.write("forged.der", spoiltAtTheEnd(csr));
+    const Outcome unconvinced =
+        gostOpenssl(folder, {"req", "-inform", "DER", "-in", "forged.der", "-verify", "-noout"});
+    EXPECT_EQ(std::string::npos, unconvinced.output.find("verify OK")) << unconvinced.output;
+
+    const Outcome certtool = run(folder, {CERTTOOL_PROGRAM, "--crq-info", "--inder", "--infile", "request.der"});
+    EXPECT_NE(std::string::npos, certtool.output.find("GOST R 34.10-2001")) << certtool.output;
+}
+
+TEST_F(Gost, RequestsKeepTheirAnnouncedLength)
+{
+    ASSERT_CKR(CKR_OK, generateGost("id"));
+    Bytes first;
+    ASSERT_CKR(CKR_OK, createCsr("id", {}, first));
+    for (int i = 0; i < 100; ++i) {
+        Bytes next;
+        ASSERT_CKR(CKR_OK, createCsr("id", {}, next));
+        ASSERT_EQ(first.size(), next.size());
+    }
+}
+
+TEST_F(Gost, MessagesEncloseTheirContent)
+{
+    issueGost("id");
+    Bytes message;
+    ASSERT_CKR(CKR_OK, sign(content, "id", "id", enclosed, message));
+    EXPECT_TRUE(succeeded(verifyWithEngine(message)));
+    EXPECT_EQ(content, folder.read("verified"));
+    EXPECT_CKR(CKR_OK, verify(message));
+    EXPECT_TRUE(refused(verifyWithEngine(spoiltAtTheEnd(message))));
+    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(message)));
+}
+
+TEST_F(Gost, MessagesStandApartFromTheirContentWhenDetached)
+{
+    issueGost("id");
+    Bytes message;
+    ASSERT_CKR(CKR_OK, sign(content, "id", "id", detached, message));
+    folder.write("content", content);
+    folder.write("other", bytes("other"));
+    EXPECT_TRUE(succeeded(verifyWithEngine(message, {"-content", "content"})));
+    EXPECT_TRUE(refused(verifyWithEngine(message, {"-content", "other"})));
+    EXPECT_CKR(CKR_OK, verify(message, content));
+    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(message, bytes("other")));
+}
+
+TEST_F(Gost, MessagesOfTheEngineAreJudged)
+{
+    ASSERT_TRUE(
+        succeeded(gostOpenssl(folder, {"req", "-x509", "-newkey", "gost2001", "-pkeyopt", "paramset:A", "-nodes",
+                                       "-subj", "/CN=Engine", "-keyout", "own.key", "-out", "own.pem"})));
+    folder.write("content", content);
+    ASSERT_TRUE(succeeded(gostOpenssl(folder, {"cms", "-sign", "-binary", "-nodetach", "-in", "content", "-signer",
+                                               "own.pem", "-inkey", "own.key", "-outform", "DER", "-out", "own.der"})));
+    const Bytes message = folder.read("own.der");
+    EXPECT_CKR(CKR_OK, verify(message));
+    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(message)));
+}
+
+TEST_F(Gost, KeysBelongToTheirOwnCertificatesOnly)
+{
+    issueGost("id");
+    ASSERT_CKR(CKR_OK, generateGost("other"));
+    Bytes message;
+    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, sign(content, "id", "other", enclosed, message));
+    Bytes csr;
+    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT,
+               createCsr(only(CKO_PUBLIC_KEY, "id"), only(CKO_PRIVATE_KEY, "other"), {}, csr));
+}
+
+} // namespace
+} // namespace endtoend

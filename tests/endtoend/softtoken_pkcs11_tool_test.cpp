@@ -1,0 +1,68 @@
+// The software token in the hands of OpenSC's pkcs11-tool.
+#include "soft_token.h"
+
+namespace endtoend {
+namespace {
+
+class Pkcs11Tool : public TokenTest {
+protected:
+    /// The module belongs to one program at a time, so it is finalised here first.
+    Outcome pkcs11Tool(std::vector<std::string> arguments)
+    {
+        standard->C_Finalize(nullptr);
+        arguments.insert(arguments.begin(), {PKCS11_TOOL_PROGRAM, "--module", SOFTTOKEN_FILE});
+        return run(folder, std::move(arguments));
+    }
+};
+
+TEST_F(Pkcs11Tool, SeesTheReaderAndItsToken)
+{
+    const Outcome slots = pkcs11Tool({"--list-slots"});
+    EXPECT_TRUE(succeeded(slots));
+    EXPECT_NE(std::string::npos, slots.output.find(readerName)) << slots.output;
+    EXPECT_NE(std::string::npos, slots.output.find("VORNIX Token")) << slots.output;
+}
+
+TEST_F(Pkcs11Tool, InitialisesATokenThatTheDefaultPinOpens)
+{
+    EXPECT_TRUE(succeeded(pkcs11Tool({"--init-token", "--so-pin", soPin, "--label", "anew"})));
+    EXPECT_TRUE(succeeded(pkcs11Tool({"--login", "--pin", userPin, "--list-objects"})));
+}
+
+TEST_F(Pkcs11Tool, ChangesThePin)
+{
+    EXPECT_TRUE(succeeded(pkcs11Tool({"--login", "--pin", userPin, "--change-pin", "--new-pin", "24682468"})));
+    EXPECT_CKR(CKR_OK, standard->C_Initialize(nullptr));
+    EXPECT_CKR(CKR_OK, login(openSession(), "24682468"));
+}
+
+TEST_F(Pkcs11Tool, ReadsACertificate)
+{
+    const Bytes der = issue("\x01\x02");
+    EXPECT_TRUE(
+        succeeded(pkcs11Tool({"--read-object", "--type", "cert", "--id", "0102", "--output-file", "read.der"})));
+    EXPECT_EQ(der, folder.read("read.der"));
+}
+
+TEST_F(Pkcs11Tool, SignsWithAGeneratedRsaKey)
+{
+    ASSERT_CKR(CKR_OK, generateRsa("\x01\x02"));
+    folder.write("data", bytes("data"));
+    EXPECT_TRUE(succeeded(pkcs11Tool({"--login", "--pin", userPin, "--sign", "--mechanism", "SHA256-RSA-PKCS", "--id",
+                                      "0102", "--input-file", "data", "--output-file", "signature"})));
+    EXPECT_TRUE(
+        succeeded(pkcs11Tool({"--read-object", "--type", "pubkey", "--id", "0102", "--output-file", "public.der"})));
+    EXPECT_TRUE(succeeded(openssl(
+        folder, {"dgst", "-sha256", "-keyform", "DER", "-verify", "public.der", "-signature", "signature", "data"})));
+}
+
+TEST_F(Pkcs11Tool, GeneratesAGostKeyPair)
+{
+    const Outcome outcome = pkcs11Tool(
+        {"--login", "--pin", userPin, "--keypairgen", "--key-type", "GOSTR3410:A", "--id", "0102", "--label", "tool"});
+    EXPECT_TRUE(succeeded(outcome));
+    EXPECT_NE(std::string::npos, outcome.output.find("Private Key Object; GOSTR3410")) << outcome.output;
+}
+
+} // namespace
+} // namespace endtoend

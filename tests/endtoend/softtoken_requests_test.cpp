@@ -1,0 +1,195 @@
+// Certificate requests, judged by openssl and certtool.
+#include "soft_token.h"
+
+namespace endtoend {
+namespace {
+
+class Requests : public TokenTest {
+protected:
+    void SetUp() override
+    {
+        TokenTest::SetUp();
+        ASSERT_CKR(CKR_OK, generateRsa("rsa"));
+    }
+
+    /// What openssl prints of a request whose signature it has verified.
+    std::string printed(const RequestText& text)
+    {
+        Bytes csr;
+        EXPECT_CKR(CKR_OK, createCsr("rsa", text, csr));
+        folder.write("request.der", csr);
+        const Outcome outcome = openssl(folder, {"req", "-inform", "DER", "-in", "request.der", "-verify", "-noout",
+                                                 "-text", "-nameopt", "RFC2253,-esc_msb,utf8"});
+        EXPECT_TRUE(succeeded(outcome));
+        return outcome.output;
+    }
+
+    CK_RV attempt(const RequestText& text)
+    {
+        Bytes csr;
+        const CK_RV rv = createCsr("rsa", text, csr);
+        EXPECT_EQ(rv == CKR_OK, !csr.empty());
+        return rv;
+    }
+};
+
+#define EXPECT_TOLD(part, whole) EXPECT_NE(std::string::npos, (whole).find(part)) << (whole)
+
+TEST_F(Requests, AreSignedByTheTokensKey)
+{
+    const std::string text = printed({});
+    EXPECT_TOLD("Subject: O=Vornix,CN=Ivan Token", text);
+    EXPECT_TOLD("sha256WithRSAEncryption", text);
+    EXPECT_TOLD("Public-Key: (2048 bit)", text);
+    const Outcome certtool = run(folder, {CERTTOOL_PROGRAM, "--crq-info", "--inder", "--infile", "request.der"});
+    EXPECT_TRUE(succeeded(certtool));
+    EXPECT_TOLD("Self signature: verified", certtool.output);
+}
+
+TEST_F(Requests, TakeSubjectsByShortNameAndDottedOid)
+{
+    EXPECT_TOLD("Subject: 1.3.6.1.4.1.99999.1=#0C036F776E,CN=Иван,C=RU",
+                printed({{"C", "RU", "2.5.4.3", "Иван", "1.3.6.1.4.1.99999.1", "own"}, {}, {}}));
+}
+
+TEST_F(Requests, MayHaveAnEmptySubject)
+{
+    EXPECT_TOLD("Subject: \n", printed({{}, {}, {}}));
+}
+
+TEST_F(Requests, LeaveAnIncompletePairOut)
+{
+    EXPECT_TOLD("Subject: CN=Whole\n", printed({{"CN", "Whole", "O"}, {}, {}}));
+}
+
+TEST_F(Requests, CarryAttributes)
+{
+    const std::string text =
+        printed({{"CN", "x"}, {"challengePassword", "secret", "1.3.6.1.4.1.99999.2", "значение"}, {}});
+    EXPECT_TOLD("challengePassword        :secret", text);
+    EXPECT_TOLD("1.3.6.1.4.1.99999.2", text);
+}
+
+TEST_F(Requests, CarryExtensions)
+{
+    const std::string text = printed({{"CN", "x"},
+                                      {},
+                                      {"keyUsage", "critical", "digitalSignature,nonRepudiation",        //
+                                       "subjectAltName", "", "DNS:host.example,email:user@host.example", //
+                                       "2.5.29.37", "", "clientAuth",                                    //
+                                       "subjectKeyIdentifier", "", "hash",                               //
+                                       "certificatePolicies", "", "1.3.6.1.4.1.99999.4",                 //
+                                       "1.3.6.1.4.1.99999.3", "critical", "DER:04:03:01:02:03"}});
+    EXPECT_TOLD("X509v3 Key Usage: critical\n                    Digital Signature, Non Repudiation", text);
+    EXPECT_TOLD("DNS:host.example, email:user@host.example", text);
+    EXPECT_TOLD("TLS Web Client Authentication", text);
+    EXPECT_TOLD("X509v3 Subject Key Identifier", text);
+    EXPECT_TOLD("Policy: 1.3.6.1.4.1.99999.4", text);
+    EXPECT_TOLD("1.3.6.1.4.1.99999.3: critical", text);
+}
+
+TEST_F(Requests, RefuseTextThatMeansNothing)
+{
+    const std::vector<RequestText> meaningless = {
+        {{"NoSuchName", "x"}, {}, {}},
+        {{"1.2.x", "x"}, {}, {}},
+        {{"", "x"}, {}, {}},
+        {{"CN", ""}, {}, {}},
+        {{"CN", "\xff\xfe"}, {}, {}},
+        {{"CN", "\xc0\x80"}, {}, {}},
+        {{"CN", "\xed\xa0\xbd\xed\xb8\x80"}, {}, {}},
+        {{"C", "Russia"}, {}, {}},
+        {{"CN", "x"}, {"noSuchAttribute", "x"}, {}},
+        {{"CN", "x"}, {"challengePassword", "\xff"}, {}},
+        {{"CN", "x"}, {"extReq", "x"}, {}},
+        {{"CN", "x"}, {}, {"noSuchExtension", "", "x"}},
+        {{"CN", "x"}, {}, {"keyUsage", "", "noSuchUsage"}},
+        {{"CN", "x"}, {}, {"keyUsage", "perhaps", "digitalSignature"}},
+        {{"CN", "x"}, {}, {"1.3.6.1.4.1.99999.3", "", "text"}},
+        {{"CN", "x"}, {}, {"1.3.6.1.4.1.99999.3", "", "DER:04zz"}},
+        {{"CN", "x"}, {}, {"authorityKeyIdentifier", "", "keyid:always"}},
+        {{"CN", "x"}, {}, {"keyUsage", "", "digitalSignature", "2.5.29.15", "", "keyCertSign"}},
+    };
+    for (const RequestText& text : meaningless)
+        EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt(text))
+            << testing::PrintToString(text.subject) << testing::PrintToString(text.attributes)
+            << testing::PrintToString(text.extensions);
+}
+
+TEST_F(Requests, ReadNoConfigurationOfThisMachine)
+{
+    for (const char* name : {"subjectAltName", "certificatePolicies", "extendedKeyUsage", "crlDistributionPoints"})
+        EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt({{"CN", "x"}, {}, {name, "", "@section"}})) << name;
+    EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt({{"CN", "x"}, {}, {"subjectAltName", "", "dirName:section"}}));
+    EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt({{"CN", "x"}, {}, {"1.2.3.4", "", "ASN1:SEQUENCE:section"}}));
+}
+
+TEST_F(Requests, NeedKeysThatBelongTogether)
+{
+    ASSERT_CKR(CKR_OK, generateRsa("other"));
+    ASSERT_CKR(CKR_OK, generateGost("gost"));
+    const CK_OBJECT_HANDLE publicKey = only(CKO_PUBLIC_KEY, "rsa");
+    const CK_OBJECT_HANDLE privateKey = only(CKO_PRIVATE_KEY, "rsa");
+    Bytes csr;
+    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, createCsr(publicKey, only(CKO_PRIVATE_KEY, "other"), {}, csr));
+    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, createCsr(publicKey, only(CKO_PRIVATE_KEY, "gost"), {}, csr));
+    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, createCsr(only(CKO_PUBLIC_KEY, "gost"), privateKey, {}, csr));
+    EXPECT_CKR(CKR_KEY_HANDLE_INVALID, createCsr(only(CKO_PRIVATE_KEY, "rsa"), only(CKO_PUBLIC_KEY, "rsa"), {}, csr));
+    EXPECT_CKR(CKR_KEY_HANDLE_INVALID, createCsr(0, privateKey, {}, csr));
+    EXPECT_CKR(CKR_KEY_HANDLE_INVALID, createCsr(publicKey, 0, {}, csr));
+    EXPECT_CKR(CKR_KEY_HANDLE_INVALID, createCsr(publicKey, 9999, {}, csr));
+    EXPECT_TRUE(csr.empty());
+}
+
+TEST_F(Requests, PassOnWhyTheTokenDoesNotSign)
+{
+    CK_BBOOL no = CK_FALSE;
+    CK_ATTRIBUTE change = {CKA_SIGN, &no, sizeof no};
+    ASSERT_CKR(CKR_OK, standard->C_SetAttributeValue(session, only(CKO_PRIVATE_KEY, "rsa"), &change, 1));
+    EXPECT_CKR(CKR_KEY_FUNCTION_NOT_PERMITTED, attempt({}));
+}
+
+TEST_F(Requests, AreNotCutToAShortBuffer)
+{
+    const CK_OBJECT_HANDLE publicKey = only(CKO_PUBLIC_KEY, "rsa");
+    const CK_OBJECT_HANDLE privateKey = only(CKO_PRIVATE_KEY, "rsa");
+    const auto call = [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
+        return module->C_TOVR_CreateCSR(session, publicKey, nullptr, 0, buffer, length, privateKey, nullptr, 0, nullptr,
+                                        0);
+    };
+    CK_ULONG needed = 0;
+    ASSERT_CKR(CKR_OK, call(nullptr, &needed));
+    Bytes room(needed, 0xAA);
+    CK_ULONG length = needed - 1;
+    EXPECT_CKR(CKR_BUFFER_TOO_SMALL, call(room.data(), &length));
+    EXPECT_EQ(needed, length);
+    EXPECT_EQ(Bytes(needed, 0xAA), room);
+    EXPECT_CKR(CKR_ARGUMENTS_BAD, call(room.data(), nullptr));
+}
+
+TEST_F(Requests, WithNullPointersAreRefused)
+{
+    const CK_OBJECT_HANDLE publicKey = only(CKO_PUBLIC_KEY, "rsa");
+    const CK_OBJECT_HANDLE privateKey = only(CKO_PRIVATE_KEY, "rsa");
+    const auto call = [&](CK_ULONG subjects, CK_ULONG attributes, CK_ULONG extensions) {
+        CK_ULONG length = 0;
+        return module->C_TOVR_CreateCSR(session, publicKey, nullptr, subjects, nullptr, &length, privateKey, nullptr,
+                                        attributes, nullptr, extensions);
+    };
+    EXPECT_CKR(CKR_OK, call(0, 0, 0));
+    EXPECT_CKR(CKR_ARGUMENTS_BAD, call(1, 0, 0));
+    EXPECT_CKR(CKR_ARGUMENTS_BAD, call(0, 1, 0));
+    EXPECT_CKR(CKR_ARGUMENTS_BAD, call(0, 0, 1));
+}
+
+TEST_F(Requests, NeedALoggedInUser)
+{
+    const CK_OBJECT_HANDLE publicKey = only(CKO_PUBLIC_KEY, "rsa");
+    const CK_OBJECT_HANDLE privateKey = only(CKO_PRIVATE_KEY, "rsa");
+    ASSERT_CKR(CKR_OK, standard->C_Logout(session));
+    Bytes csr;
+    EXPECT_CKR(CKR_USER_NOT_LOGGED_IN, createCsr(publicKey, privateKey, {}, csr));
+}
+
+} // namespace
+} // namespace endtoend

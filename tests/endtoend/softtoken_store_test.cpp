@@ -1,0 +1,176 @@
+// Where the token is kept, and the module's life from load to unload.
+#include "soft_token.h"
+
+#include <cstdlib>
+#include <dlfcn.h>
+#include <sys/stat.h>
+
+namespace endtoend {
+namespace {
+
+namespace fs = std::filesystem;
+
+using Store = StoreTest;
+using StoreWithToken = TokenTest;
+
+mode_t mode(const fs::path& path)
+{
+    struct stat status = {};
+    EXPECT_EQ(0, stat(path.c_str(), &status)) << path;
+    return status.st_mode & 07777;
+}
+
+TEST_F(Store, AppearsAtFirstUseForItsOwnerAlone)
+{
+    const Module module;
+    EXPECT_FALSE(fs::exists(folder.path() / "token"));
+    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_EQ(0700U, mode(folder.path() / "token"));
+    EXPECT_EQ(0700U, mode(folder.path() / "token" / "tokens"));
+}
+
+TEST_F(Store, IsFoundUnderADirectoryYetToBeMade)
+{
+    setenv("VORNIX_SOFTTOKEN_DIR", (folder.path() / "some" / "where" / "").c_str(), 1);
+    const Module module;
+    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_EQ(0700U, mode(folder.path() / "some" / "where"));
+}
+
+TEST_F(Store, LeavesTheModeOfAnExistingDirectoryAlone)
+{
+    fs::create_directory(folder.path() / "token");
+    fs::permissions(folder.path() / "token", fs::perms(0755));
+    const Module module;
+    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_EQ(0755U, mode(folder.path() / "token"));
+    EXPECT_EQ(0700U, mode(folder.path() / "token" / "tokens"));
+}
+
+TEST_F(Store, StandsUnderTheUsersDataDirectoryUnlessNamed)
+{
+    unsetenv("VORNIX_SOFTTOKEN_DIR");
+    setenv("XDG_DATA_HOME", (folder.path() / "data").c_str(), 1);
+    setenv("HOME", (folder.path() / "home").c_str(), 1);
+    const Module module;
+    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_TRUE(fs::is_directory(folder.path() / "data" / "vornix-softtoken"));
+    EXPECT_CKR(CKR_OK, module->standard.C_Finalize(nullptr));
+
+    unsetenv("XDG_DATA_HOME");
+    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_TRUE(fs::is_directory(folder.path() / "home" / ".local" / "share" / "vornix-softtoken"));
+}
+
+TEST_F(Store, RefusesToStartWhereItCannotWrite)
+{
+    folder.write("token", {});
+    const Module module;
+    EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
+    EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, module->standard.C_Finalize(nullptr));
+}
+
+TEST_F(Store, RefusesAPathThatItsStorageWouldCutShort)
+{
+    setenv("VORNIX_SOFTTOKEN_DIR", (folder.path() / "a=b").c_str(), 1);
+    const Module module;
+    EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
+    EXPECT_FALSE(fs::exists(folder.path() / "a=b"));
+}
+
+TEST_F(Store, AnswersBeforeInitialisationThatItIsNotInitialised)
+{
+    const Module module;
+    CK_ULONG count = 0;
+    EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, module->standard.C_GetSlotList(CK_FALSE, nullptr, &count));
+    CK_SLOT_INFO info;
+    EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, module->standard.C_GetSlotInfo(1, &info));
+    EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, module->C_TOVR_pkcs7Verify(nullptr, 0, nullptr, 0));
+    EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, module->C_TOVR_ImportCert(1, nullptr, 0, nullptr, 0));
+}
+
+TEST_F(Store, IsInitialisedOnce)
+{
+    const Module module;
+    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_CKR(CKR_CRYPTOKI_ALREADY_INITIALIZED, module->standard.C_Initialize(nullptr));
+    EXPECT_CKR(CKR_OK, module->standard.C_Finalize(nullptr));
+    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+}
+
+TEST_F(Store, StartsAfreshAfterAnUnloadWithoutFinalize)
+{
+    for (int i = 0; i < 3; ++i) {
+        void* handle = dlopen(SOFTTOKEN_FILE, RTLD_NOW);
+        ASSERT_TRUE(handle) << dlerror();
+        const auto getList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(handle, "C_GetFunctionList"));
+        CK_FUNCTION_LIST* list = nullptr;
+        ASSERT_CKR(CKR_OK, getList(&list));
+        EXPECT_CKR(CKR_OK, list->C_Initialize(nullptr));
+        EXPECT_EQ(0, dlclose(handle));
+    }
+}
+
+TEST_F(Store, SurvivesAnExitWithoutFinalize)
+{
+    EXPECT_EXIT(
+        {
+            const auto* module = new Module;
+            std::exit(static_cast<int>((*module)->standard.C_Initialize(nullptr)));
+        },
+        testing::ExitedWithCode(0), "^$");
+}
+
+TEST_F(StoreWithToken, KeepsObjectsFromOneLifeToTheNext)
+{
+    EXPECT_CKR(CKR_OK, generateRsa("kept"));
+    EXPECT_CKR(CKR_OK, generateGost("gost"));
+    EXPECT_CKR(CKR_OK, standard->C_Finalize(nullptr));
+    EXPECT_CKR(CKR_OK, standard->C_Initialize(nullptr));
+    session = openSession();
+    EXPECT_CKR(CKR_OK, login(session));
+    EXPECT_EQ(4U, objectCount());
+    only(CKO_PRIVATE_KEY, "kept");
+    only(CKO_PRIVATE_KEY, "gost");
+}
+
+TEST_F(StoreWithToken, KeepsNothingOfAKeyPairThatItRefuses)
+{
+    EXPECT_CKR(CKR_TEMPLATE_INCOMPLETE, generateRsa("none", 0));
+    CK_MECHANISM mechanism = {CKM_RSA_PKCS_KEY_PAIR_GEN, nullptr, 0};
+    CK_BBOOL yes = CK_TRUE;
+    CK_ULONG bits = 1024;
+    CK_ATTRIBUTE publicTemplate[] = {{CKA_TOKEN, &yes, sizeof yes}, {CKA_MODULUS_BITS, &bits, sizeof bits}};
+    CK_ATTRIBUTE privateTemplate[] = {{CKA_TOKEN, &yes, sizeof yes}, {CKA_CERTIFICATE_TYPE, &bits, sizeof bits}};
+    CK_OBJECT_HANDLE keys[2];
+    EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, standard->C_GenerateKeyPair(session, &mechanism, publicTemplate, 2,
+                                                                       privateTemplate, 2, &keys[0], &keys[1]));
+    EXPECT_EQ(0U, objectCount());
+}
+
+TEST_F(StoreWithToken, LosesObjectsAndAChangedPinWhenInitialisedAgain)
+{
+    EXPECT_CKR(CKR_OK, generateRsa("lost"));
+    std::string former = userPin;
+    std::string fresh = "13571357";
+    EXPECT_CKR(CKR_OK, standard->C_SetPIN(session, reinterpret_cast<CK_BYTE_PTR>(former.data()), former.size(),
+                                          reinterpret_cast<CK_BYTE_PTR>(fresh.data()), fresh.size()));
+    EXPECT_CKR(CKR_OK, standard->C_CloseSession(session));
+    EXPECT_CKR(CKR_OK, initToken());
+    session = openSession();
+    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, fresh));
+    EXPECT_CKR(CKR_OK, login(session));
+    EXPECT_EQ(0U, objectCount());
+}
+
+TEST(StoreFile, ShowsNothingButItsEntryPoint)
+{
+    const Folder folder;
+    const Outcome symbols = run(folder, {"nm", "--dynamic", "--defined-only", "--format=posix", SOFTTOKEN_FILE});
+    ASSERT_TRUE(succeeded(symbols));
+    EXPECT_EQ(0U, symbols.output.find("C_GetFunctionList T ")) << symbols.output;
+    EXPECT_EQ(symbols.output.size() - 1, symbols.output.find('\n')) << symbols.output;
+}
+
+} // namespace
+} // namespace endtoend

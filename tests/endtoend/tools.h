@@ -1,0 +1,52 @@
+// A folder for one test and the programs that judge what the token made.
+#pragma once
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace endtoend {
+
+using Bytes = std::vector<unsigned char>;
+
+Bytes bytes(const std::string& text);
+
+/// A copy whose last byte differs.
+Bytes spoiltAtTheEnd(Bytes original);
+
+/// A copy in which the last byte of this part differs. The part must be there.
+Bytes spoilt(Bytes original, const Bytes& part);
+
+/// An empty folder, removed with all it holds at the end of its scope.
+class Folder {
+public:
+    Folder();
+    ~Folder();
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+
+    const std::filesystem::path& path() const { return path_; }
+    void write(const std::string& name, const Bytes& contents) const;
+    Bytes read(const std::string& name) const;
+
+private:
+    std::filesystem::path path_;
+};
+
+struct Outcome {
+    bool succeeded;
+    std::string output; ///< standard output and standard error
+};
+
+/// Runs a program inside the folder; its arguments name files there.
+Outcome run(const Folder& folder, std::vector<std::string> arguments);
+Outcome openssl(const Folder& folder, std::vector<std::string> arguments);
+
+/// openssl with the GOST engine.
+Outcome gostOpenssl(const Folder& folder, std::vector<std::string> arguments);
+
+testing::AssertionResult succeeded(const Outcome& outcome);
+testing::AssertionResult refused(const Outcome& outcome);
+
+} // namespace endtoend
