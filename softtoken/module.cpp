@@ -4,6 +4,7 @@
 #include "gost.h"
 #include "messages.h"
 #include "reader.h"
+#include "recovery.h"
 #include "requests.h"
 #include "store.h"
 
@@ -45,6 +46,20 @@ struct ForwardedForSlot<member> {
     }
 };
 
+/// Likewise one that changes a PIN.
+template <auto member>
+struct ForwardedAndKept;
+template <typename... Arguments, CK_RV (*List::*member)(Arguments...)>
+struct ForwardedAndKept<member> {
+    static CK_RV call(Arguments... arguments)
+    {
+        return atBoundary([&](const List& store) {
+            check((store.*member)(arguments...));
+            keepTokenFiles();
+        });
+    }
+};
+
 template <auto... members>
 void forward(List& list)
 {
@@ -64,11 +79,11 @@ CK_TOVR_FUNCTION_LIST makeList()
     CK_TOVR_FUNCTION_LIST list = {};
     List& standard = list.standard;
     standard.version = {2, 40};
-    forward<&List::C_Finalize, &List::C_InitPIN, &List::C_SetPIN, &List::C_CloseSession, &List::C_GetOperationState,
-            &List::C_SetOperationState, &List::C_Login, &List::C_Logout, &List::C_CreateObject, &List::C_CopyObject,
-            &List::C_DestroyObject, &List::C_GetObjectSize, &List::C_GetAttributeValue, &List::C_SetAttributeValue,
-            &List::C_FindObjectsInit, &List::C_FindObjects, &List::C_FindObjectsFinal, &List::C_EncryptInit,
-            &List::C_Encrypt, &List::C_EncryptUpdate, &List::C_EncryptFinal, &List::C_DecryptInit, &List::C_Decrypt,
+    forward<&List::C_Finalize, &List::C_CloseSession, &List::C_GetOperationState, &List::C_SetOperationState,
+            &List::C_Login, &List::C_Logout, &List::C_CreateObject, &List::C_CopyObject, &List::C_DestroyObject,
+            &List::C_GetObjectSize, &List::C_GetAttributeValue, &List::C_SetAttributeValue, &List::C_FindObjectsInit,
+            &List::C_FindObjects, &List::C_FindObjectsFinal, &List::C_EncryptInit, &List::C_Encrypt,
+            &List::C_EncryptUpdate, &List::C_EncryptFinal, &List::C_DecryptInit, &List::C_Decrypt,
             &List::C_DecryptUpdate, &List::C_DecryptFinal, &List::C_DigestInit, &List::C_Digest, &List::C_DigestUpdate,
             &List::C_DigestKey, &List::C_DigestFinal, &List::C_SignInit, &List::C_Sign, &List::C_SignUpdate,
             &List::C_SignFinal, &List::C_SignRecoverInit, &List::C_SignRecover, &List::C_VerifyInit, &List::C_Verify,
@@ -78,6 +93,8 @@ CK_TOVR_FUNCTION_LIST makeList()
             &List::C_DeriveKey, &List::C_SeedRandom, &List::C_GenerateRandom, &List::C_GetFunctionStatus,
             &List::C_CancelFunction, &List::C_WaitForSlotEvent>(standard);
     forwardForSlot<&List::C_GetTokenInfo, &List::C_OpenSession, &List::C_CloseAllSessions>(standard);
+    standard.C_InitPIN = ForwardedAndKept<&List::C_InitPIN>::call;
+    standard.C_SetPIN = ForwardedAndKept<&List::C_SetPIN>::call;
     standard.C_Initialize = Own<initialise>::call;
     standard.C_GetInfo = Own<getInfo>::call;
     // Not the exported symbol: where p11-kit is loaded too, that name may lead there.

@@ -1,5 +1,7 @@
 #include "reader.h"
 
+#include "recovery.h"
+
 #include <algorithm>
 #include <iterator>
 #include <string_view>
@@ -98,6 +100,7 @@ void initToken(const CK_FUNCTION_LIST& store, CK_SLOT_ID slot, CK_UTF8CHAR_PTR p
     const CK_SLOT_ID target = storeSlot(store, slot);
     check(store.C_InitToken(target, pin, pinLen, label));
     setUserPin(store, target, pin, pinLen);
+    keepTokenFiles();
 }
 
 } // namespace softtoken

@@ -1,13 +1,16 @@
 #include "store.h"
 
 #include "boundary.h"
+#include "recovery.h"
 
 #include <cerrno>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
+#include <gnutls/gnutls.h>
 #include <iterator>
+#include <openssl/crypto.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,6 +19,15 @@ namespace softtoken {
 namespace {
 
 namespace fs = std::filesystem;
+
+/// Keeps the library that has this function loaded to the end of the process.
+template <typename Function>
+void keepLoaded(Function* function)
+{
+    Dl_info library = {};
+    if (dladdr(reinterpret_cast<void*>(function), &library) != 0)
+        (void)dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE); // without it all is slower, not wrong
+}
 
 /// SoftHSM2 for as long as this module is loaded. A program that unloads the module without C_Finalize thus finds it
 /// uninitialised when it loads it again.
@@ -40,6 +52,9 @@ public:
 private:
     void load()
     {
+        // A life of this module is short, and these two take longer to load than it lasts.
+        keepLoaded(gnutls_global_init);
+        keepLoaded(OPENSSL_init_crypto);
         if (!handle_)
             handle_ = dlopen(VORNIX_SOFTHSM2_MODULE, RTLD_NOW | RTLD_LOCAL);
         require(handle_, CKR_GENERAL_ERROR);
@@ -123,6 +138,7 @@ void initialise(const CK_FUNCTION_LIST& store, CK_VOID_PTR arguments)
     // The environment is the process's: written only when it changes.
     if (fromEnvironment("SOFTHSM2_CONF") != configuration)
         require(setenv("SOFTHSM2_CONF", configuration.c_str(), 1) == 0, CKR_HOST_MEMORY);
+    restoreTokenFiles(home / "tokens");
     check(store.C_Initialize(arguments));
 }
 

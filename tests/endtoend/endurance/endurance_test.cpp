@@ -1,0 +1,141 @@
+// What shows only after a long time: things that grow, threads that meet, and a death in the middle of a write.
+#include "full_cycle.h"
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <fstream>
+#include <malloc.h>
+#include <random>
+#include <set>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <thread>
+
+namespace endtoend {
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+class Endurance : public testing::Test {
+protected:
+    void SetUp() override { prepareToken(folder); }
+
+    Folder folder;
+};
+
+long linesOf(const char* file)
+{
+    std::ifstream stream(file);
+    return std::count(std::istreambuf_iterator<char>(stream), {}, '\n');
+}
+
+long descriptors()
+{
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator{});
+}
+
+TEST_F(Endurance, ThousandCyclesLeaveMemoryDescriptorsAndMappingsAsTheyAre)
+{
+    constexpr int cycles = 1000;
+    constexpr int settling = 20; // libraries that stay loaded, caches that fill once
+    std::size_t heap = 0;
+    long mappings = 0;
+    long open = 0;
+    for (int cycle = 0; cycle < cycles; ++cycle) {
+        ASSERT_EQ(CKR_OK, fullCycle()) << "in cycle " << cycle;
+        if (cycle + 1 == settling) {
+            heap = mallinfo2().uordblks;
+            mappings = linesOf("/proc/self/maps");
+            open = descriptors();
+        }
+    }
+    const std::size_t grown = mallinfo2().uordblks - heap;
+    std::cout << "heap: " << heap << " bytes, " << static_cast<long>(grown) << " more after " << cycles - settling
+              << " cycles; mappings: " << mappings << " and " << linesOf("/proc/self/maps") << "; descriptors: " << open
+              << " and " << descriptors() << '\n';
+    EXPECT_LT(static_cast<long>(grown), 4096)
+        << "blocks in the C library's caches count: GLIBC_TUNABLES switches them off";
+    EXPECT_LE(linesOf("/proc/self/maps"), mappings);
+    EXPECT_EQ(descriptors(), open);
+}
+
+TEST_F(Endurance, ThreadsNeitherCrashNorDamageTheToken)
+{
+    // What a job may answer when another thread finalises the module under it, or has just changed the PIN.
+    const std::set<CK_RV> lostRaces = {
+        CKR_CRYPTOKI_NOT_INITIALIZED,     CKR_SESSION_HANDLE_INVALID, CKR_OBJECT_HANDLE_INVALID,
+        CKR_KEY_HANDLE_INVALID,           CKR_OPERATION_ACTIVE,       CKR_OPERATION_NOT_INITIALIZED,
+        CKR_USER_NOT_LOGGED_IN,           CKR_USER_ALREADY_LOGGED_IN, CKR_PIN_INCORRECT,
+        CKR_CRYPTOKI_ALREADY_INITIALIZED, CKR_FUNCTION_FAILED,        CKR_GENERAL_ERROR};
+    const char* seconds = std::getenv("ENDURANCE_SECONDS");
+    const auto end = Clock::now() + std::chrono::seconds(seconds == nullptr ? 60 : std::atoi(seconds));
+    std::atomic<long> jobs{0};
+    std::atomic<long> completed{0};
+    std::atomic<CK_RV> surprise{CKR_OK};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i)
+        threads.emplace_back([&] {
+            while (Clock::now() < end) {
+                const CK_RV rv = fullCycle();
+                ++jobs;
+                if (rv == CKR_OK)
+                    ++completed;
+                else if (lostRaces.count(rv) == 0)
+                    surprise = rv;
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    std::cout << jobs << " cycles, " << completed << " of them undisturbed to their end\n";
+    EXPECT_EQ(CKR_OK, surprise.load());
+
+    // A thread whose race was lost half-way may have left the other PIN behind.
+    (void)changePin("abcdefgh", "12345678");
+    EXPECT_EQ(CKR_OK, fullCycle()) << "the token is whole";
+}
+
+/// A process that writes to the token without a pause, killed after a while.
+void writeAndDie(const std::string& what, std::chrono::microseconds life)
+{
+    std::string program = TOKEN_WRITER;
+    std::string job = what;
+    char* const arguments[] = {program.data(), job.data(), nullptr};
+    pid_t writer = 0;
+    ASSERT_EQ(0, posix_spawn(&writer, program.c_str(), nullptr, nullptr, arguments, environ));
+    std::this_thread::sleep_for(life);
+    kill(writer, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(writer, waitpid(writer, &status, 0));
+    ASSERT_TRUE(WIFSIGNALED(status)) << "it ended by itself, with status " << status;
+}
+
+class DeathInTheMiddleOfAWrite : public Endurance, public testing::WithParamInterface<const char*> {};
+
+TEST_P(DeathInTheMiddleOfAWrite, LeavesTheTokenReadable)
+{
+    std::mt19937 random(20240601); // the same deaths every time, as far as the machine allows
+    std::uniform_int_distribution<int> life(20000, 90000);
+    for (int death = 0; death < 60; ++death) {
+        writeAndDie(GetParam(), std::chrono::microseconds(life(random)));
+        if (HasFatalFailure())
+            return;
+        (void)changePin("abcdefgh", "12345678"); // the writer may have died between two changes
+        Bytes certificate;
+        ASSERT_EQ(CKR_OK, readCertificate(certificate)) << "after death " << death;
+        Bytes message;
+        ASSERT_EQ(CKR_OK, sign(bytes("still here"), message)) << "after death " << death;
+    }
+    // What was being written may be half-made; cleaning takes it away.
+    ASSERT_EQ(CKR_OK, clean());
+    std::vector<ObjectAttr> objects;
+    ASSERT_EQ(CKR_OK, list(objects));
+    EXPECT_TRUE(objects.empty());
+}
+INSTANTIATE_TEST_SUITE_P(While, DeathInTheMiddleOfAWrite, testing::Values("importing", "generating", "changingThePin"),
+                         [](const auto& tested) { return std::string(tested.param); });
+
+} // namespace
+} // namespace endtoend
