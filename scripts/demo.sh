@@ -1,27 +1,21 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds the release and shows the library at work: a Java program drives a SoftHSM2 token in a folder of its
-# own, which is removed at the end.
+# Installs what is missing, builds the release and shows the library at work: a Java program leads a software token
+# through its whole life and says what it does and checks. Its last step, which resets a reader, needs root.
+# The token is kept in a folder of its own, which is removed at the end.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh demo
-cmake --preset release -DVORNIX_TESTS=OFF -B build/demo
-cmake --build build/demo
+build=build/demo
+cmake --preset release -B $build -DVORNIX_TESTS=OFF -DVORNIX_SOFTTOKEN=ON -DVORNIX_VIRTUAL_READER=ON
+cmake --build $build --target VornixToken_Javalib vornix_softtoken with_virtual_card token_demo_jar
 
-store=$(mktemp -d)
-trap 'rm -rf "$store"' EXIT
-mkdir "$store/tokens"
-echo "directories.tokendir = $store/tokens" >"$store/softhsm2.conf"
-export SOFTHSM2_CONF=$store/softhsm2.conf VORNIX_USER_PIN=12345678 VORNIX_SO_PIN=87654321
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+# The software token gives itself this PIN when it is initialised; the PUK is free.
+export VORNIX_SOFTTOKEN_DIR=$folder/token VORNIX_USER_PIN=12345678 VORNIX_SO_PIN=87654321
 
-# SoftHSM2 describes a slot by its ID, which it draws when a token is initialised, and always adds a blank slot with the ID 1.
-# A reader name beginning with "… 0x1" would mean that one, which comes last: draw again.
-reader="SoftHSM slot ID 0x1"
-while [[ $reader == *" 0x1"* ]]; do
-    rm -rf "$store"/tokens/*
-    answer=$(softhsm2-util --init-token --free --label "Demo token" --pin "$VORNIX_USER_PIN" --so-pin "$VORNIX_SO_PIN")
-    reader=$(printf 'SoftHSM slot ID 0x%x' "$(grep -o '[0-9]*$' <<<"$answer")")
-done
-
-printf '\nThe token is in the reader "%s".\n' "$reader"
-java -Djava.library.path=build/demo -jar build/demo/token-demo.jar /usr/lib/softhsm/libsofthsm2.so "$reader"
+echo
+java -Djava.io.tmpdir="$folder" -Djava.library.path=$build -jar $build/token-demo.jar \
+    life $build/libvornix_softtoken.so "Vornix Soft Reader 00 00" \
+    tools/virtual_reader/in_pcsc_namespace.sh $build/with_virtual_card

@@ -11,10 +11,9 @@ set -euo pipefail
 
 build=(cmake g++ make ninja-build openjdk-17-jdk-headless libp11-kit-dev libpcsclite-dev libssl-dev libgnutls28-dev softhsm2
        libpicocli-java)
-demo=("${build[@]}" openssl)
-test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin libengine-gost-openssl pcscd vsmartcard-vpcd iproute2
-      util-linux)
-ci=("${test[@]}" clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck abigail-tools)
+demo=("${build[@]}" openssl libengine-gost-openssl pcscd vsmartcard-vpcd iproute2 util-linux)
+test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin)
+ci=("${test[@]}" clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck abigail-tools libbenchmark-dev)
 
 case "${1:-}" in
 build) packages=("${build[@]}") ;;

@@ -9,7 +9,7 @@
 #
 # With the program with_virtual_card between, the command finds the reader "Virtual PCD 00 00" with a card in it:
 #
-#   in_pcsc_namespace.sh <build folder>/tests/endtoend/reader_reset/with_virtual_card COMMAND [ARGUMENT]...
+#   in_pcsc_namespace.sh <build folder>/with_virtual_card COMMAND [ARGUMENT]...
 #
 # Status 77: nothing was run, because the caller may not make namespaces; root may, outside of a locked-down container.
 set -eu

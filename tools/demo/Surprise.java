@@ -1,0 +1,8 @@
+package demo;
+
+/** Something did not go as expected. */
+final class Surprise extends RuntimeException {
+    Surprise(String message) {
+        super(message);
+    }
+}
