@@ -21,6 +21,25 @@ CK_RV findById(AuthenticatedSession& session, const std::string& number, CK_OBJE
     return search ? search.findOne(object) : search.result();
 }
 
+/// What a message or a request is built upon.
+struct Signer {
+    CK_OBJECT_HANDLE publicPart = CK_INVALID_HANDLE; ///< a certificate or a public key
+    CK_OBJECT_HANDLE privateKey = CK_INVALID_HANDLE;
+};
+
+/// Finds both by their IDs; one of length 0 names none. The login's 0x100 runs on as the code until a search replaces
+/// it: without a public part to find it ends the operation.
+CK_RV findSigner(AuthenticatedSession& session, CK_OBJECT_CLASS publicClass, const unsigned char* publicId,
+                 CK_ULONG publicIdLen, const unsigned char* keyId, CK_ULONG keyIdLen, Signer& signer)
+{
+    CK_RV rv = session.result();
+    if (publicIdLen != 0)
+        rv = findById(session, " #1", publicClass, publicId, publicIdLen, signer.publicPart);
+    if (rv == CKR_OK && keyIdLen != 0)
+        rv = findById(session, " #2", CKO_PRIVATE_KEY, keyId, keyIdLen, signer.privateKey);
+    return rv;
+}
+
 /// Fetches what an extension named `function` builds; `build(buffer, length)` calls it. `output` is replaced on success
 /// only, and keeps the announced length: what the module leaves unwritten is zero.
 template <typename Build>
@@ -50,15 +69,8 @@ CK_RV P11Wrapper::pkcs7Sign(unsigned long slotId, unsigned char* pin, unsigned l
     AuthenticatedSession session(*this, slotId, CKU_USER, pin, pinLen);
     if (!session)
         return session.result();
-
-    // The login's 0x100 runs on as the code until a search replaces it: without a certificate to find it ends the call.
-    CK_RV rv = session.result();
-    CK_OBJECT_HANDLE certificate = CK_INVALID_HANDLE;
-    CK_OBJECT_HANDLE privateKey = CK_INVALID_HANDLE;
-    if (certIdLen != 0)
-        rv = findById(session, " #1", CKO_CERTIFICATE, certId, certIdLen, certificate);
-    if (rv == CKR_OK && keyIdLen != 0)
-        rv = findById(session, " #2", CKO_PRIVATE_KEY, keyId, keyIdLen, privateKey);
+    Signer signer;
+    CK_RV rv = findSigner(session, CKO_CERTIFICATE, certId, certIdLen, keyId, keyIdLen, signer);
     if (rv != CKR_OK)
         return rv;
 
@@ -77,7 +89,7 @@ CK_RV P11Wrapper::pkcs7Sign(unsigned long slotId, unsigned char* pin, unsigned l
 
     return fetchBuilt("C_TOVR_pkcs7Sign", signature, [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
         return extendedList(functionList)
-            ->C_TOVR_pkcs7Sign(session.handle(), data, dataLen, certificate, buffer, length, privateKey,
+            ->C_TOVR_pkcs7Sign(session.handle(), data, dataLen, signer.publicPart, buffer, length, signer.privateKey,
                                furtherCertificates.empty() ? nullptr : furtherCertificates.data(),
                                furtherCertificates.size(), flags);
     });
@@ -100,20 +112,15 @@ CK_RV P11Wrapper::createCSR(unsigned long slotId, unsigned char* pin, unsigned l
     AuthenticatedSession session(*this, slotId, CKU_USER, pin, pinLen);
     if (!session)
         return session.result();
-
-    CK_RV rv = session.result(); // the login's 0x100 runs on, as in pkcs7Sign
-    CK_OBJECT_HANDLE publicKey = CK_INVALID_HANDLE;
-    CK_OBJECT_HANDLE privateKey = CK_INVALID_HANDLE;
-    if (publicKeyIdLen != 0)
-        rv = findById(session, " #1", CKO_PUBLIC_KEY, publicKeyId, publicKeyIdLen, publicKey);
-    if (rv == CKR_OK && privateKeyIdLen != 0)
-        rv = findById(session, " #2", CKO_PRIVATE_KEY, privateKeyId, privateKeyIdLen, privateKey);
+    Signer signer;
+    const CK_RV rv =
+        findSigner(session, CKO_PUBLIC_KEY, publicKeyId, publicKeyIdLen, privateKeyId, privateKeyIdLen, signer);
     if (rv != CKR_OK)
         return rv;
 
     return fetchBuilt("C_TOVR_CreateCSR", csr, [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
         return extendedList(functionList)
-            ->C_TOVR_CreateCSR(session.handle(), publicKey, subject, subjectCount, buffer, length, privateKey,
-                               attributes, attributeCount, extensions, extensionCount);
+            ->C_TOVR_CreateCSR(session.handle(), signer.publicPart, subject, subjectCount, buffer, length,
+                               signer.privateKey, attributes, attributeCount, extensions, extensionCount);
     });
 }
