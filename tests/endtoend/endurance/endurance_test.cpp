@@ -64,12 +64,21 @@ TEST_F(Endurance, ThousandCyclesLeaveMemoryDescriptorsAndMappingsAsTheyAre)
 
 TEST_F(Endurance, ThreadsNeitherCrashNorDamageTheToken)
 {
-    // What a job may answer when another thread finalises the module under it, or has just changed the PIN.
-    const std::set<CK_RV> lostRaces = {
-        CKR_CRYPTOKI_NOT_INITIALIZED,     CKR_SESSION_HANDLE_INVALID, CKR_OBJECT_HANDLE_INVALID,
-        CKR_KEY_HANDLE_INVALID,           CKR_OPERATION_ACTIVE,       CKR_OPERATION_NOT_INITIALIZED,
-        CKR_USER_NOT_LOGGED_IN,           CKR_USER_ALREADY_LOGGED_IN, CKR_PIN_INCORRECT,
-        CKR_CRYPTOKI_ALREADY_INITIALIZED, CKR_FUNCTION_FAILED,        CKR_GENERAL_ERROR};
+    // What a job may answer when another thread finalises the module under it, and perhaps has initialised it again, so
+    // that a handle has come to mean another object.
+    const std::set<CK_RV> lostRaces = {CKR_CRYPTOKI_NOT_INITIALIZED,
+                                       CKR_SESSION_HANDLE_INVALID,
+                                       CKR_OBJECT_HANDLE_INVALID,
+                                       CKR_KEY_HANDLE_INVALID,
+                                       CKR_OPERATION_ACTIVE,
+                                       CKR_OPERATION_NOT_INITIALIZED,
+                                       CKR_USER_NOT_LOGGED_IN,
+                                       CKR_USER_ALREADY_LOGGED_IN,
+                                       CKR_ATTRIBUTE_TYPE_INVALID,
+                                       CKR_CRYPTOKI_ALREADY_INITIALIZED,
+                                       CKR_FUNCTION_FAILED,
+                                       CKR_KEY_TYPE_INCONSISTENT,
+                                       CKR_GENERAL_ERROR};
     const char* seconds = std::getenv("ENDURANCE_SECONDS");
     const auto end = Clock::now() + std::chrono::seconds(seconds == nullptr ? 60 : std::atoi(seconds));
     std::atomic<long> jobs{0};
@@ -92,8 +101,6 @@ TEST_F(Endurance, ThreadsNeitherCrashNorDamageTheToken)
     std::cout << jobs << " cycles, " << completed << " of them undisturbed to their end\n";
     EXPECT_EQ(CKR_OK, surprise.load());
 
-    // A thread whose race was lost half-way may have left the other PIN behind.
-    (void)changePin("abcdefgh", "12345678");
     EXPECT_EQ(CKR_OK, fullCycle()) << "the token is whole";
 }
 

@@ -30,8 +30,8 @@ CK_RV changePin(const std::string& from, const std::string& to);
 /// An initialised token with a key pair and its certificate, kept in `folder`.
 void prepareToken(const Folder& folder);
 
-/// All the jobs that leave the token as it was, the PIN changed there and back included. Returns the first code that is
-/// not 0, or 5 when a result is not what it should be.
+/// All the jobs that leave the token as it was, among them the PIN changed to itself, which writes it. Returns the
+/// first code that is not 0, or 5 when a result is not what it should be.
 CK_RV fullCycle();
 
 } // namespace endtoend
