@@ -13,7 +13,7 @@ build=(cmake g++ make ninja-build openjdk-17-jdk-headless libp11-kit-dev libpcsc
        libpicocli-java)
 demo=("${build[@]}" openssl libengine-gost-openssl pcscd vsmartcard-vpcd iproute2 util-linux)
 test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin)
-ci=("${test[@]}" clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck abigail-tools libbenchmark-dev)
+ci=("${test[@]}" clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck libbenchmark-dev)
 
 case "${1:-}" in
 build) packages=("${build[@]}") ;;
