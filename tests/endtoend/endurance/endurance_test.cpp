@@ -80,7 +80,7 @@ TEST_F(Endurance, ThreadsNeitherCrashNorDamageTheToken)
                                        CKR_KEY_TYPE_INCONSISTENT,
                                        CKR_GENERAL_ERROR};
     const char* seconds = std::getenv("ENDURANCE_SECONDS");
-    const auto end = Clock::now() + std::chrono::seconds(seconds == nullptr ? 60 : std::atoi(seconds));
+    const auto end = Clock::now() + std::chrono::seconds(seconds == nullptr ? 60 : std::strtol(seconds, nullptr, 10));
     std::atomic<long> jobs{0};
     std::atomic<long> completed{0};
     std::atomic<CK_RV> surprise{CKR_OK};

@@ -9,7 +9,7 @@ namespace {
 const std::string userPin = "12345678";
 const std::string soPin = "87654321";
 const Bytes keyId = {0x01};
-const Bytes content = bytes("to be signed again and again");
+const Bytes everyContent = bytes("to be signed again and again");
 
 /// Text as the library takes it.
 struct Text {
@@ -88,13 +88,13 @@ CK_RV readCertificate(Bytes& certificate)
     });
 }
 
-CK_RV sign(Bytes data, Bytes& message)
+CK_RV sign(Bytes content, Bytes& message)
 {
     return onToken([&](P11Wrapper& token, CK_SLOT_ID slot) {
         Text pin(userPin);
         Text id(keyId);
-        return token.pkcs7Sign(slot, pin.data(), pin.size(), data.data(), data.size(), id.data(), id.size(), id.data(),
-                               id.size(), {}, 0, message);
+        return token.pkcs7Sign(slot, pin.data(), pin.size(), content.data(), content.size(), id.data(), id.size(),
+                               id.data(), id.size(), {}, 0, message);
     });
 }
 
@@ -146,7 +146,7 @@ CK_RV fullCycle()
     Bytes message;
     const std::vector<std::function<CK_RV()>> jobs = {
         [&] { return list(objects); },   [&] { return readCertificate(certificate); },
-        [&] { return request(csr); },    [&] { return sign(content, message); },
+        [&] { return request(csr); },    [&] { return sign(everyContent, message); },
         [&] { return verify(message); }, [&] { return changePin(userPin, userPin); }};
     for (const auto& job : jobs)
         if (const CK_RV rv = job(); rv != CKR_OK)
