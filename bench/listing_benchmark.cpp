@@ -83,6 +83,20 @@ void initialise(Module& module, bool setUserPin)
     module.reader.assign(std::begin(info.slotDescription), std::end(info.slotDescription));
 }
 
+/// SoftHSM2 describes a slot by its ID, which it draws, and adds a blank one with the ID 1 behind it. A name beginning
+/// with that one's would mean the blank slot.
+void initialisePlain(Module& plain, const fs::path& tokens)
+{
+    do {
+        fs::remove_all(tokens);
+        fs::create_directories(tokens);
+        plain.reader.clear();
+        initialise(plain, true);
+    } while (plain.reader.rfind("SoftHSM slot ID 0x1", 0) == 0);
+}
+
+bool failed = false;
+
 double median(std::vector<double> values)
 {
     std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2), values.end());
@@ -96,12 +110,11 @@ void ListEmptyToken(benchmark::State& state)
         state.SkipWithError("no temporary folder");
         return;
     }
-    fs::create_directories(fs::path(folder) / "softhsm2");
     std::ofstream(folder + "/softhsm2.conf") << "directories.tokendir = " << folder << "/softhsm2\n";
     Module plain{SOFTHSM2_MODULE, "", "SOFTHSM2_CONF", folder + "/softhsm2.conf"};
     Module soft{SOFT_TOKEN_MODULE, "Vornix Soft Reader 00 00", "VORNIX_SOFTTOKEN_DIR", folder + "/softtoken"};
     try {
-        initialise(plain, true);
+        initialisePlain(plain, folder + "/softhsm2");
         initialise(soft, false);
         std::vector<double> plainTimes;
         std::vector<double> softTimes;
@@ -114,9 +127,17 @@ void ListEmptyToken(benchmark::State& state)
         state.counters["ratio"] = median(softTimes) / median(plainTimes);
     } catch (const std::exception& failure) {
         state.SkipWithError(failure.what());
+        failed = true;
     }
     fs::remove_all(folder);
 }
 BENCHMARK(ListEmptyToken)->Iterations(400)->Unit(benchmark::kMillisecond);
 
 } // namespace
+
+int main(int count, char** arguments)
+{
+    benchmark::Initialize(&count, arguments);
+    benchmark::RunSpecifiedBenchmarks();
+    return failed ? 1 : 0; // Google Benchmark itself ends with 0
+}
