@@ -1,17 +1,32 @@
 package examples;
 
-import com.tovr.smartcard.vornixtoken.NativeLibrary;
 import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
 
-/** Calls a native method without the classes around it. Arguments: module, reader. */
+import java.nio.charset.StandardCharsets;
+import java.util.ArrayList;
+import java.util.Arrays;
+
+/** Reads a certificate by the native methods alone. Arguments: module, reader, label. */
 public final class NativeMethods {
     private NativeMethods() {
     }
 
-    public static void main(String[] arguments) throws Exception {
-        NativeLibrary.load();
-        String[] label = new String[1];
-        long code = Pkcs11Wrapper.getTokenInfo(arguments[1], arguments[0], label, null, null, null, null);
-        System.out.println(code == 0 ? label[0] : "code " + code);
+    public static void main(String[] arguments) {
+        String module = arguments[0];
+        String reader = arguments[1];
+        String label = arguments[2];
+        byte[] pin = System.getenv("VORNIX_USER_PIN").getBytes(StandardCharsets.UTF_8);
+        // @start region="native-methods"
+        System.loadLibrary("VornixToken_Javalib");
+
+        ArrayList<Byte> certificate = new ArrayList<>();
+        long rv = Pkcs11Wrapper.getX509Certificate(reader, module, pin, label, new byte[0], certificate);
+        if (rv == 0) {
+            System.out.println(certificate.size() + " bytes");
+        } else {
+            System.out.println("code " + rv); // a PKCS #11 code: 160 is a wrong PIN, 6 "no such reader or object"
+        }
+        // @end region="native-methods"
+        Arrays.fill(pin, (byte) 0);
     }
 }

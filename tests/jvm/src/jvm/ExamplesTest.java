@@ -9,9 +9,11 @@ import examples.CleanToken;
 import examples.CreateRequest;
 import examples.GenerateKeyPairs;
 import examples.ImportCertificate;
+import examples.ImportCertificateBlocks;
 import examples.InitializeToken;
 import examples.ListObjects;
 import examples.NativeMethods;
+import examples.ReadCertificate;
 import examples.ReadPublicKey;
 import examples.ReadTokenInfo;
 import examples.ResetReader;
@@ -20,22 +22,15 @@ import examples.SignAndVerify;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
-import java.io.ByteArrayOutputStream;
-import java.io.PrintStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
 
 /** Every example does what it says. The test's environment holds the PINs. */
 class ExamplesTest extends ScriptedToken {
-    private interface Example {
-        void main(String[] arguments) throws Exception;
-    }
-
     @Test
     void informationIsShown() throws Exception {
         assertEquals("Scripted Token (Scripted Model, 0123456789abcdef)\n"
                 + "[RNG, LOGIN_REQUIRED, USER_PIN_INITIALIZED, TOKEN_INITIALIZED]\n", output(ReadTokenInfo::main));
-        assertEquals("Scripted Token\n", output(NativeMethods::main));
     }
 
     @Test
@@ -58,6 +53,19 @@ class ExamplesTest extends ScriptedToken {
         Path file = Files.write(folder.resolve("c.der"), KeyTool.certificate("CN=Alice").getEncoded());
 
         assertEquals("CN=Alice\n", output(ImportCertificate::main, file.toString(), "c"));
+        assertEquals("CN=Alice\n", output(ReadCertificate::main, "c"));
+        assertEquals("CKR_FUNCTION_FAILED\n", output(ReadCertificate::main, "nobody"));
+        assertEquals(Files.size(file) + " bytes\n", output(NativeMethods::main, "c"));
+        assertEquals("code 6\n", output(NativeMethods::main, "nobody"));
+    }
+
+    @Test
+    void certificatesAreImportedInTwoBlocks(@TempDir Path folder) throws Exception {
+        Path first = Files.write(folder.resolve("first"), KeyTool.certificate("CN=Alice").getEncoded());
+        Path second = Files.write(folder.resolve("second"), new byte[] {7});
+
+        assertEquals("", output(ImportCertificateBlocks::main, first.toString(), second.toString()));
+        assertEquals("CN=Alice\n", output(ReadCertificate::main, ""));
     }
 
     @Test
@@ -86,20 +94,7 @@ class ExamplesTest extends ScriptedToken {
         assertEquals("", output(ResetReader::main));
     }
 
-    private String output(Example example, String... further) throws Exception {
-        String[] arguments = new String[2 + further.length];
-        arguments[0] = module;
-        arguments[1] = READER;
-        System.arraycopy(further, 0, arguments, 2, further.length);
-
-        PrintStream before = System.out;
-        ByteArrayOutputStream written = new ByteArrayOutputStream();
-        System.setOut(new PrintStream(written, true, "UTF-8"));
-        try {
-            example.main(arguments);
-        } finally {
-            System.setOut(before);
-        }
-        return written.toString("UTF-8");
+    private String output(Examples.Example example, String... further) throws Exception {
+        return Examples.output(example, module, READER, further);
     }
 }

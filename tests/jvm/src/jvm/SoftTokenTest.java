@@ -17,11 +17,9 @@ import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
-import java.io.ByteArrayInputStream;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.security.cert.CertificateFactory;
 import java.security.cert.X509Certificate;
 import java.util.Arrays;
 import java.util.Collections;
@@ -134,15 +132,7 @@ class SoftTokenTest {
                 .subject("CN", "Alice \u03a9").subject("C", "NO")
                 .extension("keyUsage", true, "digitalSignature")
                 .build());
-        String key = folder.resolve("ca.key").toString();
-        String authority = folder.resolve("ca.pem").toString();
-        String certificate = folder.resolve("alice.der").toString();
-        Processes.run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Authority",
-                "-keyout", key, "-out", authority);
-        Processes.run("openssl", "x509", "-req", "-in", write(folder, "request.der", request), "-inform", "DER",
-                "-CA", authority, "-CAkey", key, "-copy_extensions", "copy", "-outform", "DER", "-out", certificate);
-        return (X509Certificate) CertificateFactory.getInstance("X.509")
-                .generateCertificate(new ByteArrayInputStream(Files.readAllBytes(folder.resolve("alice.der"))));
+        return Authority.certify(folder, request);
     }
 
     private static void assertJudgedGood(Path folder, byte[] message, String... further) throws Exception {

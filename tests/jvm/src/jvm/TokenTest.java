@@ -180,11 +180,6 @@ class TokenTest extends ScriptedToken {
     }
 
     @Test
-    void aTextOfARequestIsNeverNull() {
-        assertThrows(NullPointerException.class, () -> RequestContent.builder().subject("CN", null));
-    }
-
-    @Test
     void successWithoutAResultIsAFailure() throws Exception {
         token.importCertificate(pin, "empty", NONE, NONE);
 
@@ -212,25 +207,29 @@ class TokenTest extends ScriptedToken {
     }
 
     @Test
-    void nullArgumentsNeverReachTheLibrary() {
-        for (Executable call : new Executable[] {
-                () -> new Token(null, READER),
-                () -> new Token(module, null),
-                () -> token.clean(null),
-                () -> token.changePin(pin, null),
-                () -> token.readCertificateBytes(pin, null, NONE),
-                () -> token.readCertificateBytes(pin, "x", null),
-                () -> token.readPublicKey(pin, null),
-                () -> token.importCertificate(pin, "x", NONE, (byte[]) null),
-                () -> token.importCertificateBlocks(pin, null, NONE),
-                () -> token.generateRsaKeyPair(pin, 2048, null, NONE),
-                () -> token.generateGostKeyPair(pin, "x", null),
-                () -> token.sign(pin, null, NONE, NONE, 0),
-                () -> token.sign(pin, NONE, NONE, NONE, 0, (byte[]) null),
-                () -> token.createRequest(pin, NONE, NONE, null),
-                () -> Token.resetTerminal(null)}) {
-            assertThrows(NullPointerException.class, call);
-        }
+    void whatIsReadRawKeepsItsPadding() throws Exception {
+        byte[] padded = {0x30, 0, 0, 0};
+        token.importCertificate(pin, "padded", NONE, padded);
+
+        assertArrayEquals(padded, token.readCertificateBytes(pin, "padded", NONE));
+    }
+
+    @Test
+    void aLabelMayHoldTheNullCharacter() throws Exception {
+        token.importCertificate(pin, "a\0b", NONE, ALICE);
+
+        assertArrayEquals(ALICE, token.readCertificateBytes(pin, "a\0b", NONE));
+        assertTrue(token.listObjects(pin).stream().anyMatch(object -> object.getLabel().equals("a\0b")));
+        assertRefused(6, "CKR_FUNCTION_FAILED", () -> token.readCertificateBytes(pin, "a", NONE));
+    }
+
+    @Test
+    void verificationNeedsNoReader() throws Exception {
+        Token.verify(module, ascii("same"), ascii("same"));
+
+        Pkcs11Exception failure = assertRefused(0xC0, "CKR_SIGNATURE_INVALID",
+                () -> Token.verify(module, ascii("one"), ascii("other")));
+        assertEquals("verifying, module " + module, failure.getAction());
     }
 
     @Test

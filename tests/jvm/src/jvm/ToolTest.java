@@ -100,6 +100,9 @@ class ToolTest extends ScriptedToken {
         Path pem = Files.write(folder.resolve("c.pem"), text.getBytes());
         assertTrue(Processes.run("openssl", "x509", "-in", pem.toString(), "-noout", "-subject").contains("Alice"));
 
+        assertPrints("", onToken("import-certificate", "-l", "from PEM", pem.toString()));
+        assertEquals(text, onToken("read-certificate", "-l", "from PEM").out);
+
         assertPrints("", onToken("import-blocks", in.toString(), pem.toString()));
     }
 
@@ -128,6 +131,36 @@ class ToolTest extends ScriptedToken {
         assertPrints("good\n", tool("verify", "-m", module, data.toString(), data.toString()));
         assertEquals(1, tool("verify", "-m", module, data.toString(), out.toString()).status);
         assertEquals(1, tool("verify", "-m", module, data.toString()).status);
+    }
+
+    @Test
+    void verificationTakesTheMessageAsItWasPrinted(@TempDir Path folder) throws Exception {
+        Path data = Files.write(folder.resolve("data"), Scripted.ascii("data"));
+        Path der = folder.resolve("der");
+        Path pem = Files.write(folder.resolve("pem"), onToken("sign", data.toString()).out.getBytes());
+        assertPrints("", onToken("sign", "-o", der.toString(), data.toString()));
+
+        assertPrints("good\n", tool("verify", "-m", module, pem.toString(), der.toString()));
+    }
+
+    @Test
+    void damagedPemIsRefused(@TempDir Path folder) throws Exception {
+        Path file = Files.write(folder.resolve("c.pem"),
+                Scripted.ascii("-----BEGIN CERTIFICATE-----\nA\n-----END CERTIFICATE-----\n"));
+
+        Result result = onToken("import-certificate", "-l", "c", file.toString());
+
+        assertEquals(3, result.status);
+        assertTrue(result.err.contains(file + " is damaged PEM: "), result.err);
+    }
+
+    @Test
+    void wrongUsageIsJsonToo() {
+        Result result = onToken("list", "--json", "--no-such-option");
+
+        assertEquals(2, result.status);
+        assertEquals("{\"ok\":false,\"message\":\"Unknown option: '--no-such-option'\"}\n", result.out);
+        assertEquals("", result.err);
     }
 
     @Test
@@ -219,8 +252,8 @@ class ToolTest extends ScriptedToken {
                 .launch("-jar", JAR, "clean", "-m", module, "-t", READER);
 
         assertEquals(3, result.status, result::toString);
-        assertEquals("vornixtoken-tool clean: no PIN: there is no terminal to ask at, and VORNIX_USER_PIN is not set\n",
-                result.err);
+        assertEquals("vornixtoken-tool clean: no PIN: standard input and output are not both a terminal to ask at; "
+                + "use --pin-file or set VORNIX_USER_PIN\n", result.err);
     }
 
     private Result onToken(String command, String... arguments) {

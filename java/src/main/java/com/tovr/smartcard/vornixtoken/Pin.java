@@ -4,6 +4,8 @@ import java.nio.ByteBuffer;
 import java.nio.CharBuffer;
 import java.nio.charset.StandardCharsets;
 import java.util.Arrays;
+import java.util.Objects;
+import java.util.function.ToLongFunction;
 
 /**
  * A PIN or PUK for as long as it is needed. It takes over what it is made of and wipes its own copy when it is closed:
@@ -13,6 +15,8 @@ import java.util.Arrays;
  *     token.clean(pin);
  * }
  * </pre>
+ *
+ * <p>Any thread may close it. A job that has begun ends with its own copy; one that still waits for its turn fails.
  *
  * <p>The library wipes the copies that it makes. What the virtual machine copies while it collects garbage is beyond
  * anyone's reach.
@@ -33,7 +37,12 @@ public final class Pin implements AutoCloseable {
      * @throws IllegalArgumentException when the characters are no valid text, half a surrogate pair for instance
      */
     public static Pin of(char[] characters) {
-        ByteBuffer encoded = ByteBuffer.allocate(3 * characters.length);
+        Objects.requireNonNull(characters, "characters");
+        return encoded(characters, ByteBuffer.allocate(3 * characters.length));
+    }
+
+    /** Encodes through a buffer that holds three bytes a character; wipes both. */
+    static Pin encoded(char[] characters, ByteBuffer encoded) {
         try {
             if (StandardCharsets.UTF_8.newEncoder().encode(CharBuffer.wrap(characters), encoded, true).isError()) {
                 throw new IllegalArgumentException("the PIN is not a valid text");
@@ -52,6 +61,7 @@ public final class Pin implements AutoCloseable {
      * @return the PIN
      */
     public static Pin of(byte[] bytes) {
+        Objects.requireNonNull(bytes, "bytes");
         Pin pin = new Pin(bytes.clone());
         Arrays.fill(bytes, (byte) 0);
         return pin;
@@ -66,7 +76,21 @@ public final class Pin implements AutoCloseable {
         return new Pin(new byte[0]);
     }
 
-    byte[] bytes() {
+    /** Does a job with a copy of its own, so that closing the PIN meanwhile never makes zeros of what is sent. */
+    long lend(ToLongFunction<byte[]> job) {
+        byte[] copy = copy();
+        try {
+            return job.applyAsLong(copy);
+        } finally {
+            Arrays.fill(copy, (byte) 0);
+        }
+    }
+
+    private synchronized byte[] copy() {
+        return bytes().clone();
+    }
+
+    synchronized byte[] bytes() {
         if (closed) {
             throw new IllegalStateException("the PIN is closed");
         }
@@ -75,7 +99,7 @@ public final class Pin implements AutoCloseable {
 
     /** Wipes the PIN, which cannot be used any more. */
     @Override
-    public void close() {
+    public synchronized void close() {
         closed = true;
         Arrays.fill(bytes, (byte) 0);
     }

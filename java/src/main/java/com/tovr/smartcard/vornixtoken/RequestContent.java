@@ -16,6 +16,10 @@ import java.util.Objects;
  *         .extension("keyUsage", true, "digitalSignature")
  *         .build();
  * </pre>
+ *
+ * <p>The module meets the texts in the virtual machine's modified UTF-8. A character beyond U+FFFF arrives as its two
+ * surrogates of three bytes each, and a module that puts these bytes into the request, or refuses them, makes a request
+ * that others cannot read: keep to characters up to U+FFFF.
  */
 public final class RequestContent {
     private final String[] subject;
@@ -66,6 +70,8 @@ public final class RequestContent {
          * @return this builder
          */
         public Builder subject(String name, String value) {
+            Objects.requireNonNull(name, "name");
+            Objects.requireNonNull(value, "value");
             return add(subject, name, value);
         }
 
@@ -77,6 +83,8 @@ public final class RequestContent {
          * @return this builder
          */
         public Builder attribute(String name, String value) {
+            Objects.requireNonNull(name, "name");
+            Objects.requireNonNull(value, "value");
             return add(attributes, name, value);
         }
 
@@ -89,6 +97,8 @@ public final class RequestContent {
          * @return this builder
          */
         public Builder extension(String name, boolean critical, String value) {
+            Objects.requireNonNull(name, "name");
+            Objects.requireNonNull(value, "value");
             return extension(name, critical ? "critical" : "", value);
         }
 
@@ -101,6 +111,9 @@ public final class RequestContent {
          * @return this builder
          */
         public Builder extension(String first, String second, String third) {
+            Objects.requireNonNull(first, "first");
+            Objects.requireNonNull(second, "second");
+            Objects.requireNonNull(third, "third");
             return add(extensions, first, second, third);
         }
 
@@ -114,9 +127,6 @@ public final class RequestContent {
         }
 
         private Builder add(List<String> texts, String... group) {
-            for (String text : group) {
-                Objects.requireNonNull(text);
-            }
             texts.addAll(Arrays.asList(group));
             return this;
         }

@@ -18,8 +18,8 @@ import java.util.ArrayList;
 import java.util.Collections;
 import java.util.List;
 import java.util.Objects;
-import java.util.concurrent.locks.ReentrantLock;
 import java.util.function.LongSupplier;
+import java.util.function.ToLongFunction;
 import java.util.stream.Collectors;
 
 /**
@@ -37,7 +37,8 @@ import java.util.stream.Collectors;
  *
  * <p><b>Failures.</b> Whatever the token refuses is a {@link Pkcs11Exception} with the PKCS #11 code; what the library
  * has to say beyond the code it writes to the process's standard output. A {@code null} argument is a
- * {@link NullPointerException}, unless the method takes it.
+ * {@link NullPointerException} with the parameter's name, unless the method takes it; a closed PIN is an
+ * {@link IllegalStateException}. In both cases nothing has been sent.
  *
  * <p><b>Threads.</b> All methods of all objects may be called by any thread. They wait for one another on a lock of the
  * process, because a module is one for the whole process and two jobs at once would finalise it under each other. Calls
@@ -48,7 +49,8 @@ import java.util.stream.Collectors;
  * applications.
  */
 public final class Token {
-    private static final ReentrantLock LOCK = new ReentrantLock();
+    /** Interned, hence one for all class loaders of the process, as the module is. */
+    private static final Object LOCK = "com.tovr.smartcard.vornixtoken.Token.LOCK".intern();
     private static final byte[] NO_ID = {};
 
     private final String modulePath;
@@ -58,7 +60,9 @@ public final class Token {
      * Names a token; nothing is loaded but this library.
      *
      * @param modulePath   the PKCS #11 module's file, as the dynamic loader takes it
-     * @param terminalName the reader's name or its beginning; of several that match, the module's last is taken
+     * @param terminalName the reader. A slot matches when its manufacturer or its description, without trailing blanks,
+     *                     begins with this name or is the beginning of it, so an empty name is any reader, and
+     *                     "Reader 1" also "Reader 10"; of several, the module's last is taken. Give it in full.
      * @throws UnsatisfiedLinkError when this library cannot be loaded, see {@link NativeLibrary}
      */
     public Token(String modulePath, String terminalName) {
@@ -75,9 +79,10 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void changePin(Pin oldPin, Pin newPin) throws Pkcs11Exception {
-        byte[] from = oldPin.bytes();
-        byte[] to = newPin.bytes();
-        run("changing the PIN", () -> Pkcs11Wrapper.setPin(terminalName, modulePath, from, to));
+        Objects.requireNonNull(oldPin, "oldPin");
+        Objects.requireNonNull(newPin, "newPin");
+        run("changing the PIN", oldPin,
+                from -> newPin.lend(to -> Pkcs11Wrapper.setPin(terminalName, modulePath, from, to)));
     }
 
     /**
@@ -88,9 +93,10 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void changePuk(Pin oldPuk, Pin newPuk) throws Pkcs11Exception {
-        byte[] from = oldPuk.bytes();
-        byte[] to = newPuk.bytes();
-        run("changing the PUK", () -> Pkcs11Wrapper.setPuk(terminalName, modulePath, from, to));
+        Objects.requireNonNull(oldPuk, "oldPuk");
+        Objects.requireNonNull(newPuk, "newPuk");
+        run("changing the PUK", oldPuk,
+                from -> newPuk.lend(to -> Pkcs11Wrapper.setPuk(terminalName, modulePath, from, to)));
     }
 
     /**
@@ -101,19 +107,21 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void initialize(Pin puk) throws Pkcs11Exception {
-        byte[] code = puk.bytes();
-        run("initialising the token", () -> Pkcs11Wrapper.initCard(terminalName, modulePath, code));
+        Objects.requireNonNull(puk, "puk");
+        run("initialising the token", puk, code -> Pkcs11Wrapper.initCard(terminalName, modulePath, code));
     }
 
     /**
-     * Destroys every object of the token. PINs and label stay.
+     * Destroys every object that the user sees. PINs and label stay. An object that cannot be destroyed is passed over
+     * in silence unless it is the last one: {@link #listObjects} tells what is left.
      *
      * @param pin the user PIN
-     * @throws Pkcs11Exception when the token refuses; objects may be gone all the same
+     * @throws Pkcs11Exception when the token refuses, or when its last object cannot be destroyed; other objects are
+     *                         gone all the same
      */
     public void clean(Pin pin) throws Pkcs11Exception {
-        byte[] code = pin.bytes();
-        run("cleaning the token", () -> Pkcs11Wrapper.cleanCard(terminalName, modulePath, code));
+        Objects.requireNonNull(pin, "pin");
+        run("cleaning the token", pin, code -> Pkcs11Wrapper.cleanCard(terminalName, modulePath, code));
     }
 
     /**
@@ -141,9 +149,9 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses, or when its last object cannot be read
      */
     public List<TokenObject> listObjects(Pin pin) throws Pkcs11Exception {
-        byte[] code = pin.bytes();
+        Objects.requireNonNull(pin, "pin");
         ArrayList<Pkcs11ObjectAttribute> objects = new ArrayList<>();
-        run("listing objects", () -> Pkcs11Wrapper.listObjects(terminalName, modulePath, code, objects));
+        run("listing objects", pin, code -> Pkcs11Wrapper.listObjects(terminalName, modulePath, code, objects));
         return Collections.unmodifiableList(objects.stream().map(TokenObject::new).collect(Collectors.toList()));
     }
 
@@ -177,7 +185,8 @@ public final class Token {
     }
 
     /**
-     * Reads the first certificate with a label and an ID as the token holds it.
+     * Reads the first certificate with a label and an ID as the token holds it: nothing is checked, and what stands
+     * behind the certificate, such as the padding of a file on the card, is not cut off.
      *
      * @param pin   the user PIN
      * @param label the certificate's label
@@ -186,11 +195,12 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses or has no such certificate
      */
     public byte[] readCertificateBytes(Pin pin, String label, byte[] id) throws Pkcs11Exception {
-        byte[] code = pin.bytes();
-        requireNonNull(label, id);
+        Objects.requireNonNull(pin, "pin");
+        Objects.requireNonNull(label, "label");
+        Objects.requireNonNull(id, "id");
         ArrayList<Byte> certificate = new ArrayList<>();
-        return deliver("reading certificate '" + label + "'", certificate,
-                () -> Pkcs11Wrapper.getX509Certificate(terminalName, modulePath, code, label, id, certificate));
+        return deliver("reading certificate '" + label + "'", pin, certificate,
+                code -> Pkcs11Wrapper.getX509Certificate(terminalName, modulePath, code, label, id, certificate));
     }
 
     /**
@@ -217,12 +227,13 @@ public final class Token {
      * @throws GeneralSecurityException when what the token holds makes no RSA key
      */
     public RSAPublicKey readPublicKey(Pin pin, String label, byte[] id) throws GeneralSecurityException {
-        byte[] code = pin.bytes();
-        requireNonNull(label, id);
+        Objects.requireNonNull(pin, "pin");
+        Objects.requireNonNull(label, "label");
+        Objects.requireNonNull(id, "id");
         ArrayList<Byte> modulus = new ArrayList<>();
         ArrayList<Byte> exponent = new ArrayList<>();
-        byte[] magnitude = deliver("reading public key '" + label + "'", modulus,
-                () -> Pkcs11Wrapper.getPublicKey(terminalName, modulePath, code, label, id, modulus, exponent));
+        byte[] magnitude = deliver("reading public key '" + label + "'", pin, modulus,
+                code -> Pkcs11Wrapper.getPublicKey(terminalName, modulePath, code, label, id, modulus, exponent));
         return (RSAPublicKey) KeyFactory.getInstance("RSA").generatePublic(
                 new RSAPublicKeySpec(new BigInteger(1, magnitude), new BigInteger(1, bytes(exponent))));
     }
@@ -239,6 +250,7 @@ public final class Token {
      */
     public void importCertificate(Pin pin, String label, byte[] id, X509Certificate certificate)
             throws Pkcs11Exception, CertificateEncodingException {
+        Objects.requireNonNull(certificate, "certificate");
         importCertificate(pin, label, id, certificate.getEncoded());
     }
 
@@ -252,10 +264,12 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void importCertificate(Pin pin, String label, byte[] id, byte[] certificate) throws Pkcs11Exception {
-        byte[] code = pin.bytes();
-        requireNonNull(label, id, certificate);
-        run("importing certificate '" + label + "'",
-                () -> Pkcs11Wrapper.loadX509Certificate(terminalName, modulePath, code, label, id, certificate));
+        Objects.requireNonNull(pin, "pin");
+        Objects.requireNonNull(label, "label");
+        Objects.requireNonNull(id, "id");
+        Objects.requireNonNull(certificate, "certificate");
+        run("importing certificate '" + label + "'", pin,
+                code -> Pkcs11Wrapper.loadX509Certificate(terminalName, modulePath, code, label, id, certificate));
     }
 
     /**
@@ -267,10 +281,11 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void importCertificateBlocks(Pin pin, byte[] first, byte[] second) throws Pkcs11Exception {
-        byte[] code = pin.bytes();
-        requireNonNull(first, second);
-        run("importing a certificate of two blocks",
-                () -> Pkcs11Wrapper.loadCert(terminalName, modulePath, first, second, code));
+        Objects.requireNonNull(pin, "pin");
+        Objects.requireNonNull(first, "first");
+        Objects.requireNonNull(second, "second");
+        run("importing a certificate of two blocks", pin,
+                code -> Pkcs11Wrapper.loadCert(terminalName, modulePath, first, second, code));
     }
 
     /**
@@ -283,10 +298,11 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void generateRsaKeyPair(Pin pin, int modulusBits, String label, byte[] id) throws Pkcs11Exception {
-        byte[] code = pin.bytes();
-        requireNonNull(label, id);
-        run("generating RSA key pair '" + label + "'",
-                () -> Pkcs11Wrapper.generateKeyPair(terminalName, modulePath, code, modulusBits, label, id));
+        Objects.requireNonNull(pin, "pin");
+        Objects.requireNonNull(label, "label");
+        Objects.requireNonNull(id, "id");
+        run("generating RSA key pair '" + label + "'", pin,
+                code -> Pkcs11Wrapper.generateKeyPair(terminalName, modulePath, code, modulusBits, label, id));
     }
 
     /**
@@ -298,10 +314,11 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void generateGostKeyPair(Pin pin, String label, byte[] id) throws Pkcs11Exception {
-        byte[] code = pin.bytes();
-        requireNonNull(label, id);
-        run("generating GOST key pair '" + label + "'",
-                () -> Pkcs11Wrapper.generateGostR3410_2001KeyPair(terminalName, modulePath, code, label, id));
+        Objects.requireNonNull(pin, "pin");
+        Objects.requireNonNull(label, "label");
+        Objects.requireNonNull(id, "id");
+        run("generating GOST key pair '" + label + "'", pin,
+                code -> Pkcs11Wrapper.generateGostR3410_2001KeyPair(terminalName, modulePath, code, label, id));
     }
 
     /**
@@ -314,17 +331,23 @@ public final class Token {
      * @param flags                 the module's mode word
      * @param furtherCertificateIds the IDs of certificates that go into the message too; only the last of them must
      *                              exist
-     * @return the message, DER
+     * @return the message, DER; zeros that the module leaves behind it are cut off
      * @throws Pkcs11Exception when the token refuses or nothing was signed
      */
     public byte[] sign(Pin pin, byte[] data, byte[] certificateId, byte[] privateKeyId, long flags,
             byte[]... furtherCertificateIds) throws Pkcs11Exception {
-        byte[] code = pin.bytes();
-        requireNonNull(data, certificateId, privateKeyId);
-        requireNonNull((Object[]) furtherCertificateIds);
+        Objects.requireNonNull(pin, "pin");
+        Objects.requireNonNull(data, "data");
+        Objects.requireNonNull(certificateId, "certificateId");
+        Objects.requireNonNull(privateKeyId, "privateKeyId");
+        Objects.requireNonNull(furtherCertificateIds, "furtherCertificateIds");
+        for (byte[] id : furtherCertificateIds) {
+            Objects.requireNonNull(id, "furtherCertificateIds");
+        }
         ArrayList<Byte> message = new ArrayList<>();
-        return deliver("signing", message, () -> Pkcs11Wrapper.pkcs7Sign(terminalName, modulePath, code, data,
-                certificateId, privateKeyId, furtherCertificateIds, flags, message));
+        return Der.withoutPadding(deliver("signing", pin, message,
+                code -> Pkcs11Wrapper.pkcs7Sign(terminalName, modulePath, code, data, certificateId, privateKeyId,
+                        furtherCertificateIds, flags, message)));
     }
 
     /**
@@ -335,7 +358,23 @@ public final class Token {
      * @throws Pkcs11Exception when the message is bad or cannot be judged
      */
     public void verify(byte[] firstInput, byte[] secondInput) throws Pkcs11Exception {
-        run("verifying", () -> Pkcs11Wrapper.pkcs7Verify(modulePath, firstInput, secondInput));
+        verify(modulePath, firstInput, secondInput);
+    }
+
+    /**
+     * Verifies a PKCS #7 message by a module alone. Returns normally when it is good.
+     *
+     * @param modulePath  the PKCS #11 module's file, as the dynamic loader takes it
+     * @param firstInput  the first input of the module's verification, commonly the message; may be {@code null}
+     * @param secondInput the second input, commonly the content of a message that lacks it; may be {@code null}
+     * @throws Pkcs11Exception      when the message is bad or cannot be judged
+     * @throws UnsatisfiedLinkError when this library cannot be loaded
+     */
+    public static void verify(String modulePath, byte[] firstInput, byte[] secondInput) throws Pkcs11Exception {
+        Objects.requireNonNull(modulePath, "modulePath");
+        NativeLibrary.load();
+        check(locked(() -> Pkcs11Wrapper.pkcs7Verify(modulePath, firstInput, secondInput)),
+                "verifying, module " + modulePath);
     }
 
     /**
@@ -345,19 +384,22 @@ public final class Token {
      * @param publicKeyId  the ID of the public key; empty: none named
      * @param privateKeyId the ID of the private key; empty: none named
      * @param content      what the request says beside the key
-     * @return the request, DER
+     * @return the request, DER; zeros that the module leaves behind it are cut off
      * @throws Pkcs11Exception when the token refuses or no request was made
      */
     public byte[] createRequest(Pin pin, byte[] publicKeyId, byte[] privateKeyId, RequestContent content)
             throws Pkcs11Exception {
-        byte[] code = pin.bytes();
-        requireNonNull(publicKeyId, privateKeyId);
+        Objects.requireNonNull(pin, "pin");
+        Objects.requireNonNull(publicKeyId, "publicKeyId");
+        Objects.requireNonNull(privateKeyId, "privateKeyId");
+        Objects.requireNonNull(content, "content");
         String[] subject = content.subject();
         String[] attributes = content.attributes();
         String[] extensions = content.extensions();
         ArrayList<Byte> request = new ArrayList<>();
-        return deliver("creating a certificate request", request, () -> Pkcs11Wrapper.createCSR(terminalName,
-                modulePath, code, publicKeyId, privateKeyId, subject, attributes, extensions, request));
+        return Der.withoutPadding(deliver("creating a certificate request", pin, request,
+                code -> Pkcs11Wrapper.createCSR(terminalName, modulePath, code, publicKeyId, privateKeyId, subject,
+                        attributes, extensions, request)));
     }
 
     /**
@@ -383,30 +425,31 @@ public final class Token {
     }
 
     private void run(String action, LongSupplier job) throws Pkcs11Exception {
-        long code = locked(job);
-        if (code != ReturnCodes.OK) {
-            throw failure(code, action);
-        }
+        check(locked(job), action + ", " + this);
     }
 
-    private byte[] deliver(String action, List<Byte> output, LongSupplier job) throws Pkcs11Exception {
-        run(action, job);
+    private void run(String action, Pin pin, ToLongFunction<byte[]> job) throws Pkcs11Exception {
+        run(action, () -> pin.lend(job));
+    }
+
+    private byte[] deliver(String action, Pin pin, List<Byte> output, ToLongFunction<byte[]> job)
+            throws Pkcs11Exception {
+        run(action, pin, job);
         if (output.isEmpty()) {
-            throw failure(ReturnCodes.OK, action);
+            throw new Pkcs11Exception(ReturnCodes.OK, action + ", " + this);
         }
         return bytes(output);
     }
 
-    private Pkcs11Exception failure(long code, String action) {
-        return new Pkcs11Exception(code, action + ", " + this);
+    private static void check(long code, String action) throws Pkcs11Exception {
+        if (code != ReturnCodes.OK) {
+            throw new Pkcs11Exception(code, action);
+        }
     }
 
     private static long locked(LongSupplier job) {
-        LOCK.lock();
-        try {
+        synchronized (LOCK) {
             return job.getAsLong();
-        } finally {
-            LOCK.unlock();
         }
     }
 
@@ -416,11 +459,5 @@ public final class Token {
             bytes[i] = list.get(i);
         }
         return bytes;
-    }
-
-    private static void requireNonNull(Object... arguments) {
-        for (Object argument : arguments) {
-            Objects.requireNonNull(argument);
-        }
     }
 }

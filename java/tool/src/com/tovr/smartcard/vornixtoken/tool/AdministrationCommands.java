@@ -58,7 +58,7 @@ final class AdministrationCommands {
 
         @Override
         void run(Token token, Pin pin) throws Exception {
-            try (Pin chosen = PinSource.chosen("New PIN", newPinFile, "VORNIX_NEW_PIN")) {
+            try (Pin chosen = PinSource.chosen("New PIN", "--new-pin-file", newPinFile, "VORNIX_NEW_PIN")) {
                 token.changePin(pin, chosen);
             }
         }
@@ -72,7 +72,7 @@ final class AdministrationCommands {
 
         @Override
         void run(Token token) throws Exception {
-            try (Pin puk = PinSource.existing("PUK", pukFile, "VORNIX_SO_PIN")) {
+            try (Pin puk = PinSource.existing("PUK", "--puk-file", pukFile, "VORNIX_SO_PIN")) {
                 run(token, puk);
             }
         }
@@ -88,7 +88,7 @@ final class AdministrationCommands {
 
         @Override
         void run(Token token, Pin puk) throws Exception {
-            try (Pin chosen = PinSource.chosen("New PUK", newPukFile, "VORNIX_NEW_PIN")) {
+            try (Pin chosen = PinSource.chosen("New PUK", "--new-puk-file", newPukFile, "VORNIX_NEW_PIN")) {
                 token.changePuk(puk, chosen);
             }
         }

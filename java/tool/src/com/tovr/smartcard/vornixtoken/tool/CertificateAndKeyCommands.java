@@ -52,12 +52,12 @@ final class CertificateAndKeyCommands {
 
     @Command(name = "import-certificate", description = "Stores a certificate.")
     static final class ImportCertificate extends OnObject {
-        @Parameters(paramLabel = "FILE", description = "The certificate, DER; - for standard input.")
+        @Parameters(paramLabel = "FILE", description = "The certificate, DER or PEM; - for standard input.")
         private Path file;
 
         @Override
         void run(Token token, Pin pin) throws Exception {
-            token.importCertificate(pin, label, id.bytes(), read(file));
+            token.importCertificate(pin, label, id.bytes(), readDer(file));
         }
     }
 

@@ -14,20 +14,21 @@ final class PinSource {
     }
 
     /** A PIN that counts already. */
-    static Pin existing(String name, Path file, String variable) throws IOException {
+    static Pin existing(String name, String option, Path file, String variable) throws IOException {
         Pin pin = withoutAsking(file, variable);
-        return pin != null ? pin : Pin.of(ask(name, variable));
+        return pin != null ? pin : Pin.of(ask(name, option, variable));
     }
 
     /** A PIN that shall count: typed twice. */
-    static Pin chosen(String name, Path file, String variable) throws IOException {
+    static Pin chosen(String name, String option, Path file, String variable) throws IOException {
         Pin pin = withoutAsking(file, variable);
         if (pin != null) {
             return pin;
         }
-        char[] once = ask(name, variable);
-        char[] again = ask(name + " again", variable);
+        char[] once = ask(name, option, variable);
+        char[] again = {};
         try {
+            again = ask(name + " again", option, variable);
             if (!Arrays.equals(once, again)) {
                 throw new IOException("the two inputs differ");
             }
@@ -56,11 +57,13 @@ final class PinSource {
         return line;
     }
 
-    private static char[] ask(String name, String variable) throws IOException {
+    /** Java's console needs standard input and output to be a terminal, both of them. */
+    private static char[] ask(String name, String option, String variable) throws IOException {
         Console console = System.console();
         char[] typed = console == null ? null : console.readPassword("%s: ", name);
         if (typed == null) {
-            throw new IOException("no " + name + ": there is no terminal to ask at, and " + variable + " is not set");
+            throw new IOException("no " + name + ": standard input and output are not both a terminal to ask at; use "
+                    + option + " or set " + variable);
         }
         return typed;
     }

@@ -54,7 +54,7 @@ final class SignatureCommands {
     @Command(name = "verify", description = "Verifies a PKCS #7 message by the module, without a token.")
     static final class Verify extends ToolCommand.OnModule {
         @Parameters(index = "0", paramLabel = "FIRST",
-                description = "The module's first input, commonly the message, DER.")
+                description = "The module's first input, commonly the message, DER or PEM.")
         private Path first;
 
         @Parameters(index = "1", arity = "0..1", paramLabel = "SECOND",
@@ -63,7 +63,7 @@ final class SignatureCommands {
 
         @Override
         void run() throws Exception {
-            new Token(module, "").verify(read(first), second == null ? null : read(second));
+            Token.verify(module, readDer(first), second == null ? null : read(second));
             say("good");
         }
     }

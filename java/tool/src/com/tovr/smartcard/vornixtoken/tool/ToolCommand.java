@@ -10,6 +10,7 @@ import picocli.CommandLine.ParentCommand;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.io.InputStream;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
@@ -17,10 +18,15 @@ import java.util.Base64;
 import java.util.LinkedHashMap;
 import java.util.Map;
 import java.util.concurrent.Callable;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
 
 /** What the subcommands have in common: their result is a list of named values, printed as text or as JSON. */
 @Command(mixinStandardHelpOptions = true, sortOptions = false)
 abstract class ToolCommand implements Callable<Integer> {
+    private static final Pattern PEM = Pattern.compile(
+            "(?s)\\s*-----BEGIN ([A-Z0-9 ]+)-----(.*?)-----END \\1-----\\s*");
+
     @ParentCommand
     private VornixTokenTool tool;
 
@@ -86,6 +92,20 @@ abstract class ToolCommand implements Callable<Integer> {
         return all.toByteArray();
     }
 
+    /** Reads a DER structure, from PEM as {@link #putDer} writes it if need be. */
+    static byte[] readDer(Path file) throws IOException {
+        byte[] content = read(file);
+        Matcher pem = PEM.matcher(new String(content, StandardCharsets.ISO_8859_1));
+        if (!pem.matches()) {
+            return content;
+        }
+        try {
+            return Base64.getMimeDecoder().decode(pem.group(2));
+        } catch (IllegalArgumentException bad) {
+            throw new IOException(file + " is damaged PEM: " + bad.getMessage(), bad);
+        }
+    }
+
     /** With a module. */
     abstract static class OnModule extends ToolCommand {
         @Option(names = {"-m", "--module"}, required = true, defaultValue = "${env:VORNIX_MODULE}", paramLabel = "FILE",
@@ -115,7 +135,7 @@ abstract class ToolCommand implements Callable<Integer> {
 
         @Override
         void run(Token token) throws Exception {
-            try (Pin pin = PinSource.existing("PIN", pinFile, "VORNIX_USER_PIN")) {
+            try (Pin pin = PinSource.existing("PIN", "--pin-file", pinFile, "VORNIX_USER_PIN")) {
                 run(token, pin);
             }
         }

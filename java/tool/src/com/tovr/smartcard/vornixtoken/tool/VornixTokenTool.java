@@ -12,6 +12,7 @@ import picocli.CommandLine.ScopeType;
 import java.io.PrintWriter;
 import java.math.BigInteger;
 import java.nio.file.FileSystemException;
+import java.util.Arrays;
 import java.util.LinkedHashMap;
 import java.util.Map;
 
@@ -49,7 +50,7 @@ import java.util.Map;
             "  vornixtoken-tool info",
             "  vornixtoken-tool generate-rsa --label 'my key' --id 01",
             "  vornixtoken-tool create-request --id 01 --subject CN=Alice --out alice.csr",
-            "  vornixtoken-tool list --json | tail -n 1",
+            "  vornixtoken-tool list --pin-file pin.txt --json | tail -n 1",
             "  source <(vornixtoken-tool generate-completion)",
             "",
             "PINs are read from the file that an option names, else from VORNIX_USER_PIN,",
@@ -71,6 +72,9 @@ public final class VornixTokenTool {
         commandLine.registerConverter(Id.class, Id::new);
         commandLine.registerConverter(NamedText.class, NamedText::new);
         commandLine.setExecutionExceptionHandler(this::report);
+        CommandLine.IParameterExceptionHandler explain = commandLine.getParameterExceptionHandler();
+        commandLine.setParameterExceptionHandler((failure, arguments) -> Arrays.asList(arguments).contains("--json")
+                ? reportUsage(failure) : explain.handleParseException(failure, arguments));
     }
 
     /**
@@ -118,6 +122,14 @@ public final class VornixTokenTool {
             err.flush();
         }
         return refused ? REFUSED : FAILED;
+    }
+
+    private int reportUsage(CommandLine.ParameterException failure) {
+        Map<String, Object> result = new LinkedHashMap<>();
+        result.put("ok", false);
+        result.put("message", failure.getMessage());
+        print(Json.text(result));
+        return CommandLine.ExitCode.USAGE;
     }
 
     /** Exceptions of the file system say little without their name. */

@@ -18,6 +18,8 @@ import java.util.ArrayList;
  * <li>1: the module could not be loaded or initialised;</li>
  * <li>6: no reader has this name, or no object was found.</li>
  * </ul>
+ * Codes of the module that callers meet most: 0xA0 ({@code CKR_PIN_INCORRECT}), 0xA4 ({@code CKR_PIN_LOCKED}),
+ * 0xE0 ({@code CKR_TOKEN_NOT_PRESENT}), 0x102 ({@code CKR_USER_PIN_NOT_INITIALIZED}).
  * What went wrong is also told on the process's standard output, one line a message. No method throws on purpose.
  *
  * <p><b>Parameters common to all methods.</b>
@@ -58,7 +60,7 @@ public final class Pkcs11Wrapper {
      * @param modulePath   the module
      * @param oldPuk       the PUK as it is
      * @param newPuk       the PUK as it shall be
-     * @return the result
+     * @return the result; 0xA0 ({@code CKR_PIN_INCORRECT}) for a wrong old PUK
      */
     public static native long setPuk(String terminalName, String modulePath, byte[] oldPuk, byte[] newPuk);
 
@@ -68,7 +70,7 @@ public final class Pkcs11Wrapper {
      * @param terminalName the reader
      * @param modulePath   the module
      * @param soPin        the security officer's PIN
-     * @return the result
+     * @return the result; 0xA0 ({@code CKR_PIN_INCORRECT}) for a wrong one
      */
     public static native long initCard(String terminalName, String modulePath, byte[] soPin);
 
@@ -135,7 +137,8 @@ public final class Pkcs11Wrapper {
      * @param id           the key's ID; empty: any
      * @param modulus      receives the modulus as stored, unsigned and big-endian
      * @param exponent     receives the public exponent likewise; stays as it is when the modulus is empty
-     * @return the result; 6 when there is no such key, the module's code when the key is no RSA key
+     * @return the result; 6 when there is no such key; the module's code when the key is no RSA key, commonly 0x12
+     *         ({@code CKR_ATTRIBUTE_TYPE_INVALID})
      */
     public static native long getPublicKey(String terminalName, String modulePath, byte[] pin, String label, byte[] id,
             ArrayList<Byte> modulus, ArrayList<Byte> exponent);

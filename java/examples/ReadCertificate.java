@@ -1,0 +1,28 @@
+package examples;
+
+import com.tovr.smartcard.vornixtoken.Pin;
+import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
+import com.tovr.smartcard.vornixtoken.Token;
+
+import java.security.cert.X509Certificate;
+
+/** Reads a certificate, or tells why not. Arguments: module, reader, label. */
+public final class ReadCertificate {
+    private ReadCertificate() {
+    }
+
+    public static void main(String[] arguments) throws Exception {
+        String module = arguments[0];
+        String reader = arguments[1];
+        String label = arguments[2];
+        // @start region="read-certificate"
+        Token token = new Token(module, reader);
+        try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray())) {
+            X509Certificate certificate = token.readCertificate(pin, label);
+            System.out.println(certificate.getSubjectX500Principal());
+        } catch (Pkcs11Exception refused) {
+            System.out.println(refused.getCodeName()); // CKR_PIN_INCORRECT, for instance
+        }
+        // @end region="read-certificate"
+    }
+}

@@ -1,0 +1,32 @@
+package jvm;
+
+import java.io.ByteArrayOutputStream;
+import java.io.PrintStream;
+
+/** Runs examples in this process. */
+final class Examples {
+    private Examples() {
+    }
+
+    interface Example {
+        void main(String[] arguments) throws Exception;
+    }
+
+    /** Returns what an example prints. */
+    static String output(Example example, String module, String reader, String... further) throws Exception {
+        String[] arguments = new String[2 + further.length];
+        arguments[0] = module;
+        arguments[1] = reader;
+        System.arraycopy(further, 0, arguments, 2, further.length);
+
+        PrintStream before = System.out;
+        ByteArrayOutputStream written = new ByteArrayOutputStream();
+        System.setOut(new PrintStream(written, true, "UTF-8"));
+        try {
+            example.main(arguments);
+        } finally {
+            System.setOut(before);
+        }
+        return written.toString("UTF-8");
+    }
+}
