@@ -40,8 +40,7 @@ void callWithString(JNIEnv* env, jobject object, jclass objectClass, const char*
 {
     const jstring string = env->NewStringUTF(text.c_str());
     const jmethodID method = env->GetMethodID(objectClass, setter, "(Ljava/lang/String;)V");
-    if (method != nullptr) // an application's own class may lack one
-        env->CallVoidMethod(object, method, string);
+    env->CallVoidMethod(object, method, string);
 }
 
 void add(JNIEnv* env, jobject list, jclass listClass, jobject element)
@@ -121,8 +120,12 @@ void appendObjects(JNIEnv* env, jobject list, const std::vector<ObjectAttr>& obj
         callWithString(env, attribute, attributeClass, "setType", object.type);
         callWithString(env, attribute, attributeClass, "setLabel", object.label);
         callWithString(env, attribute, attributeClass, "setId", object.id);
-        if (!object.keyType.empty()) // what is no key keeps the class's own idea of "no key type"
-            callWithString(env, attribute, attributeClass, "setKeyType", object.keyType);
+        if (!object.keyType.empty()) { // what is no key keeps the class's own idea of "no key type"
+            const jstring keyType = env->NewStringUTF(object.keyType.c_str());
+            const jmethodID setKeyType = env->GetMethodID(attributeClass, "setKeyType", "(Ljava/lang/String;)V");
+            if (setKeyType != nullptr) // an application's own class may know no key types
+                env->CallVoidMethod(attribute, setKeyType, keyType);
+        }
         add(env, list, listClass, attribute);
     }
 }
