@@ -1,7 +1,7 @@
-# How the project's Java is compiled and packed.
-find_package(Java 11 QUIET COMPONENTS Development)
-if(NOT Java_Development_FOUND)
-  message(FATAL_ERROR "javac and jar not found: install openjdk-17-jdk-headless (Debian) or set JAVA_HOME")
+# How the project's Java is compiled and packed. Releases before 17 have a jar that cannot set dates.
+find_package(Java 17 QUIET COMPONENTS Development)
+if(NOT Java_FOUND)
+  message(FATAL_ERROR "JDK 17 or newer not found: install openjdk-17-jdk-headless (Debian) or set JAVA_HOME")
 endif()
 
 # Entries of a jar carry this date, so that the same sources give the same bytes.

@@ -7,10 +7,15 @@
 //
 // Every call is appended as a line to the file that SCRIPTED_MODULE_TRANSCRIPT names, if it is set. A function that the
 // library must never call ends the process.
+//
+// libpadding_jvm_module.so is the same but for its signatures and requests: the sequence 30 03 02 01 07, in a buffer of
+// which it says that all of it counts.
 #include "scripted_module.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 namespace scripted {
 namespace {
@@ -24,7 +29,26 @@ struct Process {
         module.addSampleObjects();
         if (const char* const path = std::getenv("SCRIPTED_MODULE_TRANSCRIPT"))
             transcript.onLine = [file = std::string(path)](const std::string& line) { append(file, line); };
+#ifdef PADDED_ANSWERS
+        module.C_TOVR_pkcs7Sign = [](auto, auto, auto, auto, CK_BYTE* signature, CK_ULONG* length, auto...) {
+            return deliverPadded(signature, length);
+        };
+        module.C_TOVR_CreateCSR = [](auto, auto, auto, auto, CK_BYTE* csr, CK_ULONG* length, auto...) {
+            return deliverPadded(csr, length);
+        };
+#endif
     }
+
+#ifdef PADDED_ANSWERS
+    static CK_RV deliverPadded(CK_BYTE* buffer, CK_ULONG* length)
+    {
+        static constexpr CK_BYTE sequence[] = {0x30, 0x03, 0x02, 0x01, 0x07};
+        *length = 64;
+        if (buffer != nullptr)
+            std::copy(std::begin(sequence), std::end(sequence), buffer);
+        return CKR_OK;
+    }
+#endif
 
     static void append(const std::string& file, const std::string& line)
     {

@@ -32,6 +32,12 @@ final class ChildJvm {
         return this;
     }
 
+    /** Grants native access to a module, or to ALL-UNNAMED, and to nothing else. */
+    ChildJvm grant(String module) {
+        options("--enable-native-access=" + module);
+        return Runtime.version().feature() >= 24 ? options("--illegal-native-access=deny") : this;
+    }
+
     ChildJvm environment(String name, String value) {
         builder.environment().put(name, value);
         return this;

@@ -10,13 +10,10 @@ import java.nio.file.Path;
 class ClassLoadersTest {
     @Test
     void copiesOfTheClassesWaitForOneAnother(@TempDir Path empty) throws Exception {
-        ChildJvm child = new ChildJvm(empty.toString()).options("-XX:ErrorFile=" + empty.resolve("crash"));
-        if (Runtime.version().feature() >= 24) {
-            child.options("--enable-native-access=ALL-UNNAMED");
-        }
-
-        ChildJvm.Result result = child.run(TwoClassLoaders.class, System.getProperty("vornix.platform.jar"),
-                SoftHsm.MODULE, SoftHsm.newToken(), SoftHsm.PIN);
+        ChildJvm.Result result = new ChildJvm(empty.toString()).grant("ALL-UNNAMED")
+                .options("-XX:ErrorFile=" + empty.resolve("crash"))
+                .run(TwoClassLoaders.class, System.getProperty("vornix.platform.jar"),
+                        SoftHsm.MODULE, SoftHsm.newToken(), SoftHsm.PIN);
 
         assertEquals(0, result.status, result::toString);
         assertEquals("", result.out);

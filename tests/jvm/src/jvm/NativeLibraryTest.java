@@ -8,11 +8,16 @@ import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.ValueSource;
 
 import java.io.File;
+import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
+import java.util.regex.Pattern;
 
 /** Where the library is looked for, each time by a process that has not loaded it yet. */
 class NativeLibraryTest {
@@ -29,12 +34,29 @@ class NativeLibraryTest {
     @BeforeEach
     void prepare(@TempDir Path folder) throws Exception {
         empty = Files.createDirectory(folder.resolve("empty"));
-        child = granted(new ChildJvm(empty.toString()), "ALL-UNNAMED").options("-Djava.io.tmpdir=" + empty);
+        child = new ChildJvm(empty.toString()).grant("ALL-UNNAMED").options("-Djava.io.tmpdir=" + empty);
     }
 
     @Test
     void thePropertyNamesTheFile() throws Exception {
         assertLoaded(child.options(OTHER_MACHINE, "-Dvornixtoken.library=" + LIBRARY).run(LibraryLoader.class));
+    }
+
+    @Test
+    void itsFolderMayHaveAnyName(@TempDir Path folder) throws Exception {
+        Path odd = Files.createDirectory(folder.resolve("o d\u00eb \u6f22"));
+        Path copy = Files.copy(LIBRARY, odd.resolve(FILE));
+
+        assertLoaded(child.options(OTHER_MACHINE, "-Dvornixtoken.library=" + copy).run(LibraryLoader.class));
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"", " "})
+    void anEmptyPropertyIsTold(String empty) throws Exception {
+        ChildJvm.Result result = new ChildJvm().options("-Dvornixtoken.library=" + empty).run(LibraryLoader.class);
+
+        assertEquals(FILE + " cannot be loaded. Tried:\n- system property vornixtoken.library: it is empty\n",
+                result.out);
     }
 
     @Test
@@ -48,17 +70,12 @@ class NativeLibraryTest {
 
     @Test
     void javaLibraryPathIsSearched() throws Exception {
-        assertLoaded(granted(new ChildJvm(), "ALL-UNNAMED").options(OTHER_MACHINE).run(LibraryLoader.class));
+        assertLoaded(new ChildJvm().grant("ALL-UNNAMED").options(OTHER_MACHINE).run(LibraryLoader.class));
     }
 
     @Test
     void aCopyOfTheClassPathIsUnpackedAndRemoved(@TempDir Path folder) throws Exception {
-        Path copy = folder.resolve("natives/linux-other/" + FILE);
-        Files.createDirectories(copy.getParent());
-        Files.copy(LIBRARY, copy);
-
-        assertLoaded(child.options(OTHER_MACHINE)
-                .run(folder + File.pathSeparator + System.getProperty("java.class.path"), LibraryLoader.class));
+        assertLoaded(child.options(OTHER_MACHINE).run(withCopy(folder), LibraryLoader.class));
 
         assertArrayEquals(new String[0], empty.toFile().list());
     }
@@ -71,16 +88,32 @@ class NativeLibraryTest {
                 .run(System.getProperty("vornix.platform.jar") + File.pathSeparator + classes, LibraryLoader.class));
     }
 
-    @Test
-    void everyPlaceThatWasTriedIsTold() throws Exception {
-        ChildJvm.Result result = child.options(OTHER_MACHINE).run(LibraryLoader.class);
+    @ParameterizedTest
+    @CsvSource({"other, other-linux-gnu", "aarch64, aarch64-linux-gnu", "arm, arm-linux-gnueabihf",
+        "i386, i386-linux-gnu", "ppc64le, powerpc64le-linux-gnu", "riscv64, riscv64-linux-gnu",
+        "s390x, s390x-linux-gnu"})
+    void everyPlaceThatWasTriedIsTold(String architecture, String triplet) throws Exception {
+        ChildJvm.Result result = child.options("-Dos.arch=" + architecture).run(LibraryLoader.class);
 
-        String systemFile = "/usr/lib/other-linux-gnu/jni/" + FILE;
         assertEquals(FILE + " cannot be loaded. Tried:\n"
                 + "- System.loadLibrary: no VornixToken_Javalib in java.library.path: " + empty + "\n"
-                + "- file: Can't load library: " + systemFile + "\n"
-                + "- jar: /natives/linux-other/" + FILE + " is not in the jar\n", result.out);
+                + "- file: Can't load library: /usr/lib/" + triplet + "/jni/" + FILE + "\n"
+                + "- jar: /natives/linux-" + architecture + "/" + FILE + " is not in the jar\n", result.out);
         assertEquals(1, result.status);
+    }
+
+    @Test
+    void aFolderThatIsNotThereForTheCopyIsTold(@TempDir Path folder) throws Exception {
+        assertNotUnpacked("java.nio.file.NoSuchFileException: ", folder.resolve("absent"), withCopy(folder));
+    }
+
+    @Test
+    @Tag("noexec")
+    void aFolderThatDoesNotAllowExecutionIsTold(@TempDir Path folder) throws Exception {
+        Path noexec = Paths.get(System.getenv("NOEXEC_FOLDER"));
+
+        assertNotUnpacked(noexec + "/vornixtoken\\d+/" + FILE + ": failed to map segment", noexec, withCopy(folder));
+        assertArrayEquals(new String[0], noexec.toFile().list());
     }
 
     @Test
@@ -101,20 +134,29 @@ class NativeLibraryTest {
 
     @Test
     void theModuleNeedsAccessForItselfAlone() throws Exception {
-        ChildJvm module = onModulePath();
-        if (Runtime.version().feature() >= 24) {
-            module.options("--illegal-native-access=deny");
-        }
-        assertLoaded(granted(module, MODULE).run(LibraryLoader.class));
-    }
-
-    /** With the option that keeps Java silent, where Java knows it. */
-    private static ChildJvm granted(ChildJvm jvm, String name) {
-        return Runtime.version().feature() >= 17 ? jvm.options("--enable-native-access=" + name) : jvm;
+        assertLoaded(onModulePath().grant(MODULE).run(LibraryLoader.class));
     }
 
     private static ChildJvm onModulePath() {
         return new ChildJvm().options("--module-path", System.getProperty("vornix.jar"), "--add-modules", MODULE);
+    }
+
+    /** A class path with a copy of the library, of which the virtual machine finds no other. */
+    private static String withCopy(Path folder) throws IOException {
+        Path copy = folder.resolve("natives/linux-other/" + FILE);
+        Files.createDirectories(copy.getParent());
+        Files.copy(LIBRARY, copy);
+        return folder + File.pathSeparator + System.getProperty("java.class.path");
+    }
+
+    private void assertNotUnpacked(String why, Path into, String classPath) throws Exception {
+        ChildJvm.Result result = child.options(OTHER_MACHINE, "-Djava.io.tmpdir=" + into)
+                .run(classPath, LibraryLoader.class);
+
+        Pattern told = Pattern.compile("^- jar, unpacked below java.io.tmpdir: .*" + why, Pattern.MULTILINE);
+        assertTrue(told.matcher(result.out).find(), result::toString);
+        assertTrue(result.out.contains(into.toString()), result::toString);
+        assertEquals(1, result.status);
     }
 
     private static void assertLoaded(ChildJvm.Result result) {

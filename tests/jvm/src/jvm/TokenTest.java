@@ -13,16 +13,22 @@ import com.tovr.smartcard.vornixtoken.RequestContent;
 import com.tovr.smartcard.vornixtoken.Token;
 import com.tovr.smartcard.vornixtoken.TokenInfo;
 import com.tovr.smartcard.vornixtoken.TokenObject;
+import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
 
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.function.Executable;
+import org.junit.jupiter.api.io.TempDir;
 
 import java.math.BigInteger;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.Paths;
 import java.security.cert.CertificateException;
 import java.security.cert.X509Certificate;
 import java.security.interfaces.RSAPublicKey;
+import java.util.ArrayList;
 import java.util.EnumSet;
 import java.util.List;
 import java.util.Optional;
@@ -207,11 +213,33 @@ class TokenTest extends ScriptedToken {
     }
 
     @Test
+    void aModulesPathMayHoldBlanksAndAnyAlphabet(@TempDir Path folder) throws Exception {
+        Path odd = Files.copy(Paths.get(module), folder.resolve("m o d\u00eb \u6f22.so"));
+        assertEquals("Scripted Token", new Token(odd.toString(), READER).readInfo().getLabel());
+
+        Path beyondTheBasicPlane = Files.copy(odd, folder.resolve("\uD83D\uDE00.so"));
+        assertRefused(1, "CKR_CANCEL", () -> new Token(beyondTheBasicPlane.toString(), READER).readInfo());
+    }
+
+    @Test
     void whatIsReadRawKeepsItsPadding() throws Exception {
         byte[] padded = {0x30, 0, 0, 0};
         token.importCertificate(pin, "padded", NONE, padded);
 
         assertArrayEquals(padded, token.readCertificateBytes(pin, "padded", NONE));
+    }
+
+    @Test
+    void zerosBehindMessagesAndRequestsAreCutOff() throws Exception {
+        String padding = System.getProperty("vornix.padding.module");
+        ArrayList<Byte> raw = new ArrayList<>();
+        assertEquals(0, Pkcs11Wrapper.pkcs7Sign(READER, padding, PIN, NONE, NONE, NONE, null, 0, raw));
+        assertEquals(64, raw.size());
+
+        byte[] sequence = {0x30, 3, 2, 1, 7};
+        Token padded = new Token(padding, READER);
+        assertArrayEquals(sequence, padded.sign(pin, NONE, NONE, NONE, 0));
+        assertArrayEquals(sequence, padded.createRequest(pin, NONE, NONE, RequestContent.builder().build()));
     }
 
     @Test

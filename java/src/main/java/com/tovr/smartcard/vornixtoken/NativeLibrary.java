@@ -15,13 +15,17 @@ import java.util.List;
  *
  * <p>Where the library is looked for:
  * <ol>
- * <li>the file that the system property {@code vornixtoken.library} names; if it is set, nothing else is tried;</li>
+ * <li>the file that the system property {@code vornixtoken.library} names; if it is set, be it to nothing, nothing else
+ * is tried;</li>
  * <li>{@link System#loadLibrary}, that is {@code java.library.path};</li>
  * <li>the system's folder for such libraries, such as {@code /usr/lib/x86_64-linux-gnu/jni};</li>
  * <li>a copy packed into this jar, {@code /natives/linux-x86_64/libVornixToken_Javalib.so} for instance, which is
  * unpacked into a folder of the user's own below {@code java.io.tmpdir} and removed from there as soon as it is
- * loaded.</li>
+ * loaded. That place must be writable and allow execution.</li>
  * </ol>
+ *
+ * <p>The virtual machine gives one file to one class loader alone; of several that have this class, the others take
+ * another file of this list, such as a copy from the jar.
  *
  * <p>From Java 24 on native access must be granted, or Java warns and later refuses:
  * {@code --enable-native-access=com.tovr.smartcard.vornixtoken} for the module path,
@@ -58,7 +62,7 @@ public final class NativeLibrary {
         void run() {
             String file = System.getProperty(PROPERTY);
             boolean found = file != null
-                    ? load("system property " + PROPERTY, () -> System.load(new File(file).getAbsolutePath()))
+                    ? loadNamed(file)
                     : load("System.loadLibrary", () -> System.loadLibrary(NAME)) || loadFromSystemFolder()
                             || loadFromJar();
             if (!found) {
@@ -66,13 +70,33 @@ public final class NativeLibrary {
             }
         }
 
+        private boolean loadNamed(String file) {
+            String place = "system property " + PROPERTY;
+            return file.trim().isEmpty()
+                    ? failed(place, "it is empty")
+                    : load(place, () -> System.load(new File(file).getAbsolutePath()));
+        }
+
         private boolean loadFromSystemFolder() {
-            String path = Paths.get("/usr/lib", architecture + "-linux-gnu", "jni", FILE).toString();
+            String path = Paths.get("/usr/lib", triplet(), "jni", FILE).toString();
             return load("file", () -> System.load(path));
+        }
+
+        /** The system's name for the platform, which for some is not that of Java. */
+        private String triplet() {
+            switch (architecture) {
+                case "arm":
+                    return "arm-linux-gnueabihf";
+                case "ppc64le":
+                    return "powerpc64le-linux-gnu";
+                default:
+                    return architecture + "-linux-gnu";
+            }
         }
 
         private boolean loadFromJar() {
             String resource = "/natives/linux-" + architecture + "/" + FILE;
+            String place = "jar, unpacked below java.io.tmpdir";
             try (InputStream copy = NativeLibrary.class.getResourceAsStream(resource)) {
                 if (copy == null) {
                     return failed("jar", resource + " is not in the jar");
@@ -81,13 +105,14 @@ public final class NativeLibrary {
                 Path file = folder.resolve(FILE);
                 try {
                     Files.copy(copy, file);
-                    return load("jar, unpacked", () -> System.load(file.toString()));
+                    return load(place, () -> System.load(file.toString()));
                 } finally {
-                    Files.deleteIfExists(file);
-                    Files.delete(folder);
+                    // A copy that cannot be removed is no reason to do without it.
+                    file.toFile().delete();
+                    folder.toFile().delete();
                 }
             } catch (IOException failure) {
-                return failed("jar, unpacked", failure.toString());
+                return failed(place, failure.toString());
             }
         }
 

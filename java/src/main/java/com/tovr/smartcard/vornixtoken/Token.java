@@ -44,9 +44,12 @@ import java.util.stream.Collectors;
  * process, because a module is one for the whole process and two jobs at once would finalise it under each other. Calls
  * of the native methods themselves, past this class, are not covered.
  *
+ * <p><b>Modules.</b> Importing, signing, verifying and requesting certificates take functions that the token maker's
+ * module has beyond PKCS #11. Nobody checks that they are there: with another module the virtual machine crashes.
+ *
  * <p><b>Texts.</b> Labels and the texts of requests reach the token in the virtual machine's modified UTF-8. That is
  * UTF-8 for all characters up to U+FFFF but U+0000; others come back as they were given, but look odd to other
- * applications.
+ * applications. A module with such a character in its path is not found.
  */
 public final class Token {
     /** Interned, hence one for all class loaders of the process, as the module is. */

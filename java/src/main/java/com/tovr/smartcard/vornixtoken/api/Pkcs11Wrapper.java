@@ -22,6 +22,10 @@ import java.util.ArrayList;
  * 0xE0 ({@code CKR_TOKEN_NOT_PRESENT}), 0x102 ({@code CKR_USER_PIN_NOT_INITIALIZED}).
  * What went wrong is also told on the process's standard output, one line a message. No method throws on purpose.
  *
+ * <p><b>Functions beyond PKCS #11</b>, which the token maker's module has, serve {@link #loadX509Certificate},
+ * {@link #loadCert}, {@link #pkcs7Sign}, {@link #pkcs7Verify} and {@link #createCSR}. Nothing checks that they are
+ * there: with another module these methods crash the virtual machine.
+ *
  * <p><b>Parameters common to all methods.</b>
  * <ul>
  * <li>{@code terminalName}: the reader that holds the token. A slot matches when its manufacturer or its description,
