@@ -1,7 +1,10 @@
 package jvm;
 
+import static jvm.Tool.assertPrints;
+import static jvm.Tool.run;
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.tovr.smartcard.vornixtoken.tool.VornixTokenTool;
@@ -9,23 +12,25 @@ import com.tovr.smartcard.vornixtoken.tool.VornixTokenTool;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.MethodSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
 import picocli.CommandLine;
 
-import java.io.PrintWriter;
-import java.io.StringWriter;
+import java.io.RandomAccessFile;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.cert.X509Certificate;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.Set;
+import java.util.stream.Collectors;
+import java.util.stream.Stream;
 
 /** The command-line tool. The test's environment holds VORNIX_USER_PIN, VORNIX_SO_PIN and VORNIX_NEW_PIN. */
 class ToolTest extends ScriptedToken {
-    private static final String JAR = System.getProperty("vornix.tool");
-
     @Test
     void infoIsText() {
         assertPrints("label:         Scripted Token\n"
@@ -128,9 +133,9 @@ class ToolTest extends ScriptedToken {
                 new String(Files.readAllBytes(out)));
         assertTrue(onToken("sign", data.toString()).out.startsWith("-----BEGIN PKCS7-----\n"));
 
-        assertPrints("good\n", tool("verify", "-m", module, data.toString(), data.toString()));
-        assertEquals(1, tool("verify", "-m", module, data.toString(), out.toString()).status);
-        assertEquals(1, tool("verify", "-m", module, data.toString()).status);
+        assertPrints("good\n", run("verify", "-m", module, data.toString(), data.toString()));
+        assertEquals(1, run("verify", "-m", module, data.toString(), out.toString()).status);
+        assertEquals(1, run("verify", "-m", module, data.toString()).status);
     }
 
     @Test
@@ -140,7 +145,7 @@ class ToolTest extends ScriptedToken {
         Path pem = Files.write(folder.resolve("pem"), onToken("sign", data.toString()).out.getBytes());
         assertPrints("", onToken("sign", "-o", der.toString(), data.toString()));
 
-        assertPrints("good\n", tool("verify", "-m", module, pem.toString(), der.toString()));
+        assertPrints("good\n", run("verify", "-m", module, pem.toString(), der.toString()));
     }
 
     @Test
@@ -148,7 +153,7 @@ class ToolTest extends ScriptedToken {
         Path file = Files.write(folder.resolve("c.pem"),
                 Scripted.ascii("-----BEGIN CERTIFICATE-----\nA\n-----END CERTIFICATE-----\n"));
 
-        Result result = onToken("import-certificate", "-l", "c", file.toString());
+        Tool.Result result = onToken("import-certificate", "-l", "c", file.toString());
 
         assertEquals(3, result.status);
         assertTrue(result.err.contains(file + " is damaged PEM: "), result.err);
@@ -156,7 +161,7 @@ class ToolTest extends ScriptedToken {
 
     @Test
     void wrongUsageIsJsonToo() {
-        Result result = onToken("list", "--json", "--no-such-option");
+        Tool.Result result = onToken("list", "--json", "--no-such-option");
 
         assertEquals(2, result.status);
         assertEquals("{\"ok\":false,\"message\":\"Unknown option: '--no-such-option'\"}\n", result.out);
@@ -178,12 +183,12 @@ class ToolTest extends ScriptedToken {
 
     @Test
     void refusalsHaveStatusOneAndAName() {
-        Result text = onToken("read-certificate", "-l", "nobody");
+        Tool.Result text = onToken("read-certificate", "-l", "nobody");
         assertEquals(1, text.status);
         assertTrue(text.err.startsWith("vornixtoken-tool read-certificate: reading certificate 'nobody', "), text.err);
         assertTrue(text.err.endsWith(": CKR_FUNCTION_FAILED (0x6), no such reader or object\n"), text.err);
 
-        Result json = onToken("read-certificate", "-l", "nobody", "--json");
+        Tool.Result json = onToken("read-certificate", "-l", "nobody", "--json");
         assertEquals(1, json.status);
         assertTrue(json.out.startsWith("{\"ok\":false,\"code\":6,\"name\":\"CKR_FUNCTION_FAILED\",\"message\":\""),
                 json.out);
@@ -192,9 +197,9 @@ class ToolTest extends ScriptedToken {
 
     @Test
     void wrongUsageHasStatusTwo() {
-        assertEquals(2, tool().status);
-        assertEquals(2, tool("no-such-command").status);
-        assertEquals(2, tool("info", "-t", READER).status);
+        assertEquals(2, run().status);
+        assertEquals(2, run("no-such-command").status);
+        assertEquals(2, run("info", "-t", READER).status);
         assertEquals(2, onToken("read-certificate", "-l", "x", "-i", "0").status);
         assertEquals(2, onToken("create-request", "-i", "01", "-s", "CN").status);
         assertEquals(2, onToken("list", "--pin", "12345678").status, "a PIN is no argument");
@@ -202,15 +207,48 @@ class ToolTest extends ScriptedToken {
 
     @Test
     void otherFailuresHaveStatusThree() {
-        Result result = onToken("sign", "/nonexistent");
+        Tool.Result result = onToken("sign", "/nonexistent");
 
         assertEquals(3, result.status);
         assertEquals("vornixtoken-tool sign: java.nio.file.NoSuchFileException: /nonexistent\n", result.err);
     }
 
     @Test
+    void aFileBeyondAllMemoryHasStatusThree(@TempDir Path folder) throws Exception {
+        Path file = folder.resolve("large");
+        try (RandomAccessFile large = new RandomAccessFile(file.toFile(), "rw")) {
+            large.setLength(1L << 32);
+        }
+        Tool.Result result = onToken("sign", file.toString());
+
+        assertEquals(3, result.status);
+        assertTrue(result.err.startsWith("vornixtoken-tool sign: not enough memory: "), result.err);
+    }
+
+    @ParameterizedTest
+    @CsvSource({"1, 1", "0x1, 1", "0x80000000, 2147483648", "18446744073709551615, 18446744073709551615",
+        "0xffffffffffffffff, 18446744073709551615"})
+    void flagsAreDecimalOrHexadecimal(String written, String meant, @TempDir Path folder) throws Exception {
+        Path out = folder.resolve("out");
+
+        assertPrints("", onToken("sign", "--flags", written, "-o", out.toString(), "/dev/null"));
+
+        assertEquals("certificate 0;private 0;certificates null;flags " + meant + ";",
+                new String(Files.readAllBytes(out)));
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"", "0x", "x", "1 ", "-1", "0x10000000000000000"})
+    void otherFlagsAreWrongUsage(String written) {
+        Tool.Result result = onToken("sign", "--flags", written, "/dev/null");
+
+        assertEquals(2, result.status);
+        assertTrue(result.err.contains("'" + written + "' is no number of 64 bits\n"), result.err);
+    }
+
+    @Test
     void resettingAReaderIsSilent() {
-        assertPrints("", tool("reset-terminal", "-t", "Reader of no such name"));
+        assertPrints("", run("reset-terminal", "-t", "Reader of no such name"));
     }
 
     @ParameterizedTest
@@ -218,72 +256,51 @@ class ToolTest extends ScriptedToken {
         "read-certificate", "read-public-key", "import-certificate", "import-blocks", "generate-rsa", "generate-gost",
         "sign", "verify", "create-request"})
     void everyJobHasACommandWithHelp(String command) {
-        Result help = tool(command, "--help");
+        Tool.Result help = run(command, "--help");
 
         assertEquals(0, help.status);
         assertTrue(help.out.startsWith("Usage: vornixtoken-tool " + command + " "), help.out);
-        assertTrue(tool("--help").out.contains("\n  " + command + " "));
+        assertTrue(run("--help").out.contains("\n  " + command + " "));
     }
 
-    @Test
-    void completionIsAValidScript(@TempDir Path folder) throws Exception {
-        String script = tool("generate-completion").out;
+    @ParameterizedTest
+    @MethodSource("everyHelp")
+    void examplesOfTheHelpAreValid(List<String> help) throws Exception {
+        String examples = run(help.toArray(new String[0])).out.split("(?m)^Examples?:\n")[1].split("\n\n")[0];
 
-        assertTrue(script.contains("complete -F"), script);
-        Processes.run("bash", "-n", Files.write(folder.resolve("completion"), script.getBytes()).toString());
-    }
+        List<List<String>> calls = calls(examples);
 
-    @Test
-    void theJarRunsByItself() throws Exception {
-        ChildJvm child = new ChildJvm("/nonexistent");
-        if (Runtime.version().feature() >= 24) {
-            child.options("--illegal-native-access=deny");
+        assertFalse(calls.isEmpty());
+        for (List<String> call : calls) {
+            CommandLine tool = VornixTokenTool.commandLine();
+            Set<String> options = tool.getSubcommands().get(call.get(0)).getCommandSpec().optionsMap().keySet();
+            for (String option : Arrays.asList("--module", "--terminal")) {
+                if (options.contains(option) && !call.contains(option)) {
+                    call.addAll(Arrays.asList(option, "from the environment"));
+                }
+            }
+            tool.parseArgs(call.toArray(new String[0]));
         }
-        ChildJvm.Result result = child.launch("-jar", JAR, "info", "-m", module, "-t", READER, "--json");
-
-        assertEquals(0, result.status, result::toString);
-        assertTrue(result.out.startsWith("{\"ok\":true,\"label\":\"Scripted Token\","), result::toString);
-        assertEquals("", result.err);
     }
 
-    @Test
-    void withoutATerminalToAskAtThePinIsMissed() throws Exception {
-        ChildJvm.Result result = new ChildJvm().without("VORNIX_USER_PIN")
-                .launch("-jar", JAR, "clean", "-m", module, "-t", READER);
-
-        assertEquals(3, result.status, result::toString);
-        assertEquals("vornixtoken-tool clean: no PIN: standard input and output are not both a terminal to ask at; "
-                + "use --pin-file or set VORNIX_USER_PIN\n", result.err);
+    static Stream<List<String>> everyHelp() {
+        return Stream.concat(Stream.of(Arrays.asList("--help")),
+                VornixTokenTool.commandLine().getSubcommands().keySet().stream()
+                        .filter(command -> !command.equals("help") && !command.equals("generate-completion"))
+                        .map(command -> Arrays.asList(command, "--help")));
     }
 
-    private Result onToken(String command, String... arguments) {
+    /** The arguments of each call of the tool that bash makes of a piece of script. */
+    private static List<List<String>> calls(String script) throws Exception {
+        String told = Processes.run("bash", "-c",
+                "exec 3>&1; vornixtoken-tool() { printf '%s\\n' \"$@\" '' >&3; }\n" + script);
+        return Stream.of(told.split("\n\n")).map(call -> new ArrayList<>(Arrays.asList(call.split("\n"))))
+                .collect(Collectors.toList());
+    }
+
+    private Tool.Result onToken(String command, String... arguments) {
         List<String> all = new ArrayList<>(Arrays.asList(command, "--module", module, "--terminal", READER));
         all.addAll(Arrays.asList(arguments));
-        return tool(all.toArray(new String[0]));
-    }
-
-    private static Result tool(String... arguments) {
-        StringWriter out = new StringWriter();
-        StringWriter err = new StringWriter();
-        CommandLine tool = VornixTokenTool.commandLine().setOut(new PrintWriter(out)).setErr(new PrintWriter(err));
-        return new Result(tool.execute(arguments), out.toString(), err.toString());
-    }
-
-    private static void assertPrints(String out, Result result) {
-        assertEquals("", result.err);
-        assertEquals(out, result.out);
-        assertEquals(0, result.status);
-    }
-
-    private static final class Result {
-        private final int status;
-        private final String out;
-        private final String err;
-
-        Result(int status, String out, String err) {
-            this.status = status;
-            this.out = out;
-            this.err = err;
-        }
+        return run(all.toArray(new String[0]));
     }
 }

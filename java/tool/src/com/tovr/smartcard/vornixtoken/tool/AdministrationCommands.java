@@ -19,7 +19,8 @@ final class AdministrationCommands {
     private AdministrationCommands() {
     }
 
-    @Command(name = "info", description = "Shows what the token tells of itself.")
+    @Command(name = "info", description = "Shows what the token tells of itself.",
+            footer = "  vornixtoken-tool info --module ./libtovr_pkcs11_main.so --terminal 'Reader 0'")
     static final class Info extends ToolCommand.OnToken {
         @Override
         void run(Token token) throws Exception {
@@ -32,7 +33,8 @@ final class AdministrationCommands {
         }
     }
 
-    @Command(name = "list", description = "Lists the objects of the token.")
+    @Command(name = "list", description = "Lists the objects of the token.",
+            footer = "  vornixtoken-tool list --pin-file pin.txt --json | tail -n 1")
     static final class ListObjects extends ToolCommand.AsUser {
         @Override
         void run(Token token, Pin pin) throws Exception {
@@ -50,7 +52,8 @@ final class AdministrationCommands {
         }
     }
 
-    @Command(name = "change-pin", description = "Changes the user PIN.")
+    @Command(name = "change-pin", description = "Changes the user PIN.",
+            footer = "  vornixtoken-tool change-pin --pin-file old.txt --new-pin-file new.txt")
     static final class ChangePin extends ToolCommand.AsUser {
         @Option(names = "--new-pin-file", paramLabel = "FILE",
                 description = "A file whose first line is the new PIN; else VORNIX_NEW_PIN, else you are asked.")
@@ -80,7 +83,8 @@ final class AdministrationCommands {
         abstract void run(Token token, Pin puk) throws Exception;
     }
 
-    @Command(name = "change-puk", description = "Changes the PUK, the security officer's PIN.")
+    @Command(name = "change-puk", description = "Changes the PUK, the security officer's PIN.",
+            footer = "  vornixtoken-tool change-puk --puk-file old.txt --new-puk-file new.txt")
     static final class ChangePuk extends AsSecurityOfficer {
         @Option(names = "--new-puk-file", paramLabel = "FILE",
                 description = "A file whose first line is the new PUK; else VORNIX_NEW_PIN, else you are asked.")
@@ -95,7 +99,8 @@ final class AdministrationCommands {
     }
 
     @Command(name = "init",
-            description = "Initialises the token under the label \"VORNIX Token\". All its objects are lost.")
+            description = "Initialises the token under the label \"VORNIX Token\". All its objects are lost.",
+            footer = "  vornixtoken-tool init --puk-file puk.txt")
     static final class Initialize extends AsSecurityOfficer {
         @Override
         void run(Token token, Pin puk) throws Exception {
@@ -103,7 +108,8 @@ final class AdministrationCommands {
         }
     }
 
-    @Command(name = "clean", description = "Destroys all objects of the token; PINs and label stay.")
+    @Command(name = "clean", description = "Destroys all objects of the token; PINs and label stay.",
+            footer = "  vornixtoken-tool clean --pin-file pin.txt")
     static final class Clean extends ToolCommand.AsUser {
         @Override
         void run(Token token, Pin pin) throws Exception {
@@ -112,7 +118,8 @@ final class AdministrationCommands {
     }
 
     @Command(name = "reset-terminal",
-            description = "Powers the card in a reader down by the PC/SC service. A failure is printed only.")
+            description = "Powers the card in a reader down by the PC/SC service. A failure is printed only.",
+            footer = "  vornixtoken-tool reset-terminal --terminal 'Reader 0'")
     static final class ResetTerminal extends ToolCommand {
         @Option(names = {"-t", "--terminal"}, required = true, defaultValue = "${env:VORNIX_TERMINAL}",
                 paramLabel = "NAME", description = "The reader's full name; else VORNIX_TERMINAL.")

@@ -25,7 +25,8 @@ final class CertificateAndKeyCommands {
         Id id;
     }
 
-    @Command(name = "read-certificate", description = "Reads a certificate; prints it as PEM.")
+    @Command(name = "read-certificate", description = "Reads a certificate; prints it as PEM.",
+            footer = "  vornixtoken-tool read-certificate --label 'my certificate' --id 01 -o my.der")
     static final class ReadCertificate extends OnObject {
         @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead.")
         private Path out;
@@ -36,7 +37,8 @@ final class CertificateAndKeyCommands {
         }
     }
 
-    @Command(name = "read-public-key", description = "Reads an RSA public key; prints it as PEM.")
+    @Command(name = "read-public-key", description = "Reads an RSA public key; prints it as PEM.",
+            footer = "  vornixtoken-tool read-public-key --label 'my key'")
     static final class ReadPublicKey extends OnObject {
         @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead.")
         private Path out;
@@ -50,7 +52,8 @@ final class CertificateAndKeyCommands {
         }
     }
 
-    @Command(name = "import-certificate", description = "Stores a certificate.")
+    @Command(name = "import-certificate", description = "Stores a certificate.",
+            footer = "  vornixtoken-tool import-certificate --label 'my certificate' --id 01 my.pem")
     static final class ImportCertificate extends OnObject {
         @Parameters(paramLabel = "FILE", description = "The certificate, DER or PEM; - for standard input.")
         private Path file;
@@ -62,7 +65,8 @@ final class CertificateAndKeyCommands {
     }
 
     @Command(name = "import-blocks",
-            description = "Stores a certificate from two blocks whose meaning the module defines.")
+            description = "Stores a certificate from two blocks whose meaning the module defines.",
+            footer = "  vornixtoken-tool import-blocks first.bin second.bin")
     static final class ImportBlocks extends ToolCommand.AsUser {
         @Parameters(index = "0", paramLabel = "FIRST", description = "The first block.")
         private Path first;
@@ -76,7 +80,8 @@ final class CertificateAndKeyCommands {
         }
     }
 
-    @Command(name = "generate-rsa", description = "Generates an RSA key pair on the token.")
+    @Command(name = "generate-rsa", description = "Generates an RSA key pair on the token.",
+            footer = "  vornixtoken-tool generate-rsa --label 'my key' --id 01 --bits 2048")
     static final class GenerateRsa extends OnObject {
         @Option(names = {"-b", "--bits"}, defaultValue = "2048", paramLabel = "N",
                 description = "The length of the modulus (default: ${DEFAULT-VALUE}).")
@@ -88,7 +93,8 @@ final class CertificateAndKeyCommands {
         }
     }
 
-    @Command(name = "generate-gost", description = "Generates a GOST R 34.10-2001 key pair on the token.")
+    @Command(name = "generate-gost", description = "Generates a GOST R 34.10-2001 key pair on the token.",
+            footer = "  vornixtoken-tool generate-gost --label 'my GOST key' --id 02")
     static final class GenerateGost extends OnObject {
         @Override
         void run(Token token, Pin pin) throws Exception {

@@ -8,6 +8,7 @@ final class NamedText {
     final String value;
 
     NamedText(String text) {
+        Decoding.checked(text);
         int sign = text.indexOf('=');
         if (sign < 0) {
             throw new TypeConversionException("'" + text + "' lacks an =");

@@ -44,7 +44,7 @@ final class PinSource {
             return Pin.of(firstLine(Files.readAllBytes(file)));
         }
         String value = System.getenv(variable);
-        return value == null ? null : Pin.of(value.toCharArray());
+        return value == null ? null : Pin.of(decoded(value.toCharArray(), variable));
     }
 
     private static byte[] firstLine(byte[] content) {
@@ -65,6 +65,16 @@ final class PinSource {
             throw new IOException("no " + name + ": standard input and output are not both a terminal to ask at; use "
                     + option + " or set " + variable);
         }
-        return typed;
+        return decoded(typed, "the " + name);
+    }
+
+    private static char[] decoded(char[] characters, String name) throws IOException {
+        for (char character : characters) {
+            if (Decoding.failed(character)) {
+                Arrays.fill(characters, '\0');
+                throw new IOException(name + " " + Decoding.FAILED);
+            }
+        }
+        return characters;
     }
 }

@@ -19,7 +19,8 @@ final class SignatureCommands {
     private SignatureCommands() {
     }
 
-    @Command(name = "sign", description = "Signs a file into a PKCS #7 message; prints it as PEM.")
+    @Command(name = "sign", description = "Signs a file into a PKCS #7 message; prints it as PEM.",
+            footer = "  vornixtoken-tool sign --certificate-id 01 --key-id 01 -o message letter.txt")
     static final class Sign extends ToolCommand.AsUser {
         @Option(names = {"-c", "--certificate-id"}, paramLabel = "HEX", defaultValue = Id.NONE,
                 description = "The ID of the signer's certificate.")
@@ -34,8 +35,8 @@ final class SignatureCommands {
         private List<Id> with = new ArrayList<>();
 
         @Option(names = {"-f", "--flags"}, defaultValue = "0", paramLabel = "N",
-                description = "The module's mode word (default: ${DEFAULT-VALUE}).")
-        private long flags;
+                description = "The module's mode word, such as 1 or 0x1 (default: ${DEFAULT-VALUE}).")
+        private Word flags;
 
         @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead.")
         private Path out;
@@ -46,12 +47,13 @@ final class SignatureCommands {
         @Override
         void run(Token token, Pin pin) throws Exception {
             byte[][] furtherIds = with.stream().map(Id::bytes).toArray(byte[][]::new);
-            byte[] message = token.sign(pin, read(file), certificateId.bytes(), keyId.bytes(), flags, furtherIds);
+            byte[] message = token.sign(pin, read(file), certificateId.bytes(), keyId.bytes(), flags.value, furtherIds);
             putDer("message", message, "PKCS7", out);
         }
     }
 
-    @Command(name = "verify", description = "Verifies a PKCS #7 message by the module, without a token.")
+    @Command(name = "verify", description = "Verifies a PKCS #7 message by the module, without a token.",
+            footer = "  vornixtoken-tool verify message")
     static final class Verify extends ToolCommand.OnModule {
         @Parameters(index = "0", paramLabel = "FIRST",
                 description = "The module's first input, commonly the message, DER or PEM.")
@@ -68,7 +70,10 @@ final class SignatureCommands {
         }
     }
 
-    @Command(name = "create-request", description = "Builds a certificate request; prints it as PEM.")
+    @Command(name = "create-request", description = "Builds a certificate request; prints it as PEM.",
+            footer = {
+                "  vornixtoken-tool create-request --id 01 --subject CN=Alice --subject C=NO \\",
+                "      --extension keyUsage=critical,digitalSignature"})
     static final class CreateRequest extends ToolCommand.AsUser {
         @Option(names = {"-i", "--id"}, required = true, paramLabel = "HEX", description = "The ID of the key pair.")
         private Id id;

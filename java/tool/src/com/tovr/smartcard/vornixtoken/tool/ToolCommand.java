@@ -22,7 +22,7 @@ import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 
 /** What the subcommands have in common: their result is a list of named values, printed as text or as JSON. */
-@Command(mixinStandardHelpOptions = true, sortOptions = false)
+@Command(mixinStandardHelpOptions = true, sortOptions = false, footerHeading = "%nExample:%n")
 abstract class ToolCommand implements Callable<Integer> {
     private static final Pattern PEM = Pattern.compile(
             "(?s)\\s*-----BEGIN ([A-Z0-9 ]+)-----(.*?)-----END \\1-----\\s*");
@@ -42,6 +42,8 @@ abstract class ToolCommand implements Callable<Integer> {
             run();
         } catch (UnsatisfiedLinkError failure) {
             throw new IOException(failure.getMessage(), failure);
+        } catch (OutOfMemoryError failure) {
+            throw new IOException("not enough memory: " + failure.getMessage(), failure);
         }
         if (tool.wantsJson()) {
             tool.print(Json.text(result));

@@ -69,8 +69,10 @@ public final class VornixTokenTool {
 
     private VornixTokenTool() {
         commandLine = new CommandLine(this);
+        commandLine.registerConverter(String.class, Decoding::checked);
         commandLine.registerConverter(Id.class, Id::new);
         commandLine.registerConverter(NamedText.class, NamedText::new);
+        commandLine.registerConverter(Word.class, Word::new);
         commandLine.setExecutionExceptionHandler(this::report);
         CommandLine.IParameterExceptionHandler explain = commandLine.getParameterExceptionHandler();
         commandLine.setParameterExceptionHandler((failure, arguments) -> Arrays.asList(arguments).contains("--json")

@@ -1,0 +1,41 @@
+package jvm;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+
+import com.tovr.smartcard.vornixtoken.tool.VornixTokenTool;
+
+import picocli.CommandLine;
+
+import java.io.PrintWriter;
+import java.io.StringWriter;
+
+/** Runs the command-line tool in this process. */
+final class Tool {
+    private Tool() {
+    }
+
+    static Result run(String... arguments) {
+        StringWriter out = new StringWriter();
+        StringWriter err = new StringWriter();
+        CommandLine tool = VornixTokenTool.commandLine().setOut(new PrintWriter(out)).setErr(new PrintWriter(err));
+        return new Result(tool.execute(arguments), out.toString(), err.toString());
+    }
+
+    static void assertPrints(String out, Result result) {
+        assertEquals("", result.err);
+        assertEquals(out, result.out);
+        assertEquals(0, result.status);
+    }
+
+    static final class Result {
+        final int status;
+        final String out;
+        final String err;
+
+        Result(int status, String out, String err) {
+            this.status = status;
+            this.out = out;
+            this.err = err;
+        }
+    }
+}

@@ -1,0 +1,172 @@
+package jvm;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
+
+import java.io.IOException;
+import java.io.InputStreamReader;
+import java.io.OutputStream;
+import java.io.Reader;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.Paths;
+import java.nio.file.attribute.PosixFilePermissions;
+import java.util.Map;
+
+/** The command-line tool as a process of its own: its jar, its terminal, its locale and its shell. */
+class ToolProcessTest extends ScriptedToken {
+    private static final String JAR = System.getProperty("vornix.tool");
+    private static final String UNDECODED = " is no text in the locale's encoding; "
+            + "set LC_ALL, to C.UTF-8 for instance\n";
+
+    @Test
+    void theJarRunsByItself() throws Exception {
+        ChildJvm child = new ChildJvm("/nonexistent");
+        if (Runtime.version().feature() >= 24) {
+            child.options("--illegal-native-access=deny");
+        }
+        ChildJvm.Result result = launch(child, "info", "--json");
+
+        assertEquals(0, result.status, result::toString);
+        assertTrue(result.out.startsWith("{\"ok\":true,\"label\":\"Scripted Token\","), result::toString);
+        assertEquals("", result.err);
+    }
+
+    @Test
+    void theLauncherFindsItsJarsThroughALinkAndJavaByJavaHome(@TempDir Path folder) throws Exception {
+        Path launcher = Paths.get(JAR).resolveSibling("vornixtoken-tool");
+        Path link = Files.createSymbolicLink(folder.resolve("a tool"), launcher);
+
+        assertTrue(Processes.run(link.toString(), "--version").matches("vornixtoken-tool \\d+(\\.\\d+)+\n"));
+        assertEquals("a runtime\n", Processes.run("env", "JAVA_HOME=" + runtimeThatPrints(folder, "a runtime"),
+                link.toString()));
+    }
+
+    @Test
+    void withoutATerminalToAskAtThePinIsMissed() throws Exception {
+        ChildJvm.Result result = launch(new ChildJvm().without("VORNIX_USER_PIN"), "clean");
+
+        assertEquals(3, result.status, result::toString);
+        assertEquals("vornixtoken-tool clean: no PIN: standard input and output are not both a terminal to ask at; "
+                + "use --pin-file or set VORNIX_USER_PIN\n", result.err);
+    }
+
+    @Test
+    void aPinIsAskedForAndNotShown() throws Exception {
+        assertEquals("PIN: \r\nstatus 0\r\n", atTerminal("clean", "12345678"));
+        assertTrue(atTerminal("clean", "00000000").endsWith("CKR_PIN_INCORRECT (0xA0)\r\nstatus 1\r\n"));
+    }
+
+    @Test
+    void aNewPinIsAskedForTwice() throws Exception {
+        assertEquals("PIN: \r\nNew PIN: \r\nNew PIN again: \r\nstatus 0\r\n",
+                atTerminal("change-pin", "12345678", "4321", "4321"));
+        assertEquals("PIN: \r\nNew PIN: \r\nNew PIN again: \r\n"
+                + "vornixtoken-tool change-pin: the two inputs differ\r\nstatus 3\r\n",
+                atTerminal("change-pin", "12345678", "4321", "4312"));
+    }
+
+    /** A wrong try may be the last one. */
+    @Test
+    void aPinThatTheLocaleCannotExpressIsNotTried() throws Exception {
+        ChildJvm ascii = new ChildJvm().environment("LC_ALL", "C").environment("VORNIX_USER_PIN", "\u00eb");
+        ChildJvm.Result result = launch(ascii, "list");
+
+        assertEquals("vornixtoken-tool list: VORNIX_USER_PIN" + UNDECODED, result.err);
+        assertEquals("", result.out);
+        assertEquals(3, result.status);
+    }
+
+    @Test
+    void anArgumentThatTheLocaleCannotExpressIsWrongUsage() throws Exception {
+        ChildJvm.Result label = launch(new ChildJvm().environment("LC_ALL", "C"), "generate-gost", "-l", "zo\u00eb");
+        ChildJvm.Result subject = launch(new ChildJvm().environment("LC_ALL", "C"),
+                "create-request", "-i", "01", "-s", "CN=Zo\u00eb");
+
+        assertTrue(label.err.startsWith("Invalid value for option '--label': 'zo"), label::toString);
+        assertTrue(label.err.contains("'" + UNDECODED), label::toString);
+        assertEquals(2, label.status);
+        assertTrue(subject.err.contains("'" + UNDECODED), subject::toString);
+        assertEquals(2, subject.status);
+    }
+
+    @ParameterizedTest
+    @CsvSource({
+            "vornixtoken-tool gen,                generate-rsa generate-gost generate-completion",
+            "vornixtoken-tool sign --f,           --flags",
+            "vornixtoken-tool list --pin,         --pin-file",
+            "vornixtoken-tool --json reset,       reset-terminal",
+            "vornixtoken-tool verify /dev/nul,    /dev/null",
+            "vornixtoken-tool list --pin-file /dev/nul, /dev/null"})
+    void bashCompletesWhatIsTyped(String line, String offered, @TempDir Path folder) throws Exception {
+        Path script = Files.write(folder.resolve("completion"), Tool.run("generate-completion").out.getBytes());
+
+        assertEquals(offered + "\n", Processes.run("bash", "-c", "compopt() { :; }\n" // which wants a line being typed
+                + ". \"$1\"\n"
+                + "COMP_WORDS=($2)\n"
+                + "COMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n"
+                + "registered=$(complete -p vornixtoken-tool)\n"
+                + "[[ $registered =~ -F\\ ([^ ]+) ]]\n"
+                + "\"${BASH_REMATCH[1]}\" vornixtoken-tool \"${COMP_WORDS[-1]}\" \"${COMP_WORDS[-2]}\"\n"
+                + "echo \"${COMPREPLY[*]}\"\n", "bash", script.toString(), line));
+    }
+
+    private static Path runtimeThatPrints(Path folder, String text) throws IOException {
+        Path java = Files.createDirectories(folder.resolve("a home/bin")).resolve("java");
+        Files.write(java, ("#!/bin/sh\necho '" + text + "'\n").getBytes(StandardCharsets.UTF_8));
+        Files.setPosixFilePermissions(java, PosixFilePermissions.fromString("rwx------"));
+        return folder.resolve("a home");
+    }
+
+    private ChildJvm.Result launch(ChildJvm child, String command, String... arguments) throws Exception {
+        return child.options("-jar", JAR, command, "-m", module, "-t", READER).launch(arguments);
+    }
+
+    /** Runs a command at a terminal, types a line at each prompt, and returns all that the terminal shows. */
+    private String atTerminal(String command, String... typed) throws IOException, InterruptedException {
+        ProcessBuilder builder = new ProcessBuilder("script", "--quiet", "--command",
+                "\"$JAVA\" -jar \"$JAR\" \"$COMMAND\"; echo status $?", "/dev/null");
+        Map<String, String> environment = builder.environment();
+        environment.remove("VORNIX_USER_PIN");
+        environment.remove("VORNIX_NEW_PIN");
+        environment.put("JAVA", Paths.get(System.getProperty("java.home"), "bin", "java").toString());
+        environment.put("JAR", JAR);
+        environment.put("COMMAND", command);
+        environment.put("VORNIX_MODULE", module);
+        environment.put("VORNIX_TERMINAL", READER);
+        Process process = builder.start();
+        StringBuilder shown = new StringBuilder();
+        try (Reader screen = new InputStreamReader(process.getInputStream(), StandardCharsets.UTF_8);
+                OutputStream keyboard = process.getOutputStream()) {
+            for (String line : typed) {
+                int before = shown.length();
+                boolean more = true;
+                while (more && shown.indexOf(": ", before) < 0) {
+                    more = show(screen, shown);
+                }
+                keyboard.write((line + "\n").getBytes(StandardCharsets.UTF_8));
+                keyboard.flush();
+            }
+            boolean more = true;
+            while (more) {
+                more = show(screen, shown);
+            }
+        }
+        process.waitFor();
+        return shown.toString();
+    }
+
+    private static boolean show(Reader screen, StringBuilder shown) throws IOException {
+        int character = screen.read();
+        if (character >= 0) {
+            shown.append((char) character);
+        }
+        return character >= 0;
+    }
+}

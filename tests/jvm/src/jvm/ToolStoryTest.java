@@ -1,0 +1,91 @@
+package jvm;
+
+import static jvm.Tool.assertPrints;
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import org.junit.jupiter.api.BeforeEach;
+import org.junit.jupiter.api.Tag;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+
+/** The command-line tool on a token that signs. The test's environment holds the PINs. */
+@Tag("softtoken")
+class ToolStoryTest {
+    private static final String MODULE = System.getProperty("vornix.softtoken");
+    private static final String READER = "Vornix Soft Reader 00 00";
+
+    @BeforeEach
+    void initialize() {
+        assertPrints("", tool("init"));
+    }
+
+    @Test
+    void aKeyIsCertifiedAndSigns(@TempDir Path folder) throws Exception {
+        Path request = folder.resolve("request");
+        assertPrints("", tool("generate-rsa", "--label", "alice", "--id", "01"));
+        assertPrints("", tool("create-request", "--id", "01", "--subject", "CN=Alice",
+                "--extension", "keyUsage=critical,digitalSignature", "--out", request.toString()));
+        byte[] certificate = Authority.certify(folder, Files.readAllBytes(request)).getEncoded();
+        Path issued = Files.write(folder.resolve("issued"), certificate);
+        Path readBack = folder.resolve("read back");
+        assertPrints("", tool("import-certificate", "--label", "alice", "--id", "01", issued.toString()));
+        assertPrints("", tool("read-certificate", "--label", "alice", "--out", readBack.toString()));
+        assertArrayEquals(certificate, Files.readAllBytes(readBack));
+
+        Path letter = Files.write(folder.resolve("letter"), Scripted.ascii("I owe you one"));
+        String pem = tool("sign", "-c", "01", "-k", "01", "--flags", "0x1", letter.toString()).out;
+        Path detached = Files.write(folder.resolve("detached"), pem.getBytes());
+        Path other = Files.write(folder.resolve("other"), Scripted.ascii("I owe you two"));
+
+        assertPrints("good\n", Tool.run("verify", "-m", MODULE, detached.toString(), letter.toString()));
+        assertEquals(1, Tool.run("verify", "-m", MODULE, detached.toString(), other.toString()).status);
+        Processes.run("openssl", "cms", "-verify", "-binary", "-inform", "PEM", "-in", detached.toString(),
+                "-content", letter.toString(), "-CAfile", folder.resolve("ca.pem").toString(), "-out", "/dev/null");
+    }
+
+    @Test
+    void theTokenIsListedAndCleaned() {
+        assertPrints("", tool("generate-gost", "--label", "boris", "--id", "02ff"));
+        Tool.Result listed = tool("list", "--json");
+        assertTrue(listed.out.contains("{\"kind\":\"private key\",\"label\":\"boris\",\"id\":\"02ff\","
+                + "\"keyType\":\"GOSTR3410\"}"), listed.out);
+
+        assertPrints("", tool("clean"));
+        assertPrints("", tool("list"));
+        assertTrue(tool("info").out.startsWith("label:         VORNIX Token\n"));
+    }
+
+    @Test
+    void aWrongPinIsNamed(@TempDir Path folder) throws Exception {
+        Path wrong = Files.write(folder.resolve("wrong"), Scripted.ascii("00000000\n"));
+        Tool.Result refused = tool("list", "--pin-file", wrong.toString());
+
+        assertEquals(1, refused.status);
+        assertTrue(refused.err.endsWith(": CKR_PIN_INCORRECT (0xA0)\n"), refused.err);
+    }
+
+    @Test
+    void theLastLineOfAProcessIsItsResult() throws Exception {
+        ChildJvm.Result result = new ChildJvm().launch("-jar", System.getProperty("vornix.tool"), "read-certificate",
+                "--label", "nobody", "--json", "--module", MODULE, "--terminal", READER);
+
+        String[] lines = result.out.split("\n");
+        assertTrue(lines[lines.length - 1].startsWith("{\"ok\":false,\"code\":6,\"name\":\"CKR_FUNCTION_FAILED\","),
+                result::toString);
+        assertEquals(1, result.status);
+    }
+
+    private static Tool.Result tool(String command, String... arguments) {
+        List<String> all = new ArrayList<>(Arrays.asList(command, "--module", MODULE, "--terminal", READER));
+        all.addAll(Arrays.asList(arguments));
+        return Tool.run(all.toArray(new String[0]));
+    }
+}
