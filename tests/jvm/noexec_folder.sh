@@ -3,10 +3,8 @@
 # nothing. Ends with status 77 where such a namespace cannot be had.
 set -eu
 
-if [ "${1:-}" != --inside ]; then
-    unshare --map-root-user --mount mount -t tmpfs -o noexec none "$NOEXEC_FOLDER" || exit 77
-    exec unshare --map-root-user --mount sh "$0" --inside "$@"
-fi
-shift
-mount -t tmpfs -o noexec none "$NOEXEC_FOLDER"
-exec "$@"
+as_root=
+[ "$(id -u)" -eq 0 ] || as_root=--map-root-user
+unshare $as_root --mount mount -t tmpfs -o noexec none "$NOEXEC_FOLDER" || exit 77
+# shellcheck disable=SC2016 # expanded by the shell inside
+exec unshare $as_root --mount sh -euc 'mount -t tmpfs -o noexec none "$NOEXEC_FOLDER"; exec "$@"' noexec_folder "$@"
