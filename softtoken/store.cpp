@@ -122,21 +122,25 @@ const CK_FUNCTION_LIST& store()
 
 void initialise(const CK_FUNCTION_LIST& store, CK_VOID_PTR arguments)
 {
-    CK_INFO info;
-    require(store.C_GetInfo(&info) == CKR_CRYPTOKI_NOT_INITIALIZED, CKR_CRYPTOKI_ALREADY_INITIALIZED);
-
     const fs::path home = directory();
     // SoftHSM2 would cut a path short at these.
-    require(home.native().find_first_of("=#\n") == std::string::npos, CKR_GENERAL_ERROR);
+    require(home.native().find_first_of("=#\r\n") == std::string::npos, CKR_GENERAL_ERROR);
+    const fs::path configuration = home / "softhsm2.conf";
+    const bool configured = fromEnvironment("SOFTHSM2_CONF") == configuration;
+
+    // SoftHSM2 runs once in a process. Where it already runs on another store, the tokens are somebody else's.
+    CK_INFO info;
+    require(store.C_GetInfo(&info) == CKR_CRYPTOKI_NOT_INITIALIZED,
+            configured ? CKR_CRYPTOKI_ALREADY_INITIALIZED : CKR_GENERAL_ERROR);
+
     fs::create_directories(home.parent_path());
     makePrivateDirectory(home);
     makePrivateDirectory(home / "tokens");
-    const fs::path configuration = home / "softhsm2.conf";
     writeConfiguration(configuration, "directories.tokendir = " + (home / "tokens").string() +
                                           "\nobjectstore.backend = file\nlog.level = ERROR\nslots.removable = false\n");
 
     // The environment is the process's: written only when it changes.
-    if (fromEnvironment("SOFTHSM2_CONF") != configuration)
+    if (!configured)
         require(setenv("SOFTHSM2_CONF", configuration.c_str(), 1) == 0, CKR_HOST_MEMORY);
     restoreTokenFiles(home / "tokens");
     check(store.C_Initialize(arguments));

@@ -11,7 +11,17 @@ namespace {
 namespace fs = std::filesystem;
 
 using Store = StoreTest;
-using StoreWithToken = TokenTest;
+
+class StoreWithToken : public TokenTest {
+protected:
+    CK_RV changePin(std::string from, std::string to) const
+    {
+        return standard->C_SetPIN(session, reinterpret_cast<CK_BYTE_PTR>(from.data()), from.size(),
+                                  reinterpret_cast<CK_BYTE_PTR>(to.data()), to.size());
+    }
+
+    const std::string otherPin = "13571357";
+};
 
 mode_t mode(const fs::path& path)
 {
@@ -62,6 +72,20 @@ TEST_F(Store, StandsUnderTheUsersDataDirectoryUnlessNamed)
     EXPECT_TRUE(fs::is_directory(folder.path() / "home" / ".local" / "share" / "vornix-softtoken"));
 }
 
+TEST_F(Store, HasNoPlaceUnderARelativeDataDirectory)
+{
+    unsetenv("VORNIX_SOFTTOKEN_DIR");
+    setenv("XDG_DATA_HOME", "data", 1);
+    setenv("HOME", "home", 1);
+    const Module module;
+    EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
+    unsetenv("HOME");
+    EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
+    setenv("HOME", folder.path().c_str(), 1);
+    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_TRUE(fs::is_directory(folder.path() / ".local" / "share" / "vornix-softtoken"));
+}
+
 TEST_F(Store, RefusesToStartWhereItCannotWrite)
 {
     folder.write("token", {});
@@ -72,10 +96,12 @@ TEST_F(Store, RefusesToStartWhereItCannotWrite)
 
 TEST_F(Store, RefusesAPathThatItsStorageWouldCutShort)
 {
-    setenv("VORNIX_SOFTTOKEN_DIR", (folder.path() / "a=b").c_str(), 1);
     const Module module;
-    EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
-    EXPECT_FALSE(fs::exists(folder.path() / "a=b"));
+    for (const char* name : {"a=b", "a#b", "a\nb", "a\rb"}) {
+        setenv("VORNIX_SOFTTOKEN_DIR", (folder.path() / name).c_str(), 1);
+        EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr)) << name;
+        EXPECT_FALSE(fs::exists(folder.path() / name)) << name;
+    }
 }
 
 TEST_F(Store, AnswersBeforeInitialisationThatItIsNotInitialised)
@@ -96,6 +122,28 @@ TEST_F(Store, IsInitialisedOnce)
     EXPECT_CKR(CKR_CRYPTOKI_ALREADY_INITIALIZED, module->standard.C_Initialize(nullptr));
     EXPECT_CKR(CKR_OK, module->standard.C_Finalize(nullptr));
     EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+}
+
+TEST_F(Store, LeavesTheProgramsOwnSoftHsmAlone)
+{
+    fs::create_directory(folder.path() / "own");
+    folder.write("own.conf", bytes("directories.tokendir = " + (folder.path() / "own").string()));
+    setenv("SOFTHSM2_CONF", (folder.path() / "own.conf").c_str(), 1);
+    void* handle = dlopen(SOFTHSM2_MODULE, RTLD_NOW);
+    ASSERT_TRUE(handle) << dlerror();
+    const auto getList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(handle, "C_GetFunctionList"));
+    CK_FUNCTION_LIST* own = nullptr;
+    ASSERT_CKR(CKR_OK, getList(&own));
+    ASSERT_CKR(CKR_OK, own->C_Initialize(nullptr));
+    {
+        const Module module;
+        EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
+        EXPECT_FALSE(fs::exists(folder.path() / "token"));
+        EXPECT_EQ(folder.path() / "own.conf", std::getenv("SOFTHSM2_CONF"));
+        EXPECT_CKR(CKR_OK, own->C_Finalize(nullptr));
+        EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr)) << "once it is out of use";
+    }
+    EXPECT_EQ(0, dlclose(handle));
 }
 
 TEST_F(Store, StartsAfreshAfterAnUnloadWithoutFinalize)
@@ -136,6 +184,7 @@ TEST_F(StoreWithToken, KeepsObjectsFromOneLifeToTheNext)
 
 TEST_F(StoreWithToken, KeepsNothingOfAKeyPairThatItRefuses)
 {
+    ASSERT_CKR(CKR_OK, generateRsa("kept"));
     EXPECT_CKR(CKR_TEMPLATE_INCOMPLETE, generateRsa("none", 0));
     CK_MECHANISM mechanism = {CKM_RSA_PKCS_KEY_PAIR_GEN, nullptr, 0};
     CK_BBOOL yes = CK_TRUE;
@@ -145,22 +194,42 @@ TEST_F(StoreWithToken, KeepsNothingOfAKeyPairThatItRefuses)
     CK_OBJECT_HANDLE keys[2];
     EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, standard->C_GenerateKeyPair(session, &mechanism, publicTemplate, 2,
                                                                        privateTemplate, 2, &keys[0], &keys[1]));
-    EXPECT_EQ(0U, objectCount());
+    EXPECT_EQ(2U, objectCount()) << "those of before";
 }
 
 TEST_F(StoreWithToken, LosesObjectsAndAChangedPinWhenInitialisedAgain)
 {
     EXPECT_CKR(CKR_OK, generateRsa("lost"));
-    std::string former = userPin;
-    std::string fresh = "13571357";
-    EXPECT_CKR(CKR_OK, standard->C_SetPIN(session, reinterpret_cast<CK_BYTE_PTR>(former.data()), former.size(),
-                                          reinterpret_cast<CK_BYTE_PTR>(fresh.data()), fresh.size()));
+    EXPECT_CKR(CKR_OK, changePin(userPin, otherPin));
     EXPECT_CKR(CKR_OK, standard->C_CloseSession(session));
     EXPECT_CKR(CKR_OK, initToken());
     session = openSession();
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, fresh));
+    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, otherPin));
     EXPECT_CKR(CKR_OK, login(session));
     EXPECT_EQ(0U, objectCount());
+}
+
+// As a process leaves it that is killed while SoftHSM2 rewrites the file.
+TEST_F(StoreWithToken, IsReadAfterItsTokenFileWasCutShort)
+{
+    EXPECT_CKR(CKR_OK, generateRsa("kept"));
+    fs::path file;
+    for (const fs::directory_entry& token : fs::directory_iterator(folder.path() / "token" / "tokens"))
+        file = token.path() / "token.object";
+    const std::uintmax_t whole = fs::file_size(file);
+    const auto expectReadable = [&](std::uintmax_t left, const std::string& pin) {
+        EXPECT_CKR(CKR_OK, standard->C_Finalize(nullptr));
+        fs::resize_file(file, left);
+        EXPECT_CKR(CKR_OK, standard->C_Initialize(nullptr));
+        EXPECT_EQ(whole, fs::file_size(file));
+        session = openSession();
+        EXPECT_CKR(CKR_OK, login(session, pin));
+        EXPECT_EQ(2U, objectCount());
+    };
+    expectReadable(0, userPin);
+    EXPECT_CKR(CKR_OK, changePin(userPin, otherPin));
+    for (const std::uintmax_t left : {std::uintmax_t{0}, whole / 2, whole - 1})
+        expectReadable(left, otherPin);
 }
 
 TEST(StoreFile, ShowsNothingButItsEntryPoint)
