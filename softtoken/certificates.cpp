@@ -68,7 +68,9 @@ Certificate parseCertificate(const unsigned char* der, CK_ULONG length)
 {
     const unsigned char* end = der;
     Certificate certificate(d2i_X509(nullptr, &end, static_cast<long>(length)));
-    require(certificate && end == der + length, CKR_DATA_INVALID);
+    // OpenSSL reads BER as well, which GnuTLS would refuse when the certificate is to sign.
+    require(certificate && end == der + length && encode(i2d_X509, certificate.get()) == Bytes(der, end),
+            CKR_DATA_INVALID);
     return certificate;
 }
 

@@ -46,6 +46,16 @@ TEST_F(Certificates, MayHaveNeitherLabelNorId)
     EXPECT_EQ("", text(only(CKO_CERTIFICATE, ""), CKA_LABEL));
 }
 
+TEST_F(Certificates, TellTheirSubjectFromTheirIssuer)
+{
+    const Bytes der = issue("id");
+    const CK_OBJECT_HANDLE object = only(CKO_CERTIFICATE, "id");
+    EXPECT_NE(std::string::npos, text(object, CKA_SUBJECT).find("Ivan Token"));
+    EXPECT_NE(std::string::npos, text(object, CKA_ISSUER).find("Test CA"));
+    EXPECT_CKR(CKR_OK, importBlocks(der, "blocks"));
+    EXPECT_EQ("Ivan Token", text(only(CKO_CERTIFICATE, "blocks"), CKA_LABEL));
+}
+
 TEST_F(Certificates, InTwoBlocksAreNamedAfterTheirSubject)
 {
     const Bytes der = selfSigned("/O=Vornix/CN=Иван Токен");
@@ -76,7 +86,10 @@ TEST_F(Certificates, ThatCannotBeReadLeaveNothingBehind)
     Bytes longer = der;
     longer.push_back(0);
     const Bytes shorter(der.begin(), der.end() - 1);
-    for (const Bytes& bad : {pem, longer, shorter, bytes("nonsense"), Bytes{}}) {
+    Bytes openEnded = {0x30, 0x80}; // BER: the outermost length left open
+    openEnded.insert(openEnded.end(), der.begin() + 4, der.end());
+    openEnded.insert(openEnded.end(), {0, 0});
+    for (const Bytes& bad : {pem, longer, shorter, openEnded, bytes("nonsense"), Bytes{}}) {
         EXPECT_CKR(CKR_DATA_INVALID, import("bad", "bad", bad));
         EXPECT_CKR(CKR_DATA_INVALID, importBlocks(bad, "bad"));
     }
