@@ -28,6 +28,7 @@ protected:
                                            &privateKey);
     }
 
+    Bytes otherCurve = {0x06, 0x07, 0x2A, 0x85, 0x03, 0x02, 0x02, 0x23, 0x02}; // CryptoPro's B
     const Bytes content = bytes("content to be signed");
 };
 
@@ -65,18 +66,33 @@ TEST_F(Gost, GenerationTwiceMakesTwoPairs)
     EXPECT_NE(attribute(keys[0], CKA_VALUE), attribute(keys[1], CKA_VALUE));
 }
 
+// One number in 256 begins with a zero, which GnuTLS leaves away.
+TEST_F(Gost, ValuesHaveTheirFullLength)
+{
+    CK_MECHANISM mechanism = {CKM_GOSTR3410_KEY_PAIR_GEN, nullptr, 0};
+    for (int i = 0; i < 500; ++i) {
+        CK_OBJECT_HANDLE publicKey = 0;
+        CK_OBJECT_HANDLE privateKey = 0;
+        ASSERT_CKR(CKR_OK,
+                   standard->C_GenerateKeyPair(session, &mechanism, nullptr, 0, nullptr, 0, &publicKey, &privateKey));
+        ASSERT_EQ(64U, attribute(publicKey, CKA_VALUE).size());
+        ASSERT_EQ(32U, attribute(privateKey, CKA_VALUE).size());
+    }
+}
+
 TEST_F(Gost, GenerationThatFailsLeavesNothingBehind)
 {
     CK_BBOOL yes = CK_TRUE;
     CK_OBJECT_CLASS wrongClass = CKO_DATA;
     CK_KEY_TYPE wrongType = CKK_RSA;
-    CK_BYTE otherCurve[] = {0x06, 0x07, 0x2A, 0x85, 0x03, 0x02, 0x02, 0x23, 0x02};
     const CK_ATTRIBUTE onToken = {CKA_TOKEN, &yes, sizeof yes};
     EXPECT_CKR(CKR_TEMPLATE_INCONSISTENT, generateWith({CKA_CLASS, &wrongClass, sizeof wrongClass}, onToken));
     EXPECT_CKR(CKR_TEMPLATE_INCONSISTENT, generateWith(onToken, {CKA_KEY_TYPE, &wrongType, sizeof wrongType}));
-    EXPECT_CKR(CKR_DOMAIN_PARAMS_INVALID, generateWith({CKA_GOSTR3410_PARAMS, otherCurve, sizeof otherCurve}, onToken));
+    for (const CK_ATTRIBUTE_TYPE parameters : {CKA_GOSTR3410_PARAMS, CKA_GOSTR3411_PARAMS})
+        EXPECT_CKR(CKR_DOMAIN_PARAMS_INVALID,
+                   generateWith({parameters, otherCurve.data(), otherCurve.size()}, onToken));
     EXPECT_CKR(CKR_ARGUMENTS_BAD, generateWith({CKA_LABEL, nullptr, 1}, onToken));
-    EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, generateWith(onToken, {CKA_MODULUS, otherCurve, sizeof otherCurve}))
+    EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, generateWith(onToken, {CKA_MODULUS, otherCurve.data(), otherCurve.size()}))
         << "refused only after the public key was stored";
     EXPECT_EQ(0U, objectCount());
 }
@@ -172,6 +188,25 @@ TEST_F(Gost, KeysBelongToTheirOwnCertificatesOnly)
     Bytes csr;
     EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT,
                createCsr(only(CKO_PUBLIC_KEY, "id"), only(CKO_PRIVATE_KEY, "other"), {}, csr));
+}
+
+TEST_F(Gost, KeysOfAnotherCurveAreRefused)
+{
+    ASSERT_CKR(CKR_OK, generateGost("id"));
+    const auto onOtherCurve = [&](CK_OBJECT_CLASS objectClass) {
+        CK_KEY_TYPE type = CKK_GOSTR3410;
+        Bytes value = attribute(only(objectClass, "id"), CKA_VALUE);
+        return create({{CKA_CLASS, &objectClass, sizeof objectClass},
+                       {CKA_KEY_TYPE, &type, sizeof type},
+                       {CKA_GOSTR3410_PARAMS, otherCurve.data(), otherCurve.size()},
+                       {CKA_GOSTR3411_PARAMS, otherCurve.data(), otherCurve.size()},
+                       {CKA_VALUE, value.data(), value.size()}});
+    };
+    Bytes csr;
+    EXPECT_CKR(CKR_DOMAIN_PARAMS_INVALID,
+               createCsr(onOtherCurve(CKO_PUBLIC_KEY), only(CKO_PRIVATE_KEY, "id"), {}, csr));
+    EXPECT_CKR(CKR_DOMAIN_PARAMS_INVALID,
+               createCsr(only(CKO_PUBLIC_KEY, "id"), onOtherCurve(CKO_PRIVATE_KEY), {}, csr));
 }
 
 } // namespace

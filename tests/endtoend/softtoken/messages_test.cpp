@@ -35,8 +35,9 @@ protected:
     /// A message made by openssl with a key pair of its own.
     Bytes opensslSign(std::vector<std::string> more, const std::string& extension = "keyUsage=digitalSignature")
     {
-        EXPECT_TRUE(succeeded(openssl(folder, {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Signer",
-                                               "-addext", extension, "-keyout", "own.key", "-out", "own.pem"})));
+        EXPECT_TRUE(succeeded(
+            openssl(folder, {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Signer", "-set_serial", "1",
+                             "-addext", extension, "-keyout", "own.key", "-out", "own.pem"})));
         folder.write("content", content);
         std::vector<std::string> arguments = {"cms",    "-sign",   "-binary",  "-in", "content", "-signer", "own.pem",
                                               "-inkey", "own.key", "-outform", "DER", "-out",    "own.der"};
@@ -174,6 +175,22 @@ TEST_F(Messages, OfOpensslAreJudged)
     EXPECT_CKR(CKR_OK, verify(opensslSign({"-nodetach", "-keyid"})));
     EXPECT_CKR(CKR_OK, verify(opensslSign({"-nodetach", "-md", "sha512"})));
     EXPECT_CKR(CKR_OK, verify(opensslSign({"-nodetach", "-stream"}))) << "lengths left open";
+    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(opensslSign({"-nodetach", "-md", "md5"}))) << "too weak";
+}
+
+// openssl sorts a message's certificates: that of the small key comes first.
+TEST_F(Messages, AreJudgedByTheirSignersCertificateAmongOthers)
+{
+    const auto withOther = [&](const std::string& subject, const std::string& serial, std::vector<std::string> more) {
+        EXPECT_TRUE(succeeded(
+            openssl(folder, {"req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-nodes", "-subj",
+                             subject, "-set_serial", serial, "-keyout", "other.key", "-out", "other.pem"})));
+        more.insert(more.end(), {"-nodetach", "-certfile", "other.pem"});
+        return opensslSign(std::move(more));
+    };
+    EXPECT_CKR(CKR_OK, verify(withOther("/CN=Signer", "2", {}))) << "of the same issuer";
+    EXPECT_CKR(CKR_OK, verify(withOther("/CN=Other", "1", {}))) << "with the same serial number";
+    EXPECT_CKR(CKR_OK, verify(withOther("/CN=Signer", "1", {"-keyid"}))) << "told apart by the key alone";
 }
 
 TEST_F(Messages, AreJudgedWhateverTheirCertificateIsFor)
@@ -185,9 +202,12 @@ TEST_F(Messages, OfSeveralSignersNeedEverySignature)
 {
     EXPECT_TRUE(succeeded(openssl(folder, {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Other",
                                            "-keyout", "other.key", "-out", "other.pem"})));
-    const Bytes both = opensslSign({"-nodetach", "-signer", "other.pem", "-inkey", "other.key"});
+    const Bytes both = opensslSign({"-nodetach", "-noattr", "-signer", "other.pem", "-inkey", "other.key"});
     EXPECT_CKR(CKR_OK, verify(both));
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(both)));
+    for (const char* key : {"own.key", "other.key"}) {
+        EXPECT_TRUE(succeeded(openssl(folder, {"dgst", "-sha256", "-sign", key, "-out", "signature", "content"})));
+        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(both, folder.read("signature")))) << key;
+    }
 }
 
 TEST_F(Messages, WithoutTheSignersCertificateOrASignatureAreNotGood)

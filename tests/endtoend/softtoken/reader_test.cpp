@@ -65,6 +65,14 @@ TEST_F(Reader, HasAManufacturerThatBeginsNoReaderName)
     EXPECT_NE(0U, manufacturer.rfind(readerName, 0));
 }
 
+TEST_F(Reader, IsOfAModuleThatTellsItselfFromSoftHsm)
+{
+    CK_INFO info = {};
+    EXPECT_CKR(CKR_OK, standard->C_GetInfo(&info));
+    EXPECT_EQ("Vornix software token", text(info.libraryDescription));
+    EXPECT_EQ(text(slotInfo().manufacturerID), text(info.manufacturerID));
+}
+
 TEST_F(Reader, RefusesAnotherSlot)
 {
     CK_SLOT_INFO info;
@@ -106,6 +114,15 @@ TEST_F(Reader, NamesItsSlotInSessions)
     EXPECT_EQ(onlySlot(), info.slotID);
 }
 
+TEST_F(Reader, ClosesAllItsSessions)
+{
+    EXPECT_CKR(CKR_OK, initToken());
+    const CK_SESSION_HANDLE session = openSession();
+    EXPECT_CKR(CKR_SLOT_ID_INVALID, standard->C_CloseAllSessions(onlySlot() + 1));
+    EXPECT_CKR(CKR_OK, standard->C_CloseAllSessions(onlySlot()));
+    EXPECT_CKR(CKR_SESSION_HANDLE_INVALID, standard->C_CloseSession(session));
+}
+
 TEST_F(Reader, LetsTheUserInWithTheDefaultPinAfterInitialisation)
 {
     EXPECT_CKR(CKR_OK, initToken());
@@ -141,6 +158,8 @@ TEST_F(Reader, ListsGostKeyGenerationAmongItsMechanisms)
         CK_MECHANISM_INFO info = {};
         EXPECT_CKR(CKR_OK, standard->C_GetMechanismInfo(onlySlot(), expected, &info));
         EXPECT_TRUE(info.flags & CKF_GENERATE_KEY_PAIR);
+        EXPECT_LT(0U, info.ulMinKeySize);
+        EXPECT_LE(info.ulMinKeySize, info.ulMaxKeySize);
     }
 }
 

@@ -81,7 +81,8 @@ TEST_F(Requests, CarryExtensions)
                                        "certificatePolicies", "", "1.3.6.1.4.1.99999.4",                 //
                                        "1.3.6.1.4.1.99999.3", "critical", "DER:04:03:01:02:03"}});
     EXPECT_TOLD("X509v3 Key Usage: critical\n                    Digital Signature, Non Repudiation", text);
-    EXPECT_TOLD("DNS:host.example, email:user@host.example", text);
+    EXPECT_TOLD("X509v3 Subject Alternative Name: \n                    DNS:host.example, email:user@host.example",
+                text);
     EXPECT_TOLD("TLS Web Client Authentication", text);
     EXPECT_TOLD("X509v3 Subject Key Identifier", text);
     EXPECT_TOLD("Policy: 1.3.6.1.4.1.99999.4", text);
@@ -134,6 +135,15 @@ TEST_F(Requests, NeedKeysThatBelongTogether)
     EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, createCsr(publicKey, only(CKO_PRIVATE_KEY, "other"), {}, csr));
     EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, createCsr(publicKey, only(CKO_PRIVATE_KEY, "gost"), {}, csr));
     EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, createCsr(only(CKO_PUBLIC_KEY, "gost"), privateKey, {}, csr));
+    CK_OBJECT_CLASS objectClass = CKO_PUBLIC_KEY;
+    CK_KEY_TYPE type = CKK_RSA;
+    Bytes modulus = attribute(publicKey, CKA_MODULUS);
+    CK_BYTE exponent = 3;
+    const CK_OBJECT_HANDLE otherExponent = create({{CKA_CLASS, &objectClass, sizeof objectClass},
+                                                   {CKA_KEY_TYPE, &type, sizeof type},
+                                                   {CKA_MODULUS, modulus.data(), modulus.size()},
+                                                   {CKA_PUBLIC_EXPONENT, &exponent, sizeof exponent}});
+    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, createCsr(otherExponent, privateKey, {}, csr));
     EXPECT_CKR(CKR_KEY_HANDLE_INVALID, createCsr(only(CKO_PRIVATE_KEY, "rsa"), only(CKO_PUBLIC_KEY, "rsa"), {}, csr));
     EXPECT_CKR(CKR_KEY_HANDLE_INVALID, createCsr(0, privateKey, {}, csr));
     EXPECT_CKR(CKR_KEY_HANDLE_INVALID, createCsr(publicKey, 0, {}, csr));

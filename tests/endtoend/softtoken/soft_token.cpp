@@ -142,6 +142,13 @@ CK_RV TokenTest::generateGost(const std::string& id, const std::string& label)
     return generate(CKM_GOSTR3410_KEY_PAIR_GEN, {{0, nullptr, 0}, {0, nullptr, 0}}, label, id);
 }
 
+CK_OBJECT_HANDLE TokenTest::create(std::vector<CK_ATTRIBUTE> attributes)
+{
+    CK_OBJECT_HANDLE object = CK_INVALID_HANDLE;
+    EXPECT_CKR(CKR_OK, standard->C_CreateObject(session, attributes.data(), attributes.size(), &object));
+    return object;
+}
+
 std::vector<CK_OBJECT_HANDLE> TokenTest::find(CK_OBJECT_CLASS objectClass, const std::string& id) const
 {
     CK_ATTRIBUTE query[] = {{CKA_CLASS, &objectClass, sizeof objectClass}, {CKA_ID, start(id), id.size()}};

@@ -59,6 +59,9 @@ protected:
     CK_RV generateRsa(const std::string& id, CK_ULONG bits = 2048);
     CK_RV generateGost(const std::string& id, const std::string& label = "gost");
 
+    /// For this session only.
+    CK_OBJECT_HANDLE create(std::vector<CK_ATTRIBUTE> attributes);
+
     std::vector<CK_OBJECT_HANDLE> find(CK_OBJECT_CLASS objectClass, const std::string& id) const;
     CK_OBJECT_HANDLE only(CK_OBJECT_CLASS objectClass, const std::string& id) const;
     std::size_t objectCount() const;
