@@ -83,21 +83,4 @@ final class ChildJvm {
     private static String text(Path file) throws IOException {
         return new String(Files.readAllBytes(file), StandardCharsets.UTF_8);
     }
-
-    static final class Result {
-        final int status;
-        final String out;
-        final String err;
-
-        Result(int status, String out, String err) {
-            this.status = status;
-            this.out = out;
-            this.err = err;
-        }
-
-        @Override
-        public String toString() {
-            return "status " + status + "\n--- out\n" + out + "--- err\n" + err;
-        }
-    }
 }

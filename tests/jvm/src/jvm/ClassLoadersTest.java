@@ -10,7 +10,7 @@ import java.nio.file.Path;
 class ClassLoadersTest {
     @Test
     void copiesOfTheClassesWaitForOneAnother(@TempDir Path empty) throws Exception {
-        ChildJvm.Result result = new ChildJvm(empty.toString()).grant("ALL-UNNAMED")
+        Result result = new ChildJvm(empty.toString()).grant("ALL-UNNAMED")
                 .options("-XX:ErrorFile=" + empty.resolve("crash"))
                 .run(TwoClassLoaders.class, System.getProperty("vornix.platform.jar"),
                         SoftHsm.MODULE, SoftHsm.newToken(), SoftHsm.PIN);

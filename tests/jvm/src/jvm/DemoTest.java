@@ -30,7 +30,7 @@ class DemoTest {
     @Test
     void itEndsWellAndMayBeRepeated() throws Exception {
         for (int i = 0; i < 2; i++) {
-            ChildJvm.Result demo = life(PIN, MODULE, READER, "sh", "-c", TELL_OF_A_RESET);
+            Result demo = life(PIN, MODULE, READER, "sh", "-c", TELL_OF_A_RESET);
 
             assertEquals(0, demo.status, demo::toString);
             assertTrue(demo.out.endsWith("\n20 steps went as expected, 0 left out.\n"), demo::toString);
@@ -41,7 +41,7 @@ class DemoTest {
 
     @Test
     void itSaysThatItCannotResetAReader() throws Exception {
-        ChildJvm.Result demo = life(PIN, MODULE, READER, "sh", "-c", "exit 77");
+        Result demo = life(PIN, MODULE, READER, "sh", "-c", "exit 77");
 
         assertEquals(0, demo.status, demo::toString);
         assertTrue(demo.out.contains("\n20. Reader reset\n   LEFT OUT: "), demo::toString);
@@ -62,7 +62,7 @@ class DemoTest {
 
     @Test
     void anUnexpectedResultIsASurprise() throws Exception {
-        ChildJvm.Result demo = life("another PIN", MODULE, READER);
+        Result demo = life("another PIN", MODULE, READER);
 
         assertSurprise("listObjects should have returned 0", demo);
         assertTrue(demo.out.contains("\nLogin failed. Code: 160\n   listObjects: 160\n   SURPRISE: "), demo::toString);
@@ -71,7 +71,7 @@ class DemoTest {
 
     @Test
     void whatOpensslCannotReadIsASurprise() throws Exception {
-        ChildJvm.Result demo = life(PIN, Scripted.MODULE, ScriptedToken.READER);
+        Result demo = life(PIN, Scripted.MODULE, ScriptedToken.READER);
 
         assertEquals(1, demo.status, demo::toString);
         assertTrue(demo.out.contains("\n   createCSR: 0\n"), demo::toString);
@@ -81,7 +81,7 @@ class DemoTest {
     @Test
     void itTellsHowItIsUsed() throws Exception {
         for (String[] arguments : new String[][] {{}, {"life", MODULE}, {"reset"}, {"no such command", "x", "y"}}) {
-            ChildJvm.Result demo = new ChildJvm().options("-jar", DEMO).launch(arguments);
+            Result demo = new ChildJvm().options("-jar", DEMO).launch(arguments);
 
             assertEquals(2, demo.status, demo::toString);
             assertTrue(demo.err.startsWith("usage: "), demo::toString);
@@ -90,19 +90,19 @@ class DemoTest {
 
     @Test
     void itDoesNotBeginWithoutAPin() throws Exception {
-        ChildJvm.Result demo = new ChildJvm().without("VORNIX_USER_PIN").options("-jar", DEMO)
+        Result demo = new ChildJvm().without("VORNIX_USER_PIN").options("-jar", DEMO)
                 .launch("life", MODULE, READER);
 
         assertEquals(2, demo.status, demo::toString);
     }
 
-    private static void assertSurprise(String what, ChildJvm.Result demo) {
+    private static void assertSurprise(String what, Result demo) {
         assertEquals(1, demo.status, demo::toString);
         assertTrue(demo.out.endsWith("   SURPRISE: " + what + "\n"), demo::toString);
     }
 
     /** Further arguments are the command that arranges for a reader. */
-    private ChildJvm.Result life(String pin, String module, String reader, String... further) throws Exception {
+    private Result life(String pin, String module, String reader, String... further) throws Exception {
         List<String> arguments = new ArrayList<>(Arrays.asList("-jar", DEMO, "life", module, reader));
         arguments.addAll(Arrays.asList(further));
         return new ChildJvm().environment("VORNIX_SOFTTOKEN_DIR", folder.resolve("token").toString())

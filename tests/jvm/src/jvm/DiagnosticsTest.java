@@ -13,7 +13,7 @@ class DiagnosticsTest {
     @ParameterizedTest(name = "{0}")
     @MethodSource
     void everyCallWritesItsLinesToStandardOutput(String call, String output) throws Exception {
-        ChildJvm.Result child = new ChildJvm()
+        Result child = new ChildJvm()
                 .environment("PCSCLITE_CSOCK_NAME", "/nonexistent/pcscd.comm") // no service, whatever this machine runs
                 .run(NativeCalls.class, call);
 

@@ -19,14 +19,14 @@ class LockTest {
         int failed = 0;
         for (int i = 0; i < ATTEMPTS && failed == 0; i++) {
             String reader = SoftHsm.newToken(); // calls at once may ruin it
-            ChildJvm.Result facade = run(folder, "facade", reader);
+            Result facade = run(folder, "facade", reader);
             assertEquals(0, facade.status, facade::toString);
             failed += run(folder, "natives", reader).status == 0 ? 0 : 1;
         }
         assertTrue(failed > 0, "calls at once did no harm");
     }
 
-    private static ChildJvm.Result run(Path folder, String how, String reader) throws Exception {
+    private static Result run(Path folder, String how, String reader) throws Exception {
         return new ChildJvm()
                 .options("-Dvornix.softhsm.module=" + SoftHsm.MODULE, "-XX:-CreateCoredumpOnCrash",
                         "-XX:ErrorFile=" + folder.resolve("crash"))

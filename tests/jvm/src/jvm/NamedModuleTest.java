@@ -49,13 +49,13 @@ class NamedModuleTest extends ScriptedToken {
                 descriptor.toString(), program.toString()));
     }
 
-    private ChildJvm.Result run(ChildJvm jvm, String jar) throws Exception {
+    private Result run(ChildJvm jvm, String jar) throws Exception {
         return jvm.grant(MODULE)
                 .options("--module-path", jar + File.pathSeparator + folder.resolve("classes"))
                 .launch("--module", "application/application.Main", module, READER);
     }
 
-    private static void assertPrints(String out, ChildJvm.Result result) {
+    private static void assertPrints(String out, Result result) {
         assertEquals(out, result.out, result::toString);
         assertEquals("", result.err);
     }

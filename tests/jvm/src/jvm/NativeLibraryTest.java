@@ -53,7 +53,7 @@ class NativeLibraryTest {
     @ParameterizedTest
     @ValueSource(strings = {"", " "})
     void anEmptyPropertyIsTold(String empty) throws Exception {
-        ChildJvm.Result result = new ChildJvm().options("-Dvornixtoken.library=" + empty).run(LibraryLoader.class);
+        Result result = new ChildJvm().options("-Dvornixtoken.library=" + empty).run(LibraryLoader.class);
 
         assertEquals(FILE + " cannot be loaded. Tried:\n- system property vornixtoken.library: it is empty\n",
                 result.out);
@@ -61,7 +61,7 @@ class NativeLibraryTest {
 
     @Test
     void nothingElseIsTriedWhenThePropertyNamesAWrongFile() throws Exception {
-        ChildJvm.Result result = new ChildJvm().options("-Dvornixtoken.library=/nonexistent.so")
+        Result result = new ChildJvm().options("-Dvornixtoken.library=/nonexistent.so")
                 .run(LibraryLoader.class);
 
         assertEquals(FILE + " cannot be loaded. Tried:\n"
@@ -93,7 +93,7 @@ class NativeLibraryTest {
         "i386, i386-linux-gnu", "ppc64le, powerpc64le-linux-gnu", "riscv64, riscv64-linux-gnu",
         "s390x, s390x-linux-gnu"})
     void everyPlaceThatWasTriedIsTold(String architecture, String triplet) throws Exception {
-        ChildJvm.Result result = child.options("-Dos.arch=" + architecture).run(LibraryLoader.class);
+        Result result = child.options("-Dos.arch=" + architecture).run(LibraryLoader.class);
 
         assertEquals(FILE + " cannot be loaded. Tried:\n"
                 + "- System.loadLibrary: no VornixToken_Javalib in java.library.path: " + empty + "\n"
@@ -119,7 +119,7 @@ class NativeLibraryTest {
     @Test
     @Tag("java24")
     void accessThatIsDeniedIsTold() throws Exception {
-        ChildJvm.Result result = new ChildJvm().options("--illegal-native-access=deny").run(LibraryLoader.class);
+        Result result = new ChildJvm().options("--illegal-native-access=deny").run(LibraryLoader.class);
 
         assertDenied("ALL-UNNAMED", result);
     }
@@ -127,7 +127,7 @@ class NativeLibraryTest {
     @Test
     @Tag("java24")
     void accessThatIsDeniedToTheModuleIsTold() throws Exception {
-        ChildJvm.Result result = onModulePath().options("--illegal-native-access=deny").run(LibraryLoader.class);
+        Result result = onModulePath().options("--illegal-native-access=deny").run(LibraryLoader.class);
 
         assertDenied(MODULE, result);
     }
@@ -150,7 +150,7 @@ class NativeLibraryTest {
     }
 
     private void assertNotUnpacked(String why, Path into, String classPath) throws Exception {
-        ChildJvm.Result result = child.options(OTHER_MACHINE, "-Djava.io.tmpdir=" + into)
+        Result result = child.options(OTHER_MACHINE, "-Djava.io.tmpdir=" + into)
                 .run(classPath, LibraryLoader.class);
 
         Pattern told = Pattern.compile("^- jar, unpacked below java.io.tmpdir: .*" + why, Pattern.MULTILINE);
@@ -159,12 +159,12 @@ class NativeLibraryTest {
         assertEquals(1, result.status);
     }
 
-    private static void assertLoaded(ChildJvm.Result result) {
+    private static void assertLoaded(Result result) {
         assertEquals("result 0\n", result.out, result::toString);
         assertEquals("", result.err);
     }
 
-    private static void assertDenied(String toWhom, ChildJvm.Result result) {
+    private static void assertDenied(String toWhom, Result result) {
         assertTrue(result.out.startsWith(FILE + " may not be loaded: Illegal native access from "), result::toString);
         assertTrue(result.out.endsWith(". Start Java with --enable-native-access=" + toWhom + "\n"), result::toString);
         assertEquals(1, result.status);

@@ -112,7 +112,7 @@ class SoftHsmTest {
     @ParameterizedTest
     @ValueSource(strings = {"sign", "request"})
     void aForeignLoginWithNothingNamedIsAFailureNotAnEmptyResult(String job) throws Exception {
-        ChildJvm.Result result = new ChildJvm().options("-Dvornix.softhsm.module=" + MODULE)
+        Result result = new ChildJvm().options("-Dvornix.softhsm.module=" + MODULE)
                 .run(LoggedInElsewhere.class, job, reader);
 
         assertEquals("CKR_USER_ALREADY_LOGGED_IN\n", result.out, result::toString);

@@ -26,16 +26,4 @@ final class Tool {
         assertEquals(out, result.out);
         assertEquals(0, result.status);
     }
-
-    static final class Result {
-        final int status;
-        final String out;
-        final String err;
-
-        Result(int status, String out, String err) {
-            this.status = status;
-            this.out = out;
-            this.err = err;
-        }
-    }
 }

@@ -31,7 +31,7 @@ class ToolProcessTest extends ScriptedToken {
         if (Runtime.version().feature() >= 24) {
             child.options("--illegal-native-access=deny");
         }
-        ChildJvm.Result result = launch(child, "info", "--json");
+        Result result = launch(child, "info", "--json");
 
         assertEquals(0, result.status, result::toString);
         assertTrue(result.out.startsWith("{\"ok\":true,\"label\":\"Scripted Token\","), result::toString);
@@ -50,7 +50,7 @@ class ToolProcessTest extends ScriptedToken {
 
     @Test
     void withoutATerminalToAskAtThePinIsMissed() throws Exception {
-        ChildJvm.Result result = launch(new ChildJvm().without("VORNIX_USER_PIN"), "clean");
+        Result result = launch(new ChildJvm().without("VORNIX_USER_PIN"), "clean");
 
         assertEquals(3, result.status, result::toString);
         assertEquals("vornixtoken-tool clean: no PIN: standard input and output are not both a terminal to ask at; "
@@ -76,7 +76,7 @@ class ToolProcessTest extends ScriptedToken {
     @Test
     void aPinThatTheLocaleCannotExpressIsNotTried() throws Exception {
         ChildJvm ascii = new ChildJvm().environment("LC_ALL", "C").environment("VORNIX_USER_PIN", "\u00eb");
-        ChildJvm.Result result = launch(ascii, "list");
+        Result result = launch(ascii, "list");
 
         assertEquals("vornixtoken-tool list: VORNIX_USER_PIN" + UNDECODED, result.err);
         assertEquals("", result.out);
@@ -85,8 +85,8 @@ class ToolProcessTest extends ScriptedToken {
 
     @Test
     void anArgumentThatTheLocaleCannotExpressIsWrongUsage() throws Exception {
-        ChildJvm.Result label = launch(new ChildJvm().environment("LC_ALL", "C"), "generate-gost", "-l", "zo\u00eb");
-        ChildJvm.Result subject = launch(new ChildJvm().environment("LC_ALL", "C"),
+        Result label = launch(new ChildJvm().environment("LC_ALL", "C"), "generate-gost", "-l", "zo\u00eb");
+        Result subject = launch(new ChildJvm().environment("LC_ALL", "C"),
                 "create-request", "-i", "01", "-s", "CN=Zo\u00eb");
 
         assertTrue(label.err.startsWith("Invalid value for option '--label': 'zo"), label::toString);
@@ -124,7 +124,7 @@ class ToolProcessTest extends ScriptedToken {
         return folder.resolve("a home");
     }
 
-    private ChildJvm.Result launch(ChildJvm child, String command, String... arguments) throws Exception {
+    private Result launch(ChildJvm child, String command, String... arguments) throws Exception {
         return child.options("-jar", JAR, command, "-m", module, "-t", READER).launch(arguments);
     }
 

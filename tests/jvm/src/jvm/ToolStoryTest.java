@@ -54,7 +54,7 @@ class ToolStoryTest {
     @Test
     void theTokenIsListedAndCleaned() {
         assertPrints("", tool("generate-gost", "--label", "boris", "--id", "02ff"));
-        Tool.Result listed = tool("list", "--json");
+        Result listed = tool("list", "--json");
         assertTrue(listed.out.contains("{\"kind\":\"private key\",\"label\":\"boris\",\"id\":\"02ff\","
                 + "\"keyType\":\"GOSTR3410\"}"), listed.out);
 
@@ -66,7 +66,7 @@ class ToolStoryTest {
     @Test
     void aWrongPinIsNamed(@TempDir Path folder) throws Exception {
         Path wrong = Files.write(folder.resolve("wrong"), Scripted.ascii("00000000\n"));
-        Tool.Result refused = tool("list", "--pin-file", wrong.toString());
+        Result refused = tool("list", "--pin-file", wrong.toString());
 
         assertEquals(1, refused.status);
         assertTrue(refused.err.endsWith(": CKR_PIN_INCORRECT (0xA0)\n"), refused.err);
@@ -74,7 +74,7 @@ class ToolStoryTest {
 
     @Test
     void theLastLineOfAProcessIsItsResult() throws Exception {
-        ChildJvm.Result result = new ChildJvm().launch("-jar", System.getProperty("vornix.tool"), "read-certificate",
+        Result result = new ChildJvm().launch("-jar", System.getProperty("vornix.tool"), "read-certificate",
                 "--label", "nobody", "--json", "--module", MODULE, "--terminal", READER);
 
         String[] lines = result.out.split("\n");
@@ -83,7 +83,7 @@ class ToolStoryTest {
         assertEquals(1, result.status);
     }
 
-    private static Tool.Result tool(String command, String... arguments) {
+    private static Result tool(String command, String... arguments) {
         List<String> all = new ArrayList<>(Arrays.asList(command, "--module", MODULE, "--terminal", READER));
         all.addAll(Arrays.asList(arguments));
         return Tool.run(all.toArray(new String[0]));

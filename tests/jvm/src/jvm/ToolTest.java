@@ -153,7 +153,7 @@ class ToolTest extends ScriptedToken {
         Path file = Files.write(folder.resolve("c.pem"),
                 Scripted.ascii("-----BEGIN CERTIFICATE-----\nA\n-----END CERTIFICATE-----\n"));
 
-        Tool.Result result = onToken("import-certificate", "-l", "c", file.toString());
+        Result result = onToken("import-certificate", "-l", "c", file.toString());
 
         assertEquals(3, result.status);
         assertTrue(result.err.contains(file + " is damaged PEM: "), result.err);
@@ -161,7 +161,7 @@ class ToolTest extends ScriptedToken {
 
     @Test
     void wrongUsageIsJsonToo() {
-        Tool.Result result = onToken("list", "--json", "--no-such-option");
+        Result result = onToken("list", "--json", "--no-such-option");
 
         assertEquals(2, result.status);
         assertEquals("{\"ok\":false,\"message\":\"Unknown option: '--no-such-option'\"}\n", result.out);
@@ -183,12 +183,12 @@ class ToolTest extends ScriptedToken {
 
     @Test
     void refusalsHaveStatusOneAndAName() {
-        Tool.Result text = onToken("read-certificate", "-l", "nobody");
+        Result text = onToken("read-certificate", "-l", "nobody");
         assertEquals(1, text.status);
         assertTrue(text.err.startsWith("vornixtoken-tool read-certificate: reading certificate 'nobody', "), text.err);
         assertTrue(text.err.endsWith(": CKR_FUNCTION_FAILED (0x6), no such reader or object\n"), text.err);
 
-        Tool.Result json = onToken("read-certificate", "-l", "nobody", "--json");
+        Result json = onToken("read-certificate", "-l", "nobody", "--json");
         assertEquals(1, json.status);
         assertTrue(json.out.startsWith("{\"ok\":false,\"code\":6,\"name\":\"CKR_FUNCTION_FAILED\",\"message\":\""),
                 json.out);
@@ -207,7 +207,7 @@ class ToolTest extends ScriptedToken {
 
     @Test
     void otherFailuresHaveStatusThree() {
-        Tool.Result result = onToken("sign", "/nonexistent");
+        Result result = onToken("sign", "/nonexistent");
 
         assertEquals(3, result.status);
         assertEquals("vornixtoken-tool sign: java.nio.file.NoSuchFileException: /nonexistent\n", result.err);
@@ -219,7 +219,7 @@ class ToolTest extends ScriptedToken {
         try (RandomAccessFile large = new RandomAccessFile(file.toFile(), "rw")) {
             large.setLength(1L << 32);
         }
-        Tool.Result result = onToken("sign", file.toString());
+        Result result = onToken("sign", file.toString());
 
         assertEquals(3, result.status);
         assertTrue(result.err.startsWith("vornixtoken-tool sign: not enough memory: "), result.err);
@@ -240,7 +240,7 @@ class ToolTest extends ScriptedToken {
     @ParameterizedTest
     @ValueSource(strings = {"", "0x", "x", "1 ", "-1", "0x10000000000000000"})
     void otherFlagsAreWrongUsage(String written) {
-        Tool.Result result = onToken("sign", "--flags", written, "/dev/null");
+        Result result = onToken("sign", "--flags", written, "/dev/null");
 
         assertEquals(2, result.status);
         assertTrue(result.err.contains("'" + written + "' is no number of 64 bits\n"), result.err);
@@ -256,7 +256,7 @@ class ToolTest extends ScriptedToken {
         "read-certificate", "read-public-key", "import-certificate", "import-blocks", "generate-rsa", "generate-gost",
         "sign", "verify", "create-request"})
     void everyJobHasACommandWithHelp(String command) {
-        Tool.Result help = run(command, "--help");
+        Result help = run(command, "--help");
 
         assertEquals(0, help.status);
         assertTrue(help.out.startsWith("Usage: vornixtoken-tool " + command + " "), help.out);
@@ -298,7 +298,7 @@ class ToolTest extends ScriptedToken {
                 .collect(Collectors.toList());
     }
 
-    private Tool.Result onToken(String command, String... arguments) {
+    private Result onToken(String command, String... arguments) {
         List<String> all = new ArrayList<>(Arrays.asList(command, "--module", module, "--terminal", READER));
         all.addAll(Arrays.asList(arguments));
         return run(all.toArray(new String[0]));
