@@ -123,7 +123,7 @@ void appendObjects(JNIEnv* env, jobject list, const std::vector<ObjectAttr>& obj
         if (!object.keyType.empty()) { // what is no key keeps the class's own idea of "no key type"
             const jstring keyType = env->NewStringUTF(object.keyType.c_str());
             const jmethodID setKeyType = env->GetMethodID(attributeClass, "setKeyType", "(Ljava/lang/String;)V");
-            if (setKeyType != nullptr) // an application's own class may know no key types
+            if (setKeyType != nullptr) // else the error of the look-up reaches the application when the call returns
                 env->CallVoidMethod(attribute, setKeyType, keyType);
         }
         add(env, list, listClass, attribute);
