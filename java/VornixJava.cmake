@@ -52,18 +52,21 @@ endfunction()
 
 # vornix_add_jar(<target> <file.jar> MANIFEST <file> CONTENT <argument of jar>... DEPENDS <file or target>...)
 #
-# Packs a jar into the top build folder; the target's property JAR names it.
+# Packs a jar, with the licence, into the top build folder; the target's property JAR names it.
 function(vornix_add_jar target name)
   cmake_parse_arguments(PARSE_ARGV 2 ARG "" "MANIFEST" "CONTENT;DEPENDS")
   set(jar ${PROJECT_BINARY_DIR}/${name})
+  set(licensed ${CMAKE_CURRENT_BINARY_DIR}/${target}.licensed)
   set(manifest)
   if(ARG_MANIFEST)
     set(manifest --manifest=${ARG_MANIFEST})
   endif()
   add_custom_command(
     OUTPUT ${jar}
-    COMMAND ${Java_JAR_EXECUTABLE} --create --file=${jar} ${manifest} --date=${VORNIX_JAR_DATE} ${ARG_CONTENT}
-    DEPENDS ${ARG_MANIFEST} ${ARG_DEPENDS}
+    COMMAND ${CMAKE_COMMAND} -E copy ${PROJECT_SOURCE_DIR}/LICENSE ${licensed}/META-INF/LICENSE
+    COMMAND ${Java_JAR_EXECUTABLE} --create --file=${jar} ${manifest} --date=${VORNIX_JAR_DATE}
+            -C ${licensed} META-INF ${ARG_CONTENT}
+    DEPENDS ${PROJECT_SOURCE_DIR}/LICENSE ${ARG_MANIFEST} ${ARG_DEPENDS}
     COMMENT "Packing ${name}"
     VERBATIM)
   add_custom_target(${target} ALL DEPENDS ${jar})

@@ -3,7 +3,7 @@ package examples;
 import com.tovr.smartcard.vornixtoken.Token;
 import com.tovr.smartcard.vornixtoken.TokenInfo;
 
-/** Shows what a token tells of itself. Arguments: module, reader. */
+/** Describes a token. Arguments: module, reader. */
 public final class ReadTokenInfo {
     private ReadTokenInfo() {
     }

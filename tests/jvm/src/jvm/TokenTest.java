@@ -209,7 +209,8 @@ class TokenTest extends ScriptedToken {
         assertTrue(reader.getMessage().endsWith("no such reader or object"), reader.getMessage());
 
         Pkcs11Exception absent = assertRefused(1, "CKR_CANCEL", () -> new Token("./absent.so", READER).readInfo());
-        assertTrue(absent.getMessage().endsWith("the module could not be loaded or initialised"), absent.getMessage());
+        assertTrue(absent.getMessage().endsWith(": the module could not be loaded or initialised: CKR_CANCEL (0x1)"),
+                absent.getMessage());
     }
 
     @Test

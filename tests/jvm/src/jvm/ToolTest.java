@@ -210,7 +210,7 @@ class ToolTest extends ScriptedToken {
         Result result = onToken("sign", "/nonexistent");
 
         assertEquals(3, result.status);
-        assertEquals("vornixtoken-tool sign: java.nio.file.NoSuchFileException: /nonexistent\n", result.err);
+        assertEquals("vornixtoken-tool sign: no such file: /nonexistent\n", result.err);
     }
 
     @Test
@@ -261,6 +261,7 @@ class ToolTest extends ScriptedToken {
         assertEquals(0, help.status);
         assertTrue(help.out.startsWith("Usage: vornixtoken-tool " + command + " "), help.out);
         assertTrue(run("--help").out.contains("\n  " + command + " "));
+        assertEquals(run("--version").out, run(command, "--version").out);
     }
 
     @ParameterizedTest

@@ -138,7 +138,7 @@ final class ReturnCodes {
             return text + ", but nothing was delivered";
         }
         if (code == MODULE_NOT_USABLE) {
-            return text + ", the module could not be loaded or initialised";
+            return "the module could not be loaded or initialised: " + text;
         }
         if (code == NOT_FOUND) {
             return text + ", no such reader or object";

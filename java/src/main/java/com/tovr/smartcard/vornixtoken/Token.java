@@ -128,7 +128,7 @@ public final class Token {
     }
 
     /**
-     * Asks the token of itself. Needs no PIN.
+     * Describes the token. Needs no PIN.
      *
      * @return what it tells
      * @throws Pkcs11Exception when there is no such token

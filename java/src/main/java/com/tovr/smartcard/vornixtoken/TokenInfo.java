@@ -4,7 +4,7 @@ import java.util.Collections;
 import java.util.EnumSet;
 import java.util.Set;
 
-/** What a token tells of itself. */
+/** The description of a token. */
 public final class TokenInfo {
     private final String label;
     private final String manufacturer;

@@ -19,7 +19,7 @@ final class AdministrationCommands {
     private AdministrationCommands() {
     }
 
-    @Command(name = "info", description = "Shows what the token tells of itself.",
+    @Command(name = "info", description = "Describes the token.",
             footer = "  vornixtoken-tool info --module ./libtovr_pkcs11_main.so --terminal 'Reader 0'")
     static final class Info extends ToolCommand.OnToken {
         @Override
@@ -118,7 +118,8 @@ final class AdministrationCommands {
     }
 
     @Command(name = "reset-terminal",
-            description = "Powers the card in a reader down by the PC/SC service. A failure is printed only.",
+            description = {"Powers the card in a reader down by the PC/SC service.",
+                "Only the library's own line tells a failure: the exit status is 0 in any case."},
             footer = "  vornixtoken-tool reset-terminal --terminal 'Reader 0'")
     static final class ResetTerminal extends ToolCommand {
         @Option(names = {"-t", "--terminal"}, required = true, defaultValue = "${env:VORNIX_TERMINAL}",

@@ -21,7 +21,7 @@ final class CertificateAndKeyCommands {
         String label;
 
         @Option(names = {"-i", "--id"}, paramLabel = "HEX", defaultValue = Id.NONE,
-                description = "The object's ID; none if not given.")
+                description = "The object's ID; if not given, any when reading, none when writing.")
         Id id;
     }
 

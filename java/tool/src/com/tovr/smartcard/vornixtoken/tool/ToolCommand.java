@@ -22,7 +22,8 @@ import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 
 /** What the subcommands have in common: their result is a list of named values, printed as text or as JSON. */
-@Command(mixinStandardHelpOptions = true, sortOptions = false, footerHeading = "%nExample:%n")
+@Command(mixinStandardHelpOptions = true, versionProvider = VornixTokenTool.Version.class, sortOptions = false,
+        footerHeading = "%nExample:%n")
 abstract class ToolCommand implements Callable<Integer> {
     private static final Pattern PEM = Pattern.compile(
             "(?s)\\s*-----BEGIN ([A-Z0-9 ]+)-----(.*?)-----END \\1-----\\s*");

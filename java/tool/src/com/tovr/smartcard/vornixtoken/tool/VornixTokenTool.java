@@ -11,7 +11,9 @@ import picocli.CommandLine.ScopeType;
 
 import java.io.PrintWriter;
 import java.math.BigInteger;
+import java.nio.file.AccessDeniedException;
 import java.nio.file.FileSystemException;
+import java.nio.file.NoSuchFileException;
 import java.util.Arrays;
 import java.util.LinkedHashMap;
 import java.util.Map;
@@ -136,6 +138,12 @@ public final class VornixTokenTool {
 
     /** Exceptions of the file system say little without their name. */
     private static String message(Exception failure) {
+        if (failure instanceof NoSuchFileException) {
+            return "no such file: " + failure.getMessage();
+        }
+        if (failure instanceof AccessDeniedException) {
+            return "permission denied: " + failure.getMessage();
+        }
         return failure instanceof FileSystemException ? failure.toString() : failure.getMessage();
     }
 

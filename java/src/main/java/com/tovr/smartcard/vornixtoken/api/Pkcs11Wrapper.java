@@ -89,7 +89,7 @@ public final class Pkcs11Wrapper {
     public static native long cleanCard(String terminalName, String modulePath, byte[] pin);
 
     /**
-     * Reads what the token tells of itself. Element 0 of each array is set; an array that is {@code null} or empty is
+     * Describes the token. Element 0 of each array is set; an array that is {@code null} or empty is
      * passed over. A text ends before its first NUL and has no trailing blanks.
      *
      * @param terminalName the reader
@@ -205,20 +205,20 @@ public final class Pkcs11Wrapper {
      * Signs data into a PKCS #7 message. Of the further certificates only the last must exist; another that is missing
      * reaches the module as the handle 0.
      *
-     * @param terminalName   the reader
-     * @param modulePath     the module
-     * @param pin            the user PIN
-     * @param data           what is signed
-     * @param certificateId  the ID of the signer's certificate; empty: none named
-     * @param privateKeyId   the ID of the private key; empty: none named
-     * @param certificateIds the IDs of further certificates for the message; {@code null} or empty: none
-     * @param flags          the module's mode word
-     * @param message        receives the message, DER
+     * @param terminalName          the reader
+     * @param modulePath            the module
+     * @param pin                   the user PIN
+     * @param data                  what is signed
+     * @param certificateId         the ID of the signer's certificate; empty: none named
+     * @param keyId                 the ID of the private key; empty: none named
+     * @param furtherCertificateIds the IDs of further certificates for the message; {@code null} or empty: none
+     * @param flags                 the module's mode word
+     * @param signature             receives the message, DER
      * @return the result; 6 when an object is missing; 0x100, with nothing signed, when the user was logged in already
      *         and no certificate is named
      */
     public static native long pkcs7Sign(String terminalName, String modulePath, byte[] pin, byte[] data,
-            byte[] certificateId, byte[] privateKeyId, byte[][] certificateIds, long flags, ArrayList<Byte> message);
+            byte[] certificateId, byte[] keyId, byte[][] furtherCertificateIds, long flags, ArrayList<Byte> signature);
 
     /**
      * Verifies a PKCS #7 message. Needs no token, only the module, which also defines what the two inputs are.
