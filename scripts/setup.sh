@@ -9,8 +9,8 @@
 # Asks for the administrator's rights (sudo) only when something is missing and the caller is not root.
 set -euo pipefail
 
-build=(cmake g++ make ninja-build openjdk-17-jdk-headless libp11-kit-dev libpcsclite-dev libssl-dev libgnutls28-dev softhsm2
-       libpicocli-java)
+build=(cmake g++ make ninja-build openjdk-17-jdk-headless libp11-kit-dev libpcsclite-dev libssl-dev libgnutls28-dev
+       softhsm2 libpicocli-java)
 demo=("${build[@]}" openssl libengine-gost-openssl pcscd vsmartcard-vpcd iproute2 util-linux)
 test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin)
 ci=("${test[@]}" clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck libbenchmark-dev)
@@ -26,6 +26,7 @@ ci) packages=("${ci[@]}") ;;
     ;;
 esac
 
+command -v dpkg-query >/dev/null || { echo "setup: knows Debian only; README.md names what is needed" >&2; exit 1; }
 missing=()
 for package in "${packages[@]}"; do
     [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
