@@ -42,7 +42,7 @@ void addKeyPair(ScriptedModule& module)
     module.add(privateKey("alice", {0x02}));
 }
 
-TEST(CertificateRequest, ForAKeyPairAndEveryFailure)
+TEST(CertificateRequest, ForAKeyPairEndsTidilyWhicheverCallFails)
 {
     const std::string csr = answer("101", "102");
     const std::string length = std::to_string(csr.size());

@@ -19,7 +19,7 @@ std::string reading(CK_OBJECT_HANDLE object, const std::string& query)
     return read(object, query) + keyLengths + ": CKR_OK\n" + read(object, keyBuffers) + keyLengths + ": CKR_OK\n";
 }
 
-TEST(ObjectListing, TwoKeysAndEveryFailure)
+TEST(ObjectListing, OfTwoKeysEndsTidilyWhicheverCallFails)
 {
     const std::string before = "before/// ";
     const std::string alice = "private key/alice/01/RSA ";
@@ -58,7 +58,7 @@ TEST(ObjectListing, TwoKeysAndEveryFailure)
            before});
 }
 
-TEST(ObjectListing, EmptyTokenAndEveryFailure)
+TEST(ObjectListing, OfAnEmptyTokenEndsTidilyWhicheverCallFails)
 {
     sweep({[](ScriptedModule&) {},
            [](P11Wrapper& token) -> Outcome {

@@ -6,7 +6,7 @@ using namespace scripted;
 
 namespace {
 
-TEST(PinChange, UserPinAndEveryFailure)
+TEST(PinChange, OfTheUserPinEndsTidilyWhicheverCallFails)
 {
     sweep({[](ScriptedModule&) {},
            [](P11Wrapper& token) -> Outcome {
@@ -20,7 +20,7 @@ TEST(PinChange, UserPinAndEveryFailure)
             closeSession}});
 }
 
-TEST(PinChange, SecurityOfficersPinAndEveryFailure)
+TEST(PinChange, OfTheSecurityOfficersPinEndsTidilyWhicheverCallFails)
 {
     sweep({[](ScriptedModule&) {},
            [](P11Wrapper& token) -> Outcome {

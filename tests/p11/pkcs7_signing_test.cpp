@@ -67,7 +67,7 @@ std::string missed(const std::string& attributes, const std::string& number)
            number + ". Code: 0\n" + searchEnded;
 }
 
-TEST(Pkcs7Signing, WithAChainAndEveryFailure)
+TEST(Pkcs7Signing, WithAChainEndsTidilyWhicheverCallFails)
 {
     const std::string handles = "{103, 104}";
     const std::string signature = answer("101", "102", handles);

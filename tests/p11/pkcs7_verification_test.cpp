@@ -6,7 +6,7 @@ using namespace scripted;
 
 namespace {
 
-TEST(Pkcs7Verification, HappyAndEveryFailure)
+TEST(Pkcs7Verification, EndsTidilyWhicheverCallFails)
 {
     sweep({[](ScriptedModule&) {},
            [](P11Wrapper& token) -> Outcome {

@@ -9,7 +9,7 @@ namespace {
 
 // --- Initialisation ---
 
-TEST(TokenInitialisation, HappyAndEveryFailure)
+TEST(TokenInitialisation, EndsTidilyWhicheverCallFails)
 {
     sweep({[](ScriptedModule&) {},
            [](P11Wrapper& token) -> Outcome {
@@ -46,7 +46,7 @@ const std::string findNext = "C_FindObjects(session 41, room for 1)";
 const std::string destroyed101 = "C_DestroyObject(session 41, object 101): CKR_OK\n";
 const std::string destroyed102 = "C_DestroyObject(session 41, object 102): CKR_OK\n";
 
-TEST(TokenCleaning, TwoObjectsAndEveryFailure)
+TEST(TokenCleaning, OfTwoObjectsEndsTidilyWhicheverCallFails)
 {
     sweep(
         {[](ScriptedModule& module) {
@@ -71,7 +71,7 @@ TEST(TokenCleaning, TwoObjectsAndEveryFailure)
           closeSession}});
 }
 
-TEST(TokenCleaning, EmptyTokenAndEveryFailure)
+TEST(TokenCleaning, OfAnEmptyTokenEndsTidilyWhicheverCallFails)
 {
     sweep({[](ScriptedModule&) {},
            [](P11Wrapper& token) -> Outcome {
@@ -160,7 +160,7 @@ struct TokenFields {
     }
 };
 
-TEST(TokenDescription, HappyAndEveryFailure)
+TEST(TokenDescription, EndsTidilyWhicheverCallFails)
 {
     const std::string emptied = "||||";
     sweep({[](ScriptedModule&) {},

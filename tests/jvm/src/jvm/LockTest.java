@@ -30,6 +30,6 @@ class LockTest {
         return new ChildJvm()
                 .options("-Dvornix.softhsm.module=" + SoftHsm.MODULE, "-XX:-CreateCoredumpOnCrash",
                         "-XX:ErrorFile=" + folder.resolve("crash"))
-                .run(RawNativesWithoutLock.class, how, reader);
+                .run(ManyThreads.class, how, reader);
     }
 }

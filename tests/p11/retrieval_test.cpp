@@ -22,7 +22,7 @@ const std::string keyOfAlice = "{CKA_CLASS CKO_PUBLIC_KEY [8], CKA_LABEL \"alice
 
 // --- Certificates ---
 
-TEST(CertificateRetrieval, ByLabelAndIdAndEveryFailure)
+TEST(CertificateRetrieval, ByLabelAndIdEndsTidilyWhicheverCallFails)
 {
     const Bytes old = {0xee};
     sweep({[](ScriptedModule& module) { module.add(certificate("alice", {0x01}, der)); },
@@ -182,7 +182,7 @@ TEST_F(RetrievalTest, CertificateThatCannotBeHeldLeavesAsExceptionWithTheSession
 
 // --- Public keys ---
 
-TEST(PublicKeyRetrieval, ByLabelAndIdAndEveryFailure)
+TEST(PublicKeyRetrieval, ByLabelAndIdEndsTidilyWhicheverCallFails)
 {
     const std::string old = "\"m\" [1] \"e\" [1]";
     sweep({[](ScriptedModule& module) { module.add(rsaPublicKey("alice", {0x01}, modulus, exponent)); },

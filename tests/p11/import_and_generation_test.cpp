@@ -8,7 +8,7 @@ namespace {
 
 // --- Certificate import ---
 
-TEST(CertificateImport, UnderLabelAndIdAndEveryFailure)
+TEST(CertificateImport, UnderLabelAndIdEndsTidilyWhicheverCallFails)
 {
     sweep({[](ScriptedModule&) {},
            [](P11Wrapper& token) -> Outcome {
@@ -25,7 +25,7 @@ TEST(CertificateImport, UnderLabelAndIdAndEveryFailure)
             closeSession}});
 }
 
-TEST(CertificateImport, OfTwoBlocksAndEveryFailure)
+TEST(CertificateImport, OfTwoBlocksEndsTidilyWhicheverCallFails)
 {
     sweep({[](ScriptedModule&) {},
            [](P11Wrapper& token) -> Outcome {
@@ -112,7 +112,7 @@ std::string gostGeneration(const std::string& appended)
 const std::string named = ", CKA_LABEL \"alice\" [5], CKA_ID 01ff [2]";
 const std::string generated = " -> public 101, private 102";
 
-TEST(KeyPairGeneration, RsaAndEveryFailure)
+TEST(KeyPairGeneration, OfRsaEndsTidilyWhicheverCallFails)
 {
     sweep({[](ScriptedModule&) {},
            [](P11Wrapper& token) -> Outcome {
@@ -123,7 +123,7 @@ TEST(KeyPairGeneration, RsaAndEveryFailure)
            {openSession, userLogin, {rsaGeneration("2048", named), generated, closed}, closeSession}});
 }
 
-TEST(KeyPairGeneration, GostAndEveryFailure)
+TEST(KeyPairGeneration, OfGostEndsTidilyWhicheverCallFails)
 {
     sweep({[](ScriptedModule&) {},
            [](P11Wrapper& token) -> Outcome {

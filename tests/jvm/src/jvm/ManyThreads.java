@@ -7,14 +7,13 @@ import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
 import java.util.ArrayList;
 
 /** Lists one token's objects in several threads at once. Arguments: "natives" or "facade", reader. */
-final class RawNativesWithoutLock {
-    static final int HUNG = 2;
-
+final class ManyThreads {
+    private static final int HUNG = 2;
     private static final int THREADS = 8;
     private static final int TIMES = 100;
     private static final long PATIENCE_IN_MILLISECONDS = 30_000;
 
-    private RawNativesWithoutLock() {
+    private ManyThreads() {
     }
 
     public static void main(String[] arguments) throws Exception {
