@@ -49,8 +49,9 @@ P11Wrapper::~P11Wrapper()
     if (initialized)
         (void)Finalize(); // nobody is left to be told
     if (libHandle != nullptr) {
-        (void)dlclose(libHandle);
-        libHandle = nullptr;
+        (void)dlclose(libHandle); // at worst the module stays
+        // Volatile: the compiler may leave out a store to an object that ends, but native callers look at the state.
+        const_cast<void* volatile&>(libHandle) = nullptr;
     }
 }
 

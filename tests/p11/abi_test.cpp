@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <new>
 #include <type_traits>
 
 namespace {
@@ -71,6 +73,17 @@ TEST(Abi, MembersFollowTheVirtualTableInTheirOrder)
     EXPECT_EQ(offset(wrapper.initialized), 8);
     EXPECT_EQ(offset(wrapper.libHandle), 16);
     EXPECT_EQ(offset(wrapper.functionList), 24);
+}
+
+TEST(Abi, DestructionLeavesNoHandle)
+{
+    alignas(P11Wrapper) unsigned char memory[sizeof(P11Wrapper)];
+    auto* const wrapper = new (memory) P11Wrapper(LOADABLE_FILE);
+    ASSERT_NE(wrapper->libHandle, nullptr);
+    wrapper->~P11Wrapper();
+    void* handle = memory;
+    std::memcpy(&handle, memory + 16, sizeof handle);
+    EXPECT_EQ(handle, nullptr);
 }
 
 TEST(Abi, RecordsNameTypeLabelIdAndKeyTypeInThisOrder)
