@@ -1,20 +1,11 @@
 #include "certificates.h"
 
+#include "der.h"
+
 #include <string>
 
 namespace softtoken {
 namespace {
-
-template <typename Object>
-Bytes encode(int (*encoder)(const Object*, unsigned char**), const Object* object)
-{
-    const int length = encoder(object, nullptr);
-    require(length > 0, CKR_DATA_INVALID);
-    Bytes der(static_cast<std::size_t>(length));
-    unsigned char* end = der.data();
-    encoder(object, &end);
-    return der;
-}
 
 void requireBlocks(const Session& session, const void* id, CK_ULONG idLen, const void* certificate,
                    CK_ULONG certificateLen)
@@ -31,9 +22,9 @@ void addCertificate(const Session& session, std::string_view label, CK_BYTE_PTR 
     const CK_CERTIFICATE_TYPE type = CKC_X_509;
     const CK_BBOOL onToken = CK_TRUE;
     const CK_BBOOL isPrivate = CK_FALSE;
-    const Bytes subject = encode(i2d_X509_NAME, X509_get_subject_name(certificate));
-    const Bytes issuer = encode(i2d_X509_NAME, X509_get_issuer_name(certificate));
-    const Bytes serial = encode(i2d_ASN1_INTEGER, X509_get0_serialNumber(certificate));
+    const Bytes subject = encode(i2d_X509_NAME, X509_get_subject_name(certificate), CKR_DATA_INVALID);
+    const Bytes issuer = encode(i2d_X509_NAME, X509_get_issuer_name(certificate), CKR_DATA_INVALID);
+    const Bytes serial = encode(i2d_ASN1_INTEGER, X509_get0_serialNumber(certificate), CKR_DATA_INVALID);
     allOrNothing(session, [&] {
         createObject(session, {attribute(CKA_CLASS, objectClass), attribute(CKA_CERTIFICATE_TYPE, type),
                                attribute(CKA_TOKEN, onToken), attribute(CKA_PRIVATE, isPrivate),
@@ -69,7 +60,8 @@ Certificate parseCertificate(const unsigned char* der, CK_ULONG length)
     const unsigned char* end = der;
     Certificate certificate(d2i_X509(nullptr, &end, static_cast<long>(length)));
     // OpenSSL reads BER as well, which GnuTLS would refuse when the certificate is to sign.
-    require(certificate && end == der + length && encode(i2d_X509, certificate.get()) == Bytes(der, end),
+    require(certificate && end == der + length &&
+                encode(i2d_X509, certificate.get(), CKR_DATA_INVALID) == Bytes(der, end),
             CKR_DATA_INVALID);
     return certificate;
 }
@@ -80,19 +72,19 @@ Bytes readCertificate(const Session& session, CK_OBJECT_HANDLE object)
     return readBytes(session, object, CKA_VALUE);
 }
 
-void importCert(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE handle, CK_BYTE_PTR certificate,
+void importCert(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE handle, CK_BYTE_PTR certificate,
                 CK_ULONG certificateLen, CK_BYTE_PTR id, CK_ULONG idLen)
 {
-    const Session session = {store, handle};
+    const Session session = {softHsm, handle};
     requireBlocks(session, id, idLen, certificate, certificateLen);
     const Certificate parsed = parseCertificate(certificate, certificateLen);
     addCertificate(session, commonName(parsed.get()), id, idLen, parsed.get(), certificate, certificateLen);
 }
 
-void importX509Certificate(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE handle, const char* label, CK_BYTE_PTR id,
+void importX509Certificate(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE handle, const char* label, CK_BYTE_PTR id,
                            CK_ULONG idLen, CK_BYTE_PTR certificate, CK_ULONG certificateLen)
 {
-    const Session session = {store, handle};
+    const Session session = {softHsm, handle};
     requireBlocks(session, id, idLen, certificate, certificateLen);
     require(label, CKR_ARGUMENTS_BAD);
     const Certificate parsed = parseCertificate(certificate, certificateLen);

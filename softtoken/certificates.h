@@ -16,11 +16,11 @@ Certificate parseCertificate(const unsigned char* der, CK_ULONG length);
 Bytes readCertificate(const Session& session, CK_OBJECT_HANDLE object);
 
 /// C_TOVR_ImportCert: the DER certificate, then the ID. The label is the subject's common name.
-void importCert(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE handle, CK_BYTE_PTR certificate,
+void importCert(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE handle, CK_BYTE_PTR certificate,
                 CK_ULONG certificateLen, CK_BYTE_PTR id, CK_ULONG idLen);
 
 /// C_TOVR_ImportX509Certificate
-void importX509Certificate(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE handle, const char* label, CK_BYTE_PTR id,
+void importX509Certificate(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE handle, const char* label, CK_BYTE_PTR id,
                            CK_ULONG idLen, CK_BYTE_PTR certificate, CK_ULONG certificateLen);
 
 } // namespace softtoken

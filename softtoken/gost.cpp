@@ -4,8 +4,11 @@
 
 #include <openssl/crypto.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
+#include <vector>
 
 namespace softtoken {
 namespace {
@@ -163,42 +166,42 @@ void importGostPrivateKey(const Session& session, CK_OBJECT_HANDLE object, gnutl
         CKR_KEY_TYPE_INCONSISTENT);
 }
 
-void generateKeyPair(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE handle, CK_MECHANISM_PTR mechanism,
+void generateKeyPair(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE handle, CK_MECHANISM_PTR mechanism,
                      CK_ATTRIBUTE_PTR publicTemplate, CK_ULONG publicCount, CK_ATTRIBUTE_PTR privateTemplate,
                      CK_ULONG privateCount, CK_OBJECT_HANDLE_PTR publicKey, CK_OBJECT_HANDLE_PTR privateKey)
 {
-    const Session session = {store, handle};
+    const Session session = {softHsm, handle};
     allOrNothing(session, [&] {
         if (mechanism && mechanism->mechanism == CKM_GOSTR3410_KEY_PAIR_GEN)
             generateGost(session, publicTemplate, publicCount, privateTemplate, privateCount, publicKey, privateKey);
         else
-            check(store.C_GenerateKeyPair(handle, mechanism, publicTemplate, publicCount, privateTemplate, privateCount,
-                                          publicKey, privateKey));
+            check(softHsm.C_GenerateKeyPair(handle, mechanism, publicTemplate, publicCount, privateTemplate,
+                                            privateCount, publicKey, privateKey));
     });
 }
 
-void getMechanismList(const CK_FUNCTION_LIST& store, CK_SLOT_ID slot, CK_MECHANISM_TYPE_PTR mechanisms,
+void getMechanismList(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_MECHANISM_TYPE_PTR mechanisms,
                       CK_ULONG_PTR count)
 {
-    const CK_SLOT_ID target = storeSlot(store, slot);
+    const CK_SLOT_ID target = softHsmSlot(softHsm, slot);
     require(count, CKR_ARGUMENTS_BAD);
     CK_ULONG length = 0;
-    check(store.C_GetMechanismList(target, nullptr, &length));
+    check(softHsm.C_GetMechanismList(target, nullptr, &length));
     std::vector<CK_MECHANISM_TYPE> all(length);
-    check(store.C_GetMechanismList(target, all.data(), &length));
+    check(softHsm.C_GetMechanismList(target, all.data(), &length));
     all.push_back(CKM_GOSTR3410_KEY_PAIR_GEN);
     deliver(all, mechanisms, count);
 }
 
-void getMechanismInfo(const CK_FUNCTION_LIST& store, CK_SLOT_ID slot, CK_MECHANISM_TYPE mechanism,
+void getMechanismInfo(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_MECHANISM_TYPE mechanism,
                       CK_MECHANISM_INFO_PTR info)
 {
-    const CK_SLOT_ID target = storeSlot(store, slot);
+    const CK_SLOT_ID target = softHsmSlot(softHsm, slot);
     require(info, CKR_ARGUMENTS_BAD);
     if (mechanism == CKM_GOSTR3410_KEY_PAIR_GEN)
         *info = {8 * coordinateLength, 8 * coordinateLength, CKF_GENERATE_KEY_PAIR};
     else
-        check(store.C_GetMechanismInfo(target, mechanism, info));
+        check(softHsm.C_GetMechanismInfo(target, mechanism, info));
 }
 
 } // namespace softtoken

@@ -161,16 +161,16 @@ void SigningKey::checkSigned(int result) const
 int SigningKey::signOnToken(const gnutls_datum_t& digestInfo, gnutls_datum_t& signature) noexcept
 {
     CK_MECHANISM mechanism = {CKM_RSA_PKCS, nullptr, 0};
-    tokenResult_ = session_.store.C_SignInit(session_.handle, &mechanism, object_);
+    tokenResult_ = session_.softHsm.C_SignInit(session_.handle, &mechanism, object_);
     CK_ULONG length = 0;
     if (tokenResult_ == CKR_OK)
-        tokenResult_ = session_.store.C_Sign(session_.handle, digestInfo.data, digestInfo.size, nullptr, &length);
+        tokenResult_ = session_.softHsm.C_Sign(session_.handle, digestInfo.data, digestInfo.size, nullptr, &length);
     if (tokenResult_ != CKR_OK)
         return GNUTLS_E_PK_SIGN_FAILED;
     signature.data = static_cast<unsigned char*>(gnutls_malloc(length));
     if (!signature.data)
         return GNUTLS_E_MEMORY_ERROR;
-    tokenResult_ = session_.store.C_Sign(session_.handle, digestInfo.data, digestInfo.size, signature.data, &length);
+    tokenResult_ = session_.softHsm.C_Sign(session_.handle, digestInfo.data, digestInfo.size, signature.data, &length);
     signature.size = static_cast<unsigned>(length);
     return tokenResult_ == CKR_OK ? GNUTLS_E_SUCCESS : GNUTLS_E_PK_SIGN_FAILED;
 }

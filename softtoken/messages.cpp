@@ -2,8 +2,13 @@
 
 #include "certificates.h"
 #include "keys.h"
+#include "store.h"
 
 #include <gnutls/pkcs7.h>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace softtoken {
 namespace {
@@ -107,12 +112,12 @@ void verifySignature(gnutls_pkcs7_t message, unsigned index, const gnutls_datum_
 
 } // namespace
 
-void pkcs7Sign(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE handle, CK_BYTE_PTR data, CK_ULONG dataLen,
+void pkcs7Sign(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE handle, CK_BYTE_PTR data, CK_ULONG dataLen,
                CK_OBJECT_HANDLE certificate, CK_BYTE_PTR signature, CK_ULONG_PTR signatureLen,
                CK_OBJECT_HANDLE privateKey, CK_OBJECT_HANDLE_PTR certificates, CK_ULONG certificateCount,
                CK_ULONG flags)
 {
-    const Session session = {store, handle};
+    const Session session = {softHsm, handle};
     requireUser(session);
     require(signatureLen && (flags == enclosed || flags == detached), CKR_ARGUMENTS_BAD);
     requireInput(data, dataLen);
@@ -138,11 +143,10 @@ void pkcs7Sign(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE handle, CK_BYTE_
     deliver(take(der), signature, signatureLen);
 }
 
-void pkcs7Verify(const CK_FUNCTION_LIST& store, CK_BYTE_PTR message, CK_ULONG messageLen, CK_BYTE_PTR content,
+void pkcs7Verify(const CK_FUNCTION_LIST& softHsm, CK_BYTE_PTR message, CK_ULONG messageLen, CK_BYTE_PTR content,
                  CK_ULONG contentLen)
 {
-    CK_INFO info;
-    check(store.C_GetInfo(&info));
+    require(isInitialised(softHsm), CKR_CRYPTOKI_NOT_INITIALIZED);
     requireInput(message, messageLen);
     requireInput(content, contentLen);
     const Message parsed = newMessage();

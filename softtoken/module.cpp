@@ -20,7 +20,7 @@ template <typename... Arguments, void (*function)(const List&, Arguments...)>
 struct Own<function> {
     static CK_RV call(Arguments... arguments)
     {
-        return atBoundary([&](const List& store) { function(store, arguments...); });
+        return atBoundary([&](const List& softHsm) { function(softHsm, arguments...); });
     }
 };
 
@@ -31,7 +31,7 @@ template <typename... Arguments, CK_RV (*List::*member)(Arguments...)>
 struct Forwarded<member> {
     static CK_RV call(Arguments... arguments)
     {
-        return atBoundary([&](const List& store) { check((store.*member)(arguments...)); });
+        return atBoundary([&](const List& softHsm) { check((softHsm.*member)(arguments...)); });
     }
 };
 
@@ -42,7 +42,8 @@ template <typename... Arguments, CK_RV (*List::*member)(CK_SLOT_ID, Arguments...
 struct ForwardedForSlot<member> {
     static CK_RV call(CK_SLOT_ID slot, Arguments... arguments)
     {
-        return atBoundary([&](const List& store) { check((store.*member)(storeSlot(store, slot), arguments...)); });
+        return atBoundary(
+            [&](const List& softHsm) { check((softHsm.*member)(softHsmSlot(softHsm, slot), arguments...)); });
     }
 };
 
@@ -53,8 +54,8 @@ template <typename... Arguments, CK_RV (*List::*member)(Arguments...)>
 struct ForwardedAndKept<member> {
     static CK_RV call(Arguments... arguments)
     {
-        return atBoundary([&](const List& store) {
-            check((store.*member)(arguments...));
+        return atBoundary([&](const List& softHsm) {
+            check((softHsm.*member)(arguments...));
             keepTokenFiles();
         });
     }

@@ -1,7 +1,7 @@
 // What the vendor functions read from the token and how they hand their bytes back.
 #pragma once
 
-#include "boundary.h"
+#include "failure.h"
 #include "owned.h"
 
 #include <algorithm>
@@ -9,9 +9,9 @@
 
 namespace softtoken {
 
-/// A caller's session, seen by SoftHSM2's functions.
+/// A caller's session and SoftHSM2's functions to see it by.
 struct Session {
-    const CK_FUNCTION_LIST& store;
+    const CK_FUNCTION_LIST& softHsm;
     CK_SESSION_HANDLE handle;
 };
 

@@ -1,6 +1,8 @@
 #include "reader.h"
 
+#include "failure.h"
 #include "recovery.h"
+#include "store.h"
 
 #include <algorithm>
 #include <iterator>
@@ -27,51 +29,51 @@ void fill(CK_UTF8CHAR (&field)[size], std::string_view text)
     std::fill(std::copy(text.begin(), text.end(), field), std::end(field), ' ');
 }
 
-bool holdsToken(const CK_FUNCTION_LIST& store, CK_SLOT_ID slot)
+bool holdsToken(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot)
 {
     CK_TOKEN_INFO info;
-    return store.C_GetTokenInfo(slot, &info) == CKR_OK && (info.flags & CKF_TOKEN_INITIALIZED);
+    return softHsm.C_GetTokenInfo(slot, &info) == CKR_OK && (info.flags & CKF_TOKEN_INITIALIZED);
 }
 
-void setUserPin(const CK_FUNCTION_LIST& store, CK_SLOT_ID slot, CK_UTF8CHAR_PTR soPin, CK_ULONG soPinLen)
+void setUserPin(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_UTF8CHAR_PTR soPin, CK_ULONG soPinLen)
 {
     CK_SESSION_HANDLE session;
-    check(store.C_OpenSession(slot, CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &session));
-    CK_RV rv = store.C_Login(session, CKU_SO, soPin, soPinLen);
+    check(softHsm.C_OpenSession(slot, CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &session));
+    CK_RV rv = softHsm.C_Login(session, CKU_SO, soPin, soPinLen);
     if (rv == CKR_OK)
-        rv = store.C_InitPIN(session, userPin, std::size(userPin));
+        rv = softHsm.C_InitPIN(session, userPin, std::size(userPin));
     // Closing the only session logs the security officer out.
-    store.C_CloseSession(session);
+    const CK_RV closed = softHsm.C_CloseSession(session);
     check(rv);
+    check(closed);
 }
 
 } // namespace
 
 // SoftHSM2 numbers its slots anew when a token appears and always lists a blank one behind it.
-CK_SLOT_ID storeSlot(const CK_FUNCTION_LIST& store, CK_SLOT_ID slot)
+CK_SLOT_ID softHsmSlot(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot)
 {
     CK_ULONG count = 0;
-    check(store.C_GetSlotList(CK_FALSE, nullptr, &count));
+    check(softHsm.C_GetSlotList(CK_FALSE, nullptr, &count));
     require(slot == readerSlot, CKR_SLOT_ID_INVALID);
     std::vector<CK_SLOT_ID> slots(count);
-    check(store.C_GetSlotList(CK_FALSE, slots.data(), &count));
+    check(softHsm.C_GetSlotList(CK_FALSE, slots.data(), &count));
     require(!slots.empty(), CKR_DEVICE_ERROR);
     const auto found =
-        std::find_if(slots.begin(), slots.end(), [&](CK_SLOT_ID each) { return holdsToken(store, each); });
+        std::find_if(slots.begin(), slots.end(), [&](CK_SLOT_ID each) { return holdsToken(softHsm, each); });
     return found == slots.end() ? slots.back() : *found;
 }
 
-void getInfo(const CK_FUNCTION_LIST& store, CK_INFO_PTR info)
+void getInfo(const CK_FUNCTION_LIST& softHsm, CK_INFO_PTR info)
 {
-    check(store.C_GetInfo(info));
+    check(softHsm.C_GetInfo(info));
     fill(info->manufacturerID, manufacturer);
     fill(info->libraryDescription, description);
 }
 
-void getSlotList(const CK_FUNCTION_LIST& store, CK_BBOOL, CK_SLOT_ID_PTR slots, CK_ULONG_PTR count)
+void getSlotList(const CK_FUNCTION_LIST& softHsm, CK_BBOOL, CK_SLOT_ID_PTR slots, CK_ULONG_PTR count)
 {
-    CK_INFO info;
-    check(store.C_GetInfo(&info));
+    require(isInitialised(softHsm), CKR_CRYPTOKI_NOT_INITIALIZED);
     require(count, CKR_ARGUMENTS_BAD);
     const CK_ULONG room = *count;
     *count = 1;
@@ -81,25 +83,25 @@ void getSlotList(const CK_FUNCTION_LIST& store, CK_BBOOL, CK_SLOT_ID_PTR slots, 
     *slots = readerSlot;
 }
 
-void getSlotInfo(const CK_FUNCTION_LIST& store, CK_SLOT_ID slot, CK_SLOT_INFO_PTR info)
+void getSlotInfo(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_SLOT_INFO_PTR info)
 {
-    check(store.C_GetSlotInfo(storeSlot(store, slot), info));
+    check(softHsm.C_GetSlotInfo(softHsmSlot(softHsm, slot), info));
     fill(info->slotDescription, readerName);
     fill(info->manufacturerID, manufacturer);
 }
 
-void getSessionInfo(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE session, CK_SESSION_INFO_PTR info)
+void getSessionInfo(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE session, CK_SESSION_INFO_PTR info)
 {
-    check(store.C_GetSessionInfo(session, info));
+    check(softHsm.C_GetSessionInfo(session, info));
     info->slotID = readerSlot;
 }
 
-void initToken(const CK_FUNCTION_LIST& store, CK_SLOT_ID slot, CK_UTF8CHAR_PTR pin, CK_ULONG pinLen,
+void initToken(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_UTF8CHAR_PTR pin, CK_ULONG pinLen,
                CK_UTF8CHAR_PTR label)
 {
-    const CK_SLOT_ID target = storeSlot(store, slot);
-    check(store.C_InitToken(target, pin, pinLen, label));
-    setUserPin(store, target, pin, pinLen);
+    const CK_SLOT_ID target = softHsmSlot(softHsm, slot);
+    check(softHsm.C_InitToken(target, pin, pinLen, label));
+    setUserPin(softHsm, target, pin, pinLen);
     keepTokenFiles();
 }
 

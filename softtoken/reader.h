@@ -1,20 +1,20 @@
 // The token's one reader: the same slot under the same name, whether the token is blank or initialised.
 #pragma once
 
-#include "boundary.h"
+#include "tovr_pkcs11.h"
 
 namespace softtoken {
 
 /// SoftHSM2's slot behind the slot that callers see; any other fails with CKR_SLOT_ID_INVALID.
-CK_SLOT_ID storeSlot(const CK_FUNCTION_LIST& store, CK_SLOT_ID slot);
+CK_SLOT_ID softHsmSlot(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot);
 
-void getInfo(const CK_FUNCTION_LIST& store, CK_INFO_PTR info);
-void getSlotList(const CK_FUNCTION_LIST& store, CK_BBOOL tokenPresent, CK_SLOT_ID_PTR slots, CK_ULONG_PTR count);
-void getSlotInfo(const CK_FUNCTION_LIST& store, CK_SLOT_ID slot, CK_SLOT_INFO_PTR info);
-void getSessionInfo(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE session, CK_SESSION_INFO_PTR info);
+void getInfo(const CK_FUNCTION_LIST& softHsm, CK_INFO_PTR info);
+void getSlotList(const CK_FUNCTION_LIST& softHsm, CK_BBOOL tokenPresent, CK_SLOT_ID_PTR slots, CK_ULONG_PTR count);
+void getSlotInfo(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_SLOT_INFO_PTR info);
+void getSessionInfo(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE session, CK_SESSION_INFO_PTR info);
 
 /// C_InitToken, after which the user's PIN is 12345678: SoftHSM2 alone would leave the token without one.
-void initToken(const CK_FUNCTION_LIST& store, CK_SLOT_ID slot, CK_UTF8CHAR_PTR pin, CK_ULONG pinLen,
+void initToken(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_UTF8CHAR_PTR pin, CK_ULONG pinLen,
                CK_UTF8CHAR_PTR label);
 
 } // namespace softtoken

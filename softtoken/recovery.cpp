@@ -1,6 +1,8 @@
 #include "recovery.h"
 
+#include <cstdint>
 #include <string>
+#include <system_error>
 
 namespace softtoken {
 namespace {
@@ -9,13 +11,13 @@ namespace fs = std::filesystem;
 
 fs::path folder; // that of the last initialisation
 
-/// In one step: whoever dies here leaves the old file or the new one.
+/// In one step: whoever dies here leaves the old file or the new one, and an error leaves the old one.
 void replace(const fs::path& file, const fs::path& by)
 {
-    std::error_code error;
+    std::error_code ignored;
     const fs::path fresh = file.string() + ".new";
-    if (fs::copy_file(by, fresh, fs::copy_options::overwrite_existing, error))
-        fs::rename(fresh, file, error);
+    if (fs::copy_file(by, fresh, fs::copy_options::overwrite_existing, ignored))
+        fs::rename(fresh, file, ignored);
 }
 
 /// Calls `job(file, copy)` for every token.

@@ -1,5 +1,6 @@
 #include "requests.h"
 
+#include "der.h"
 #include "keys.h"
 
 #include <openssl/conf.h>
@@ -100,6 +101,7 @@ void addExtensions(X509_REQ* request, CK_BYTE_PTR triples, CK_ULONG count)
         return;
     // An empty configuration, so that a value which names a section of one ("@section") is refused.
     const Owned<CONF, NCONF_free> configuration(NCONF_new(nullptr));
+    require(configuration != nullptr, CKR_HOST_MEMORY);
     X509V3_CTX context;
     X509V3_set_ctx(&context, nullptr, nullptr, request, nullptr, 0);
     X509V3_set_nconf(&context, configuration.get());
@@ -146,29 +148,19 @@ void setPublicKey(X509_REQ* request, gnutls_pubkey_t key)
             CKR_HOST_MEMORY);
 }
 
-template <typename Subject>
-Bytes encode(int (*encoder)(Subject*, unsigned char**), X509_REQ* request)
-{
-    const int length = encoder(request, nullptr);
-    require(length > 0, CKR_FUNCTION_FAILED);
-    Bytes der(static_cast<std::size_t>(length));
-    unsigned char* end = der.data();
-    encoder(request, &end);
-    return der;
-}
-
 /// The algorithm is part of what is signed, so it is named first.
 void sign(X509_REQ* request, const SigningKey& key)
 {
     const bool isRsa = key.type() == GNUTLS_PK_RSA;
     const Owned<X509_ALGOR, X509_ALGOR_free> algorithm(X509_ALGOR_new());
     require(algorithm != nullptr, CKR_HOST_MEMORY);
-    X509_ALGOR_set0(algorithm.get(),
-                    OBJ_nid2obj(isRsa ? NID_sha256WithRSAEncryption : NID_id_GostR3411_94_with_GostR3410_2001),
-                    isRsa ? V_ASN1_NULL : V_ASN1_UNDEF, nullptr);
+    require(X509_ALGOR_set0(algorithm.get(),
+                            OBJ_nid2obj(isRsa ? NID_sha256WithRSAEncryption : NID_id_GostR3411_94_with_GostR3410_2001),
+                            isRsa ? V_ASN1_NULL : V_ASN1_UNDEF, nullptr),
+            CKR_HOST_MEMORY);
     require(X509_REQ_set1_signature_algo(request, algorithm.get()), CKR_HOST_MEMORY);
 
-    const Bytes value = key.sign(encode(i2d_re_X509_REQ_tbs, request));
+    const Bytes value = key.sign(encode(i2d_re_X509_REQ_tbs, request, CKR_FUNCTION_FAILED));
     ASN1_BIT_STRING* signature = ASN1_BIT_STRING_new();
     require(signature && ASN1_STRING_set(signature, value.data(), static_cast<int>(value.size())), CKR_HOST_MEMORY);
     // Whole bytes: no bit at the end is unused.
@@ -178,11 +170,12 @@ void sign(X509_REQ* request, const SigningKey& key)
 
 } // namespace
 
-void createCsr(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE handle, CK_OBJECT_HANDLE publicKey, CK_BYTE_PTR subject,
-               CK_ULONG subjectCount, CK_BYTE_PTR csr, CK_ULONG_PTR csrLen, CK_OBJECT_HANDLE privateKey,
-               CK_BYTE_PTR attributes, CK_ULONG attributeCount, CK_BYTE_PTR extensions, CK_ULONG extensionCount)
+void createCsr(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE handle, CK_OBJECT_HANDLE publicKey,
+               CK_BYTE_PTR subject, CK_ULONG subjectCount, CK_BYTE_PTR csr, CK_ULONG_PTR csrLen,
+               CK_OBJECT_HANDLE privateKey, CK_BYTE_PTR attributes, CK_ULONG attributeCount, CK_BYTE_PTR extensions,
+               CK_ULONG extensionCount)
 {
-    const Session session = {store, handle};
+    const Session session = {softHsm, handle};
     requireUser(session);
     require(csrLen, CKR_ARGUMENTS_BAD);
     requireInput(subject, subjectCount);
@@ -199,7 +192,7 @@ void createCsr(const CK_FUNCTION_LIST& store, CK_SESSION_HANDLE handle, CK_OBJEC
     addAttributes(request.get(), attributes, attributeCount);
     addExtensions(request.get(), extensions, extensionCount);
     sign(request.get(), signingKey);
-    deliver(encode(i2d_X509_REQ, request.get()), csr, csrLen);
+    deliver(encode(i2d_X509_REQ, request.get(), CKR_FUNCTION_FAILED), csr, csrLen);
 }
 
 } // namespace softtoken

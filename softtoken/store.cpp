@@ -1,19 +1,22 @@
 #include "store.h"
 
-#include "boundary.h"
+#include "failure.h"
 #include "recovery.h"
 
-#include <cerrno>
-#include <cstdlib>
-#include <dlfcn.h>
-#include <filesystem>
-#include <fstream>
 #include <gnutls/gnutls.h>
-#include <iterator>
 #include <openssl/crypto.h>
-#include <string>
+
+#include <dlfcn.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
 
 namespace softtoken {
 namespace {
@@ -37,7 +40,7 @@ public:
     ~Library()
     {
         if (handle_)
-            dlclose(handle_);
+            (void)dlclose(handle_); // at worst it stays
     }
     Library(const Library&) = delete;
     Library& operator=(const Library&) = delete;
@@ -108,19 +111,26 @@ void writeConfiguration(const fs::path& path, const std::string& text)
         return;
     const fs::path fresh = path.string() + "." + std::to_string(getpid());
     std::ofstream file(fresh, std::ios::binary);
-    file << text << std::flush;
-    require(file.good(), CKR_GENERAL_ERROR);
-    fs::rename(fresh, path);
+    const bool replaced = file << text << std::flush && std::rename(fresh.c_str(), path.c_str()) == 0;
+    if (!replaced)
+        (void)std::remove(fresh.c_str()); // where the disk is full it is there, but empty
+    require(replaced, CKR_GENERAL_ERROR);
 }
 
 } // namespace
 
-const CK_FUNCTION_LIST& store()
+const CK_FUNCTION_LIST& softHsm()
 {
     return library.functions();
 }
 
-void initialise(const CK_FUNCTION_LIST& store, CK_VOID_PTR arguments)
+bool isInitialised(const CK_FUNCTION_LIST& softHsm)
+{
+    CK_INFO info;
+    return softHsm.C_GetInfo(&info) != CKR_CRYPTOKI_NOT_INITIALIZED;
+}
+
+void initialise(const CK_FUNCTION_LIST& softHsm, CK_VOID_PTR arguments)
 {
     const fs::path home = directory();
     // SoftHSM2 would cut a path short at these.
@@ -129,9 +139,7 @@ void initialise(const CK_FUNCTION_LIST& store, CK_VOID_PTR arguments)
     const bool configured = fromEnvironment("SOFTHSM2_CONF") == configuration;
 
     // SoftHSM2 runs once in a process. Where it already runs on another store, the tokens are somebody else's.
-    CK_INFO info;
-    require(store.C_GetInfo(&info) == CKR_CRYPTOKI_NOT_INITIALIZED,
-            configured ? CKR_CRYPTOKI_ALREADY_INITIALIZED : CKR_GENERAL_ERROR);
+    require(!isInitialised(softHsm), configured ? CKR_CRYPTOKI_ALREADY_INITIALIZED : CKR_GENERAL_ERROR);
 
     fs::create_directories(home.parent_path());
     makePrivateDirectory(home);
@@ -143,7 +151,7 @@ void initialise(const CK_FUNCTION_LIST& store, CK_VOID_PTR arguments)
     if (!configured)
         require(setenv("SOFTHSM2_CONF", configuration.c_str(), 1) == 0, CKR_HOST_MEMORY);
     restoreTokenFiles(home / "tokens");
-    check(store.C_Initialize(arguments));
+    check(softHsm.C_Initialize(arguments));
 }
 
 } // namespace softtoken

@@ -1,15 +1,18 @@
 // Where the token lives: a directory of SoftHSM2 objects, and SoftHSM2 itself, loaded at first use.
 #pragma once
 
-#include <tovr_pkcs11.h>
+#include "tovr_pkcs11.h"
 
 namespace softtoken {
 
 /// SoftHSM2's functions. They stay loaded until this module is unloaded.
-const CK_FUNCTION_LIST& store();
+const CK_FUNCTION_LIST& softHsm();
+
+/// Whether SoftHSM2 runs. C_GetInfo is the one function that asks for nothing else.
+bool isInitialised(const CK_FUNCTION_LIST& softHsm);
 
 /// C_Initialize: makes the directory named by VORNIX_SOFTTOKEN_DIR ready, or the one under the user's data directory,
 /// and starts SoftHSM2 on it. The directory is looked up afresh each time.
-void initialise(const CK_FUNCTION_LIST& store, CK_VOID_PTR arguments);
+void initialise(const CK_FUNCTION_LIST& softHsm, CK_VOID_PTR arguments);
 
 } // namespace softtoken

@@ -1,0 +1,21 @@
+// OpenSSL's structures as bytes.
+#pragma once
+
+#include "failure.h"
+#include "owned.h"
+
+namespace softtoken {
+
+/// The DER encoding by one of OpenSSL's i2d functions; fails with `code` when there is none.
+template <typename Encoder, typename Object>
+Bytes encode(Encoder* encoder, Object* object, CK_RV code)
+{
+    const int length = encoder(object, nullptr);
+    require(length > 0, code);
+    Bytes der(static_cast<std::size_t>(length));
+    unsigned char* end = der.data();
+    require(encoder(object, &end) == length, code);
+    return der;
+}
+
+} // namespace softtoken
