@@ -1,39 +1,24 @@
 #include "tools.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <fcntl.h>
 #include <fstream>
 #include <iterator>
-#include <spawn.h>
 #include <stdexcept>
-#include <sys/wait.h>
 #include <system_error>
-#include <unistd.h>
 
 namespace endtoend {
 namespace {
 
-void check(int error, const std::string& what)
-{
-    if (error != 0)
-        throw std::system_error(error, std::generic_category(), what);
-}
-
-std::string readAll(int descriptor)
-{
-    std::string text;
-    std::array<char, 4096> chunk;
-    for (ssize_t length; (length = read(descriptor, chunk.data(), chunk.size())) > 0;)
-        text.append(chunk.data(), static_cast<std::size_t>(length));
-    return text;
-}
-
 void prepend(std::vector<std::string>& arguments, std::initializer_list<std::string> first)
 {
     arguments.insert(arguments.begin(), first);
+}
+
+std::string shown(const Outcome& outcome)
+{
+    return "status " + std::to_string(outcome.status) + "\n" + outcome.out + outcome.err;
 }
 
 } // namespace
@@ -61,7 +46,8 @@ Bytes spoilt(Bytes original, const Bytes& part)
 Folder::Folder()
 {
     std::string name = std::filesystem::temp_directory_path() / "vornix-XXXXXX";
-    check(mkdtemp(name.data()) ? 0 : errno, name);
+    if (!mkdtemp(name.data()))
+        throw std::system_error(errno, std::generic_category(), name);
     path_ = name;
 }
 
@@ -89,30 +75,8 @@ Bytes Folder::read(const std::string& name) const
 
 Outcome run(const Folder& folder, std::vector<std::string> arguments)
 {
-    std::vector<char*> argv;
-    for (std::string& argument : arguments)
-        argv.push_back(argument.data());
-    argv.push_back(nullptr);
-
-    int ends[2];
-    check(pipe(ends) == 0 ? 0 : errno, "pipe");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addchdir_np(&actions, folder.path().c_str());
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
-    posix_spawn_file_actions_addclose(&actions, ends[0]);
-    pid_t child = 0;
-    const int error = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(ends[1]);
-    std::string output = error == 0 ? readAll(ends[0]) : "";
-    close(ends[0]);
-    check(error, arguments.front());
-    int status = 0;
-    check(waitpid(child, &status, 0) == child ? 0 : errno, "waitpid");
-    return {WIFEXITED(status) && WEXITSTATUS(status) == 0, std::move(output)};
+    prepend(arguments, {"env", "--chdir=" + folder.path().string()});
+    return ::run(arguments);
 }
 
 Outcome openssl(const Folder& folder, std::vector<std::string> arguments)
@@ -132,12 +96,18 @@ Outcome gostOpenssl(const Folder& folder, std::vector<std::string> arguments)
 
 testing::AssertionResult succeeded(const Outcome& outcome)
 {
-    return outcome.succeeded ? testing::AssertionSuccess() : testing::AssertionFailure() << outcome.output;
+    return testing::AssertionResult(outcome.status == 0) << shown(outcome);
 }
 
 testing::AssertionResult refused(const Outcome& outcome)
 {
-    return outcome.succeeded ? testing::AssertionFailure() << outcome.output : testing::AssertionSuccess();
+    return testing::AssertionResult(outcome.status > 0 && outcome.status < 125) << shown(outcome);
+}
+
+testing::AssertionResult verified(const Outcome& outcome)
+{
+    const bool good = outcome.status == 0 && outcome.err.find("verify OK") != std::string::npos;
+    return testing::AssertionResult(good) << shown(outcome);
 }
 
 } // namespace endtoend

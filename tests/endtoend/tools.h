@@ -1,14 +1,21 @@
 // A folder for one test and the programs that judge what the token made.
 #pragma once
 
-#include <filesystem>
+#include "child_process.h"
+
 #include <gtest/gtest.h>
+
+#include <filesystem>
 #include <string>
 #include <vector>
 
 namespace endtoend {
 
 using Bytes = std::vector<unsigned char>;
+
+inline constexpr const char* readerName = "Vornix Soft Reader 00 00";
+inline const std::string soPin = "87654321";
+inline const std::string userPin = "12345678"; ///< as initialisation leaves it
 
 Bytes bytes(const std::string& text);
 
@@ -34,11 +41,6 @@ private:
     std::filesystem::path path_;
 };
 
-struct Outcome {
-    bool succeeded;
-    std::string output; ///< standard output and standard error
-};
-
 /// Runs a program inside the folder; its arguments name files there.
 Outcome run(const Folder& folder, std::vector<std::string> arguments);
 Outcome openssl(const Folder& folder, std::vector<std::string> arguments);
@@ -47,6 +49,11 @@ Outcome openssl(const Folder& folder, std::vector<std::string> arguments);
 Outcome gostOpenssl(const Folder& folder, std::vector<std::string> arguments);
 
 testing::AssertionResult succeeded(const Outcome& outcome);
+
+/// That the program gave a verdict, and not for want of starting or living (status 125 and above).
 testing::AssertionResult refused(const Outcome& outcome);
+
+/// That openssl found a request's signature good: `req -verify` ends with status 0 either way.
+testing::AssertionResult verified(const Outcome& outcome);
 
 } // namespace endtoend

@@ -28,13 +28,13 @@ int statusOf(int waited)
     return WIFEXITED(waited) ? WEXITSTATUS(waited) : 128 + WTERMSIG(waited);
 }
 
-/// A file in memory that a program writes into.
-class Capture {
+/// Empty at first; what a program reads from or writes into.
+class MemoryFile {
 public:
-    Capture() : descriptor(checked(memfd_create("captured", MFD_CLOEXEC), "memfd_create")) {}
-    ~Capture() { close(descriptor); }
-    Capture(const Capture&) = delete;
-    Capture& operator=(const Capture&) = delete;
+    MemoryFile() : descriptor(checked(memfd_create("stream", MFD_CLOEXEC), "memfd_create")) {}
+    ~MemoryFile() { (void)close(descriptor); } // nothing to lose: it was never on a disk
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
 
     int file() const { return descriptor; }
 
@@ -53,7 +53,7 @@ private:
 
 } // namespace
 
-ChildProcess::ChildProcess(const std::vector<std::string>& command, int out, int err)
+ChildProcess::ChildProcess(const std::vector<std::string>& command, int in, int out, int err)
 {
     std::vector<char*> arguments;
     arguments.reserve(command.size() + 1);
@@ -66,8 +66,8 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, int out, int
     if (pid != 0)
         return;
     // Only system calls from here on: another thread of the parent may have held a lock.
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() == parent && dup2(out, STDOUT_FILENO) >= 0 && dup2(err, STDERR_FILENO) >= 0)
+    if (prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == parent && dup2(in, STDIN_FILENO) >= 0 &&
+        dup2(out, STDOUT_FILENO) >= 0 && dup2(err, STDERR_FILENO) >= 0)
         execvp(arguments[0], arguments.data());
     constexpr std::string_view reason = ": cannot be run\n";
     (void)!write(STDERR_FILENO, arguments[0], std::strlen(arguments[0])); // nobody is left to tell of a failure
@@ -79,14 +79,14 @@ ChildProcess::~ChildProcess()
 {
     if (pid == 0)
         return;
-    kill(pid, SIGKILL);
-    wait();
+    (void)kill(pid, SIGKILL); // cannot fail: until somebody waits for it there is this child
+    (void)wait();
 }
 
-void ChildProcess::terminate()
+void ChildProcess::signal(int number)
 {
     if (pid != 0)
-        kill(pid, SIGTERM);
+        (void)kill(pid, number); // cannot fail either
 }
 
 bool ChildProcess::running()
@@ -114,8 +114,9 @@ int ChildProcess::wait()
 
 Outcome run(const std::vector<std::string>& command)
 {
-    const Capture out;
-    const Capture err;
-    const int status = ChildProcess(command, out.file(), err.file()).wait();
+    const MemoryFile in;
+    const MemoryFile out;
+    const MemoryFile err;
+    const int status = ChildProcess(command, in.file(), out.file(), err.file()).wait();
     return {status, out.text(), err.text()};
 }

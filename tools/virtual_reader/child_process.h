@@ -8,16 +8,17 @@
 
 class ChildProcess {
 public:
-    /// Starts `command`, a program looked for in PATH and its arguments, with these descriptors as standard output and
-    /// standard error. It is killed when the thread that started it ends, however that comes about.
-    ChildProcess(const std::vector<std::string>& command, int out, int err);
+    /// Starts `command`, a program looked for in PATH and its arguments, with these descriptors as standard input,
+    /// output and error. It is killed when the thread that started it ends, however that comes about.
+    ChildProcess(const std::vector<std::string>& command, int in, int out, int err);
 
     /// Kills the program if it still runs.
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
-    void terminate();
+    /// Sends the program a signal, if it still runs.
+    void signal(int number);
 
     bool running();
 
@@ -37,4 +38,5 @@ struct Outcome {
     std::string err;
 };
 
+/// Runs `command` to its end, with nothing on its standard input.
 Outcome run(const std::vector<std::string>& command);

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <stdexcept>
 
 namespace {
@@ -18,7 +19,7 @@ DWORD readerState()
     SCARD_READERSTATE state{};
     state.szReader = virtualReader;
     const LONG result = SCardGetStatusChange(context, 0, &state, 1);
-    SCardReleaseContext(context);
+    (void)SCardReleaseContext(context); // the service drops it with the connection
     return result == SCARD_S_SUCCESS ? state.dwEventState : 0;
 }
 
@@ -26,7 +27,8 @@ DWORD readerState()
 
 // What the daemon writes is of interest when a test fails; standard output is the command's.
 PcscService::PcscService()
-    : daemon({PCSCD, "--foreground", "--critical", "--config", READER_CONFIGURATION}, STDERR_FILENO, STDERR_FILENO)
+    : daemon({PCSCD, "--foreground", "--critical", "--config", READER_CONFIGURATION}, STDIN_FILENO, STDERR_FILENO,
+             STDERR_FILENO)
 {
     waitForReader([](DWORD state) { return (state & (SCARD_STATE_EMPTY | SCARD_STATE_PRESENT)) != 0; });
 }
@@ -55,21 +57,23 @@ void PcscService::waitForReader(bool (*condition)(DWORD state))
 
 void PcscService::stop()
 {
-    daemon.terminate();
-    daemon.wait();
+    daemon.signal(SIGTERM);
+    (void)daemon.wait(); // gone, with whatever status
 }
 
 CardUser::CardUser(DWORD shareMode)
 {
-    SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &context);
+    // Where either fails, transmit() tells.
+    (void)SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &context);
     DWORD protocol = 0;
-    SCardConnect(context, virtualReader, shareMode, SCARD_PROTOCOL_T0, &card, &protocol);
+    (void)SCardConnect(context, virtualReader, shareMode, SCARD_PROTOCOL_T0, &card, &protocol);
 }
 
 CardUser::~CardUser()
 {
-    SCardDisconnect(card, SCARD_LEAVE_CARD);
-    SCardReleaseContext(context);
+    // Where either fails, there is no connection to end.
+    (void)SCardDisconnect(card, SCARD_LEAVE_CARD);
+    (void)SCardReleaseContext(context);
 }
 
 LONG CardUser::transmit() const

@@ -18,7 +18,8 @@ int main(int count, char** arguments)
         PcscService service;
         VirtualCard card;
         card.waitUntilIdle();
-        const int status = ChildProcess({arguments + 1, arguments + count}, STDOUT_FILENO, STDERR_FILENO).wait();
+        ChildProcess command({arguments + 1, arguments + count}, STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO);
+        const int status = command.wait();
         std::cout << "The card in \"" << virtualReader << "\" saw:\n";
         for (const std::string& event : card.takeRecord())
             std::cout << "  " << event << '\n';

@@ -6,8 +6,6 @@ namespace endtoend {
 
 namespace {
 
-const std::string userPin = "12345678";
-const std::string soPin = "87654321";
 const Bytes keyId = {0x01};
 const Bytes everyContent = bytes("to be signed again and again");
 

@@ -9,8 +9,8 @@
 
 namespace endtoend {
 
-inline constexpr const char* readerName = "Vornix Soft Reader 00 00";
 inline constexpr const char* keyLabel = "endurance";
+inline const std::string otherPin = "abcdefgh";
 
 /// Runs one job as a native method does: load, initialise, find the reader, work, finalise, unload. Returns its code.
 CK_RV onToken(const std::function<CK_RV(P11Wrapper&, CK_SLOT_ID)>& job);

@@ -1,7 +1,8 @@
-// Writes to the token in VORNIX_SOFTTOKEN_DIR until it is killed.
+// Writes to the token in VORNIX_SOFTTOKEN_DIR until it is killed. Ends by itself only when it cannot go on: with status
+// 1 after a code that is not 0, with 2 when it does not know the job.
 #include "full_cycle.h"
 
-#include <cstring>
+#include <string>
 
 int main(int count, char** arguments)
 {
@@ -14,7 +15,11 @@ int main(int count, char** arguments)
             rv = import(certificate);
         else if (job == "generating")
             rv = generateKeyPair({0x02});
-        else if (job == "changingThePin" && (rv = changePin("12345678", "abcdefgh")) == CKR_OK)
-            rv = changePin("abcdefgh", "12345678");
+        else if (job == "changingThePin") {
+            rv = changePin(userPin, otherPin);
+            if (rv == CKR_OK)
+                rv = changePin(otherPin, userPin);
+        } else
+            return 2;
     return 1;
 }

@@ -27,8 +27,8 @@ TEST_F(JdkProvider, ReadsThePrivateKeyWithItsCertificate)
     const Bytes der = issue("\x01\x02");
     const Outcome listed = keytool({"-list"});
     EXPECT_TRUE(succeeded(listed));
-    EXPECT_NE(std::string::npos, listed.output.find("contains 1 entry")) << listed.output;
-    EXPECT_NE(std::string::npos, listed.output.find("PrivateKeyEntry")) << listed.output;
+    EXPECT_NE(std::string::npos, listed.out.find("contains 1 entry")) << listed.out;
+    EXPECT_NE(std::string::npos, listed.out.find("PrivateKeyEntry")) << listed.out;
 
     EXPECT_TRUE(succeeded(keytool({"-exportcert", "-alias", "issued", "-file", "exported.der"})));
     EXPECT_EQ(der, folder.read("exported.der"));
@@ -38,7 +38,7 @@ TEST_F(JdkProvider, SignsARequestThatOpensslFindsGood)
 {
     issue("\x01\x02");
     EXPECT_TRUE(succeeded(keytool({"-certreq", "-alias", "issued", "-file", "request.pem"})));
-    EXPECT_TRUE(succeeded(openssl(folder, {"req", "-verify", "-noout", "-in", "request.pem"})));
+    EXPECT_TRUE(verified(openssl(folder, {"req", "-verify", "-noout", "-in", "request.pem"})));
 }
 
 } // namespace

@@ -19,8 +19,8 @@ TEST_F(Pkcs11Tool, SeesTheReaderAndItsToken)
 {
     const Outcome slots = pkcs11Tool({"--list-slots"});
     EXPECT_TRUE(succeeded(slots));
-    EXPECT_NE(std::string::npos, slots.output.find(readerName)) << slots.output;
-    EXPECT_NE(std::string::npos, slots.output.find("VORNIX Token")) << slots.output;
+    EXPECT_NE(std::string::npos, slots.out.find(readerName)) << slots.out;
+    EXPECT_NE(std::string::npos, slots.out.find("VORNIX Token")) << slots.out;
 }
 
 TEST_F(Pkcs11Tool, InitialisesATokenThatTheDefaultPinOpens)
@@ -61,7 +61,7 @@ TEST_F(Pkcs11Tool, GeneratesAGostKeyPair)
     const Outcome outcome = pkcs11Tool(
         {"--login", "--pin", userPin, "--keypairgen", "--key-type", "GOSTR3410:A", "--id", "0102", "--label", "tool"});
     EXPECT_TRUE(succeeded(outcome));
-    EXPECT_NE(std::string::npos, outcome.output.find("Private Key Object; GOSTR3410")) << outcome.output;
+    EXPECT_NE(std::string::npos, outcome.out.find("Private Key Object; GOSTR3410")) << outcome.out;
 }
 
 } // namespace

@@ -20,8 +20,8 @@ protected:
         folder.write("request.der", csr);
         const Outcome outcome = openssl(folder, {"req", "-inform", "DER", "-in", "request.der", "-verify", "-noout",
                                                  "-text", "-nameopt", "RFC2253,-esc_msb,utf8"});
-        EXPECT_TRUE(succeeded(outcome));
-        return outcome.output;
+        EXPECT_TRUE(verified(outcome));
+        return outcome.out;
     }
 
     CK_RV attempt(const RequestText& text)
@@ -43,7 +43,7 @@ TEST_F(Requests, AreSignedByTheTokensKey)
     EXPECT_TOLD("Public-Key: (2048 bit)", text);
     const Outcome certtool = run(folder, {CERTTOOL_PROGRAM, "--crq-info", "--inder", "--infile", "request.der"});
     EXPECT_TRUE(succeeded(certtool));
-    EXPECT_TOLD("Self signature: verified", certtool.output);
+    EXPECT_TOLD("Self signature: verified", certtool.out);
 }
 
 TEST_F(Requests, TakeSubjectsByShortNameAndDottedOid)

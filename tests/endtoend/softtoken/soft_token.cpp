@@ -1,7 +1,8 @@
 #include "soft_token.h"
 
-#include <cstdlib>
 #include <dlfcn.h>
+
+#include <cstdlib>
 #include <stdexcept>
 
 namespace endtoend {
@@ -49,8 +50,8 @@ Module::Module() : handle_(dlopen(SOFTTOKEN_FILE, RTLD_NOW))
 
 Module::~Module()
 {
-    list_->standard.C_Finalize(nullptr);
-    dlclose(handle_);
+    (void)list_->standard.C_Finalize(nullptr); // it may have been finalised, or never initialised
+    (void)dlclose(handle_);
 }
 
 StoreTest::StoreTest()

@@ -1,16 +1,11 @@
 // The software token in a folder of its own, called through its function list.
 #pragma once
 
+#include "ckr.h"
 #include "tools.h"
-
-#include <ckr.h>
-#include <tovr_pkcs11.h>
+#include "tovr_pkcs11.h"
 
 namespace endtoend {
-
-inline constexpr const char* readerName = "Vornix Soft Reader 00 00";
-inline const std::string soPin = "87654321";
-inline const std::string userPin = "12345678";
 
 /// The module from load to unload. Finalised on the way, in case it was initialised.
 class Module {

@@ -1,9 +1,12 @@
 // Where the token is kept, and the module's life from load to unload.
 #include "soft_token.h"
 
-#include <cstdlib>
 #include <dlfcn.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+
+#include <csignal>
+#include <cstdlib>
 
 namespace endtoend {
 namespace {
@@ -92,6 +95,22 @@ TEST_F(Store, RefusesToStartWhereItCannotWrite)
     const Module module;
     EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
     EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, module->standard.C_Finalize(nullptr));
+}
+
+TEST_F(Store, KeepsNoConfigurationThatItCouldNotWrite)
+{
+    const Module module;
+    rlimit usual = {};
+    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &usual));
+    const rlimit none = {0, usual.rlim_max};
+    const auto disposition = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &none));
+    const CK_RV rv = module->standard.C_Initialize(nullptr);
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &usual));
+    (void)std::signal(SIGXFSZ, disposition);
+    EXPECT_CKR(CKR_GENERAL_ERROR, rv);
+    for (const fs::directory_entry& left : fs::directory_iterator(folder.path() / "token"))
+        EXPECT_EQ("tokens", left.path().filename());
 }
 
 TEST_F(Store, RefusesAPathThatItsStorageWouldCutShort)
@@ -235,10 +254,10 @@ TEST_F(StoreWithToken, IsReadAfterItsTokenFileWasCutShort)
 TEST(StoreFile, ShowsNothingButItsEntryPoint)
 {
     const Folder folder;
-    const Outcome symbols = run(folder, {"nm", "--dynamic", "--defined-only", "--format=posix", SOFTTOKEN_FILE});
+    const Outcome symbols = run(folder, {NM, "--dynamic", "--defined-only", "--format=posix", SOFTTOKEN_FILE});
     ASSERT_TRUE(succeeded(symbols));
-    EXPECT_EQ(0U, symbols.output.find("C_GetFunctionList T ")) << symbols.output;
-    EXPECT_EQ(symbols.output.size() - 1, symbols.output.find('\n')) << symbols.output;
+    EXPECT_EQ(0U, symbols.out.find("C_GetFunctionList T ")) << symbols.out;
+    EXPECT_EQ(symbols.out.size() - 1, symbols.out.find('\n')) << symbols.out;
 }
 
 } // namespace
