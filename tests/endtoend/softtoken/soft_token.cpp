@@ -150,6 +150,18 @@ CK_OBJECT_HANDLE TokenTest::create(std::vector<CK_ATTRIBUTE> attributes)
     return object;
 }
 
+void TokenTest::expectWholeOutputs(const std::function<CK_RV(CK_BYTE_PTR, CK_ULONG_PTR)>& call)
+{
+    CK_ULONG needed = 0;
+    ASSERT_CKR(CKR_OK, call(nullptr, &needed));
+    Bytes room(needed, 0xAA);
+    CK_ULONG length = needed - 1;
+    EXPECT_CKR(CKR_BUFFER_TOO_SMALL, call(room.data(), &length));
+    EXPECT_EQ(needed, length);
+    EXPECT_EQ(Bytes(needed, 0xAA), room);
+    EXPECT_CKR(CKR_ARGUMENTS_BAD, call(room.data(), nullptr));
+}
+
 std::vector<CK_OBJECT_HANDLE> TokenTest::find(CK_OBJECT_CLASS objectClass, const std::string& id) const
 {
     CK_ATTRIBUTE query[] = {{CKA_CLASS, &objectClass, sizeof objectClass}, {CKA_ID, start(id), id.size()}};

@@ -5,6 +5,8 @@
 #include "tools.h"
 #include "tovr_pkcs11.h"
 
+#include <functional>
+
 namespace endtoend {
 
 /// The module from load to unload. Finalised on the way, in case it was initialised.
@@ -56,6 +58,9 @@ protected:
 
     /// For this session only.
     CK_OBJECT_HANDLE create(std::vector<CK_ATTRIBUTE> attributes);
+
+    /// Expects a two-call function to write nothing into a buffer that is too short, and to say how long it must be.
+    static void expectWholeOutputs(const std::function<CK_RV(CK_BYTE_PTR, CK_ULONG_PTR)>& call);
 
     std::vector<CK_OBJECT_HANDLE> find(CK_OBJECT_CLASS objectClass, const std::string& id) const;
     CK_OBJECT_HANDLE only(CK_OBJECT_CLASS objectClass, const std::string& id) const;
