@@ -1,6 +1,6 @@
 // A full cycle of ListObjects on an empty token: load, initialise, find the reader, log in, list, finalise, unload. The
 // software token stands beside plain SoftHSM2, which it is made of: `ratio` is what its own work costs.
-#include "P11Wrapper.h"
+#include "p11/P11Wrapper.h"
 
 #include <benchmark/benchmark.h>
 

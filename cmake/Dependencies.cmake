@@ -15,7 +15,10 @@ find_path(PKCS11_INCLUDE_DIR p11-kit/pkcs11.h PATH_SUFFIXES p11-kit-1 DOC "Folde
 find_path(PCSCLITE_INCLUDE_DIR winscard.h PATH_SUFFIXES PCSC DOC "Folder of winscard.h")
 find_library(PCSCLITE_LIBRARY pcsclite DOC "The PC/SC client library")
 
-function(require what package)
+# vornix_require(<what> <Debian package> <variable>...)
+#
+# Stops with a message where a variable is empty or ends in NOTFOUND.
+function(vornix_require what package)
   foreach(variable IN LISTS ARGN)
     if(NOT ${variable})
       string(REGEX REPLACE ".*_FOUND$" "CMAKE_PREFIX_PATH" setting ${variable})
@@ -24,12 +27,11 @@ function(require what package)
   endforeach()
 endfunction()
 
-require("The JNI headers" "openjdk-17-jdk-headless" JNI_INCLUDE_DIR JNI_MD_INCLUDE_DIR)
-require("A PKCS #11 header" "libp11-kit-dev" PKCS11_INCLUDE_DIR)
-require("The PC/SC client library" "libpcsclite-dev" PCSCLITE_INCLUDE_DIR PCSCLITE_LIBRARY)
+vornix_require("The JNI headers" "openjdk-17-jdk-headless" JNI_INCLUDE_DIR JNI_MD_INCLUDE_DIR)
+vornix_require("A PKCS #11 header" "libp11-kit-dev" PKCS11_INCLUDE_DIR)
+vornix_require("The PC/SC client library" "libpcsclite-dev" PCSCLITE_INCLUDE_DIR PCSCLITE_LIBRARY)
 
 add_library(vornix_pkcs11 INTERFACE)
-target_include_directories(vornix_pkcs11 INTERFACE ${PROJECT_SOURCE_DIR}/include)
 target_include_directories(vornix_pkcs11 SYSTEM INTERFACE ${PKCS11_INCLUDE_DIR})
 
 add_library(vornix_jni_headers INTERFACE)

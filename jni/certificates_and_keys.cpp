@@ -1,5 +1,5 @@
 // Native methods: reading, importing and generating certificates and keys.
-#include "native_frame.h"
+#include "jni/native_frame.h"
 
 extern "C" {
 

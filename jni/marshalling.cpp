@@ -1,4 +1,4 @@
-#include "marshalling.h"
+#include "jni/marshalling.h"
 
 #include <cstring>
 

@@ -4,7 +4,7 @@
 // Java-side faults (a null PIN, a pending exception) are not tested for.
 #pragma once
 
-#include "ObjectAttr.h"
+#include "p11/ObjectAttr.h"
 
 #include <jni.h>
 

@@ -1,5 +1,5 @@
 // Native methods: the codes that guard the token, and the reader's power.
-#include "native_frame.h"
+#include "jni/native_frame.h"
 
 extern "C" {
 

@@ -10,9 +10,9 @@
 // texts, each group in Java order; it delivers the outputs after success only, while the module is still there.
 #pragma once
 
-#include "P11Wrapper.h"
-#include "diagnostics.h"
-#include "marshalling.h"
+#include "jni/marshalling.h"
+#include "p11/P11Wrapper.h"
+#include "p11/diagnostics.h"
 
 #include <string>
 #include <tuple>

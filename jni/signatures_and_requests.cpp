@@ -1,5 +1,5 @@
 // Native methods: PKCS #7 messages and certificate requests.
-#include "native_frame.h"
+#include "jni/native_frame.h"
 
 extern "C" {
 

@@ -1,5 +1,5 @@
 // Native methods: the token as a whole.
-#include "native_frame.h"
+#include "jni/native_frame.h"
 
 extern "C" {
 

@@ -1,10 +1,10 @@
 // Certificates and keys: reading, importing and generating them.
-#include "P11Wrapper.h"
+#include "p11/P11Wrapper.h"
 
-#include "object_search.h"
-#include "session.h"
-#include "tovr_pkcs11.h"
-#include "two_call_fetch.h"
+#include "include/tovr_pkcs11.h"
+#include "p11/object_search.h"
+#include "p11/session.h"
+#include "p11/two_call_fetch.h"
 
 #include <array>
 #include <cstring>

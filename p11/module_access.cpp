@@ -1,9 +1,9 @@
 // The module and its slots, the codes that guard the token, and the reader's power.
-#include "P11Wrapper.h"
+#include "p11/P11Wrapper.h"
 
-#include "diagnostics.h"
-#include "fields.h"
-#include "session.h"
+#include "p11/diagnostics.h"
+#include "p11/fields.h"
+#include "p11/session.h"
 
 #include <winscard.h>
 

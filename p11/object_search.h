@@ -1,7 +1,7 @@
 // The search for objects of a session's token.
 #pragma once
 
-#include "session.h"
+#include "p11/session.h"
 
 #include <string>
 #include <utility>

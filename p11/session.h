@@ -1,8 +1,8 @@
 // The guard that every operation begins with, and the authenticated session that most of them work in.
 #pragma once
 
-#include "P11Wrapper.h"
-#include "diagnostics.h"
+#include "p11/P11Wrapper.h"
+#include "p11/diagnostics.h"
 
 /// True when operations may use the module; otherwise the line "Not Initialized" is written.
 inline bool isReady(const P11Wrapper& wrapper)

@@ -1,11 +1,11 @@
 // The token as a whole: initialising, cleaning, describing it and listing its objects.
-#include "P11Wrapper.h"
+#include "p11/P11Wrapper.h"
 
-#include "diagnostics.h"
-#include "fields.h"
-#include "object_search.h"
-#include "session.h"
-#include "two_call_fetch.h"
+#include "p11/diagnostics.h"
+#include "p11/fields.h"
+#include "p11/object_search.h"
+#include "p11/session.h"
+#include "p11/two_call_fetch.h"
 
 #include <algorithm>
 #include <array>

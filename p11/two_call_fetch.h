@@ -1,8 +1,8 @@
 // Outputs of a length that only the module knows (PKCS #11 v2.40, section 5.2).
 #pragma once
 
-#include "P11Wrapper.h"
-#include "diagnostics.h"
+#include "p11/P11Wrapper.h"
+#include "p11/diagnostics.h"
 
 #include <string>
 #include <vector>

@@ -5,8 +5,8 @@
 // list, never the token's.
 #pragma once
 
-#include "failure.h"
-#include "store.h"
+#include "softtoken/failure.h"
+#include "softtoken/store.h"
 
 #include <mutex>
 #include <new>

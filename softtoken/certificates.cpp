@@ -1,6 +1,6 @@
-#include "certificates.h"
+#include "softtoken/certificates.h"
 
-#include "der.h"
+#include "softtoken/der.h"
 
 #include <string>
 

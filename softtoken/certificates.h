@@ -1,7 +1,7 @@
 // Certificates on the token.
 #pragma once
 
-#include "objects.h"
+#include "softtoken/objects.h"
 
 #include <openssl/x509.h>
 

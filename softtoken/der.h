@@ -1,8 +1,8 @@
 // OpenSSL's structures as bytes.
 #pragma once
 
-#include "failure.h"
-#include "owned.h"
+#include "softtoken/failure.h"
+#include "softtoken/owned.h"
 
 namespace softtoken {
 

@@ -1,7 +1,7 @@
 // How a call ends early.
 #pragma once
 
-#include "tovr_pkcs11.h"
+#include "include/tovr_pkcs11.h"
 
 namespace softtoken {
 

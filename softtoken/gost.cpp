@@ -1,6 +1,6 @@
-#include "gost.h"
+#include "softtoken/gost.h"
 
-#include "reader.h"
+#include "softtoken/reader.h"
 
 #include <openssl/crypto.h>
 

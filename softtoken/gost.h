@@ -3,7 +3,7 @@
 // Values are little-endian: 32 bytes for the private one, 64 for the public one, x before y.
 #pragma once
 
-#include "keys.h"
+#include "softtoken/keys.h"
 
 namespace softtoken {
 

@@ -1,6 +1,6 @@
-#include "keys.h"
+#include "softtoken/keys.h"
 
-#include "gost.h"
+#include "softtoken/gost.h"
 
 #include <openssl/crypto.h>
 

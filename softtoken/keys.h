@@ -1,7 +1,7 @@
 // The token's keys as GnuTLS uses them, RSA and GOST R 34.10-2001 alike.
 #pragma once
 
-#include "objects.h"
+#include "softtoken/objects.h"
 
 #include <gnutls/abstract.h>
 

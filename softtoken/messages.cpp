@@ -1,8 +1,8 @@
-#include "messages.h"
+#include "softtoken/messages.h"
 
-#include "certificates.h"
-#include "keys.h"
-#include "store.h"
+#include "softtoken/certificates.h"
+#include "softtoken/keys.h"
+#include "softtoken/store.h"
 
 #include <gnutls/pkcs7.h>
 

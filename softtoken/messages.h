@@ -1,7 +1,7 @@
 // PKCS #7 messages.
 #pragma once
 
-#include "tovr_pkcs11.h"
+#include "include/tovr_pkcs11.h"
 
 namespace softtoken {
 

@@ -1,12 +1,12 @@
 // The function list: SoftHSM2's functions behind the gate, some replaced, and the five vendor functions behind them.
-#include "boundary.h"
-#include "certificates.h"
-#include "gost.h"
-#include "messages.h"
-#include "reader.h"
-#include "recovery.h"
-#include "requests.h"
-#include "store.h"
+#include "softtoken/boundary.h"
+#include "softtoken/certificates.h"
+#include "softtoken/gost.h"
+#include "softtoken/messages.h"
+#include "softtoken/reader.h"
+#include "softtoken/recovery.h"
+#include "softtoken/requests.h"
+#include "softtoken/store.h"
 
 namespace softtoken {
 namespace {

@@ -1,4 +1,4 @@
-#include "objects.h"
+#include "softtoken/objects.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 // What the vendor functions read from the token and how they hand their bytes back.
 #pragma once
 
-#include "failure.h"
-#include "owned.h"
+#include "softtoken/failure.h"
+#include "softtoken/owned.h"
 
 #include <algorithm>
 #include <functional>

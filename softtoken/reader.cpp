@@ -1,8 +1,8 @@
-#include "reader.h"
+#include "softtoken/reader.h"
 
-#include "failure.h"
-#include "recovery.h"
-#include "store.h"
+#include "softtoken/failure.h"
+#include "softtoken/recovery.h"
+#include "softtoken/store.h"
 
 #include <algorithm>
 #include <iterator>

@@ -1,7 +1,7 @@
 // The token's one reader: the same slot under the same name, whether the token is blank or initialised.
 #pragma once
 
-#include "tovr_pkcs11.h"
+#include "include/tovr_pkcs11.h"
 
 namespace softtoken {
 

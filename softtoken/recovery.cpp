@@ -1,4 +1,4 @@
-#include "recovery.h"
+#include "softtoken/recovery.h"
 
 #include <cstdint>
 #include <string>

@@ -1,7 +1,7 @@
-#include "requests.h"
+#include "softtoken/requests.h"
 
-#include "der.h"
-#include "keys.h"
+#include "softtoken/der.h"
+#include "softtoken/keys.h"
 
 #include <openssl/conf.h>
 #include <openssl/x509.h>

@@ -1,7 +1,7 @@
 // Certificate requests (PKCS #10).
 #pragma once
 
-#include "tovr_pkcs11.h"
+#include "include/tovr_pkcs11.h"
 
 namespace softtoken {
 

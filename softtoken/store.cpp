@@ -1,7 +1,7 @@
-#include "store.h"
+#include "softtoken/store.h"
 
-#include "failure.h"
-#include "recovery.h"
+#include "softtoken/failure.h"
+#include "softtoken/recovery.h"
 
 #include <gnutls/gnutls.h>
 #include <openssl/crypto.h>

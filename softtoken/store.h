@@ -1,7 +1,7 @@
 // Where the token lives: a directory of SoftHSM2 objects, and SoftHSM2 itself, loaded at first use.
 #pragma once
 
-#include "tovr_pkcs11.h"
+#include "include/tovr_pkcs11.h"
 
 namespace softtoken {
 

@@ -1,4 +1,4 @@
-#include "tools.h"
+#include "tests/endtoend/tools.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,7 +1,7 @@
 // A folder for one test and the programs that judge what the token made.
 #pragma once
 
-#include "child_process.h"
+#include "tools/child_process/child_process.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "RecordingJniEnv.h"
+#include "tests/jni/RecordingJniEnv.h"
 
 #include <cstring>
 

@@ -6,9 +6,9 @@
 // once and before the next call to anybody.
 #pragma once
 
-#include "java_objects.h"
+#include "tests/jni/java_objects.h"
 
-#include "transcript.h"
+#include "tests/support/transcript.h"
 
 #include <gtest/gtest.h>
 

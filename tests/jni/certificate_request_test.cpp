@@ -1,6 +1,6 @@
 // createCSR.
-#include "native_method_test.h"
-#include "watched_heap.h"
+#include "tests/jni/native_method_test.h"
+#include "tests/jni/watched_heap.h"
 
 #include <algorithm>
 #include <new>

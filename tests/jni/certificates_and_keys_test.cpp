@@ -1,5 +1,5 @@
 // getX509Certificate, getPublicKey, loadX509Certificate and loadCert; the rest has key_pair_generation_test.cpp.
-#include "native_method_test.h"
+#include "tests/jni/native_method_test.h"
 
 #include <stdexcept>
 

@@ -1,7 +1,7 @@
 // What the library writes when there is no memory for it.
-#include "P11Wrapper.h"
-#include "captured_output.h"
-#include "watched_heap.h"
+#include "p11/P11Wrapper.h"
+#include "tests/jni/watched_heap.h"
+#include "tests/support/captured_output.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // generateKeyPair and generateGostR3410_2001KeyPair.
-#include "native_method_test.h"
+#include "tests/jni/native_method_test.h"
 
 #include <limits>
 

@@ -1,7 +1,7 @@
 // setPin, setPuk and resetTerminal.
-#include "native_method_test.h"
+#include "tests/jni/native_method_test.h"
 
-#include "scripted_pcsc.h"
+#include "tests/support/scripted_pcsc.h"
 
 namespace {
 

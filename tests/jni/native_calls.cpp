@@ -1,7 +1,7 @@
-#include "native_calls.h"
+#include "tests/jni/native_calls.h"
 
-#include "natives.h"
-#include "stories.h"
+#include "tests/jni/natives.h"
+#include "tests/jni/stories.h"
 
 #include <algorithm>
 #include <iterator>

@@ -2,7 +2,7 @@
 // for all of them alike.
 #pragma once
 
-#include "RecordingJniEnv.h"
+#include "tests/jni/RecordingJniEnv.h"
 
 #include <gtest/gtest.h>
 

@@ -2,13 +2,13 @@
 // everything that a call does to either.
 #pragma once
 
-#include "RecordingJniEnv.h"
-#include "natives.h"
-#include "stories.h"
+#include "tests/jni/RecordingJniEnv.h"
+#include "tests/jni/natives.h"
+#include "tests/jni/stories.h"
 
-#include "scripted_module.h"
-#include "scripted_module_file.h"
-#include "told.h"
+#include "tests/support/scripted_module.h"
+#include "tests/support/scripted_module_file.h"
+#include "tests/support/told.h"
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
 // listObjects.
-#include "native_method_test.h"
+#include "tests/jni/native_method_test.h"
 
 namespace {
 

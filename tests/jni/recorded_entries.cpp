@@ -1,7 +1,7 @@
 // The function table of RecordingJniEnv.
-#include "RecordingJniEnv.h"
+#include "tests/jni/RecordingJniEnv.h"
 
-#include "refusing_function_table.h"
+#include "tests/jni/refusing_function_table.h"
 
 #include <cstdarg>
 #include <cstring>

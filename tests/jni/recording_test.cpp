@@ -1,6 +1,6 @@
 // The instruments themselves: what the recording environment and the watched heap must not let pass.
-#include "native_method_test.h"
-#include "watched_heap.h"
+#include "tests/jni/native_method_test.h"
+#include "tests/jni/watched_heap.h"
 
 #include <gtest/gtest-spi.h>
 

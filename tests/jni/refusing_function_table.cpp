@@ -1,4 +1,4 @@
-#include "refusing_function_table.h"
+#include "tests/jni/refusing_function_table.h"
 
 #include <gtest/gtest.h>
 

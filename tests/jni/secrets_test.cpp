@@ -1,7 +1,7 @@
 // No native method gives memory back to the heap with a PIN in it, however it ends.
-#include "native_calls.h"
-#include "native_method_test.h"
-#include "watched_heap.h"
+#include "tests/jni/native_calls.h"
+#include "tests/jni/native_method_test.h"
+#include "tests/jni/watched_heap.h"
 
 #include <new>
 #include <optional>

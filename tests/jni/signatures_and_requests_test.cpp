@@ -1,5 +1,5 @@
 // pkcs7Sign and pkcs7Verify; createCSR has certificate_request_test.cpp.
-#include "native_method_test.h"
+#include "tests/jni/native_method_test.h"
 
 #include <algorithm>
 

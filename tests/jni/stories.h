@@ -1,7 +1,7 @@
 // Pieces from which the expected story of a native call is put together.
 #pragma once
 
-#include "transcript.h"
+#include "tests/support/transcript.h"
 
 #include <string>
 

@@ -1,5 +1,5 @@
 // initCard, cleanCard and getTokenInfo; listObjects has object_listing_test.cpp.
-#include "native_method_test.h"
+#include "tests/jni/native_method_test.h"
 
 namespace {
 

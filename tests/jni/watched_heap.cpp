@@ -1,4 +1,4 @@
-#include "watched_heap.h"
+#include "tests/jni/watched_heap.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
 // Building certificate requests.
-#include "failure_sweep.h"
-#include "wrapper_test.h"
+#include "tests/p11/failure_sweep.h"
+#include "tests/p11/wrapper_test.h"
 
 #include <exception>
 

@@ -1,6 +1,6 @@
 // Wrappers of several threads at once. The library holds no lock and needs none: a wrapper shares nothing but the
 // module.
-#include "wrapper_test.h"
+#include "tests/p11/wrapper_test.h"
 
 #include <thread>
 

@@ -1,5 +1,5 @@
 // The form of the lines on standard output.
-#include "wrapper_test.h"
+#include "tests/p11/wrapper_test.h"
 
 #include <iomanip>
 #include <iostream>

@@ -1,8 +1,8 @@
 // The failure sweep: one operation carried out with each of its module calls failing in turn.
 #pragma once
 
-#include "P11Wrapper.h"
-#include "scripted_module.h"
+#include "p11/P11Wrapper.h"
+#include "tests/support/scripted_module.h"
 
 #include <functional>
 #include <optional>

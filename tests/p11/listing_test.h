@@ -1,7 +1,7 @@
 // What the tests of object listing share.
 #pragma once
 
-#include "wrapper_test.h"
+#include "tests/p11/wrapper_test.h"
 
 #include <functional>
 #include <ostream>

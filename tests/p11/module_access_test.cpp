@@ -1,5 +1,5 @@
 // Loading, initialising, finalising and unloading the module.
-#include "wrapper_test.h"
+#include "tests/p11/wrapper_test.h"
 
 #include <dlfcn.h>
 

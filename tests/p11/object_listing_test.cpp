@@ -1,6 +1,6 @@
 // Listing the objects of the token: the calls, their failures and the result.
-#include "failure_sweep.h"
-#include "listing_test.h"
+#include "tests/p11/failure_sweep.h"
+#include "tests/p11/listing_test.h"
 
 using namespace scripted;
 

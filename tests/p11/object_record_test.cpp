@@ -1,5 +1,5 @@
 // Listing the objects of the token: what their records hold.
-#include "listing_test.h"
+#include "tests/p11/listing_test.h"
 
 #include <exception>
 

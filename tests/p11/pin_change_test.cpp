@@ -1,6 +1,6 @@
 // Changing the user PIN and the security officer's PIN.
-#include "failure_sweep.h"
-#include "wrapper_test.h"
+#include "tests/p11/failure_sweep.h"
+#include "tests/p11/wrapper_test.h"
 
 using namespace scripted;
 

@@ -1,7 +1,7 @@
 // Powering a card down through PC/SC.
-#include "P11Wrapper.h"
-#include "scripted_pcsc.h"
-#include "told.h"
+#include "p11/P11Wrapper.h"
+#include "tests/support/scripted_pcsc.h"
+#include "tests/support/told.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Reading certificates and public keys.
-#include "failure_sweep.h"
-#include "wrapper_test.h"
+#include "tests/p11/failure_sweep.h"
+#include "tests/p11/wrapper_test.h"
 
 #include <exception>
 

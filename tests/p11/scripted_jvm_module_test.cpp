@@ -1,5 +1,5 @@
 // The module that the Java tests load, seen through the wrapper: it needs no test program and keeps its state.
-#include "wrapper_test.h"
+#include "tests/p11/wrapper_test.h"
 
 #include <cstdlib>
 #include <filesystem>

@@ -1,5 +1,5 @@
 // Finding a slot by the name of its reader.
-#include "wrapper_test.h"
+#include "tests/p11/wrapper_test.h"
 
 #include <exception>
 #include <ostream>

@@ -1,11 +1,11 @@
 // What the tests of P11Wrapper share: a wrapper on the scripted module and the parts that most stories have in common.
 #pragma once
 
-#include "P11Wrapper.h"
-#include "ckr.h"
-#include "scripted_module.h"
-#include "scripted_module_file.h"
-#include "told.h"
+#include "p11/P11Wrapper.h"
+#include "tests/support/ckr.h"
+#include "tests/support/scripted_module.h"
+#include "tests/support/scripted_module_file.h"
+#include "tests/support/told.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "captured_output.h"
+#include "tests/support/captured_output.h"
 
 #include <sys/mman.h>
 #include <sys/stat.h>

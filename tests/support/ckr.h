@@ -1,7 +1,7 @@
 // Comparison of PKCS #11 codes that fails by name: "CKR_PIN_INCORRECT", not 160.
 #pragma once
 
-#include "names.h"
+#include "tests/support/names.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "forbidden_functions.h"
+#include "tests/support/forbidden_functions.h"
 
-#include "scripted_module.h"
+#include "tests/support/scripted_module.h"
 
 namespace scripted {
 

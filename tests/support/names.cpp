@@ -1,4 +1,4 @@
-#include "names.h"
+#include "tests/support/names.h"
 
 #include <cstdio>
 #include <iterator>

@@ -1,5 +1,5 @@
 // What each function of the scripted module does until a test replaces it.
-#include "scripted_module.h"
+#include "tests/support/scripted_module.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 // The function list: every entry writes its call to the transcript and hands it to the current ScriptedModule.
-#include "captured_output.h"
-#include "forbidden_functions.h"
-#include "scripted_module.h"
+#include "tests/support/captured_output.h"
+#include "tests/support/forbidden_functions.h"
+#include "tests/support/scripted_module.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "scripted_module.h"
+#include "tests/support/scripted_module.h"
 
 #include <algorithm>
 #include <cstring>

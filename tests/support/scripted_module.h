@@ -12,9 +12,9 @@
 // A replaced function is still written to the transcript. Functions are replaced before threads are started.
 #pragma once
 
-#include "scripted_objects.h"
-#include "tovr_pkcs11.h"
-#include "transcript.h"
+#include "include/tovr_pkcs11.h"
+#include "tests/support/scripted_objects.h"
+#include "tests/support/transcript.h"
 
 #include <atomic>
 #include <functional>

@@ -1,7 +1,7 @@
 // Where libscripted_module.so leads, and what a forbidden call means in a GoogleTest program.
-#include "scripted_module_file.h"
+#include "tests/support/scripted_module_file.h"
 
-#include "scripted_module.h"
+#include "tests/support/scripted_module.h"
 
 #include <gtest/gtest.h>
 

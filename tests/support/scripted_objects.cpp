@@ -1,4 +1,4 @@
-#include "scripted_objects.h"
+#include "tests/support/scripted_objects.h"
 
 #include <algorithm>
 

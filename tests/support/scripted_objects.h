@@ -1,7 +1,7 @@
 // The objects on the scripted token.
 #pragma once
 
-#include "transcript.h"
+#include "tests/support/transcript.h"
 
 #include <map>
 #include <optional>

@@ -1,7 +1,7 @@
-#include "scripted_pcsc.h"
+#include "tests/support/scripted_pcsc.h"
 
-#include "captured_output.h"
-#include "scripted_module.h"
+#include "tests/support/captured_output.h"
+#include "tests/support/scripted_module.h"
 
 #include <atomic>
 

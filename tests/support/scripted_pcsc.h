@@ -2,7 +2,7 @@
 // of libpcsclite. Calling them without a ScriptedPcsc fails the test.
 #pragma once
 
-#include "transcript.h"
+#include "tests/support/transcript.h"
 
 #include <winscard.h>
 

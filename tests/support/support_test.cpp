@@ -1,7 +1,7 @@
 // The tests' own instruments: that they notice what they are there to notice.
-#include "scripted_module.h"
-#include "scripted_pcsc.h"
-#include "told.h"
+#include "tests/support/scripted_module.h"
+#include "tests/support/scripted_pcsc.h"
+#include "tests/support/told.h"
 
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>

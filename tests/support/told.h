@@ -1,8 +1,8 @@
 // One job told as it went: the calls it made and the lines it wrote, in order.
 #pragma once
 
-#include "captured_output.h"
-#include "transcript.h"
+#include "tests/support/captured_output.h"
+#include "tests/support/transcript.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "transcript.h"
+#include "tests/support/transcript.h"
 
-#include "captured_output.h"
+#include "tests/support/captured_output.h"
 
 #include <algorithm>
 #include <cstring>

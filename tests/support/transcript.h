@@ -1,7 +1,7 @@
 // The transcript: one readable line for every call that the library makes to the outside, in order.
 #pragma once
 
-#include "names.h"
+#include "tests/support/names.h"
 
 #include <functional>
 #include <mutex>

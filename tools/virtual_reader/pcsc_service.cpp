@@ -1,6 +1,6 @@
-#include "pcsc_service.h"
+#include "tools/virtual_reader/pcsc_service.h"
 
-#include "virtual_card.h"
+#include "tools/virtual_reader/virtual_card.h"
 
 #include <unistd.h>
 

@@ -1,7 +1,7 @@
 // The PC/SC service with a virtual reader. It must be alone on its machine: see in_pcsc_namespace.sh.
 #pragma once
 
-#include "child_process.h"
+#include "tools/child_process/child_process.h"
 
 #include <winscard.h>
 

@@ -1,4 +1,4 @@
-#include "virtual_card.h"
+#include "tools/virtual_reader/virtual_card.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

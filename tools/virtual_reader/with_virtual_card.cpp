@@ -1,7 +1,7 @@
 // Runs a command with a card in the reader "Virtual PCD 00 00", then tells how the card's power was switched meanwhile.
-#include "child_process.h"
-#include "pcsc_service.h"
-#include "virtual_card.h"
+#include "tools/child_process/child_process.h"
+#include "tools/virtual_reader/pcsc_service.h"
+#include "tools/virtual_reader/virtual_card.h"
 
 #include <unistd.h>
 

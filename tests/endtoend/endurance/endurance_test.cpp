@@ -1,5 +1,5 @@
 // What shows only after a long time: things that grow, threads that meet, and a death in the middle of a write.
-#include "full_cycle.h"
+#include "tests/endtoend/endurance/full_cycle.h"
 
 #include <malloc.h>
 #include <unistd.h>

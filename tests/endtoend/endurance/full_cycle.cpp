@@ -1,4 +1,4 @@
-#include "full_cycle.h"
+#include "tests/endtoend/endurance/full_cycle.h"
 
 #include <cstdlib>
 

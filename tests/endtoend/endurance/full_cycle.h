@@ -1,8 +1,8 @@
 // What an application does with the software token through the library, each job with a wrapper of its own.
 #pragma once
 
-#include "P11Wrapper.h"
-#include "tools.h"
+#include "p11/P11Wrapper.h"
+#include "tests/endtoend/tools.h"
 
 #include <functional>
 #include <string>

@@ -1,6 +1,6 @@
 // Writes to the token in VORNIX_SOFTTOKEN_DIR until it is killed. Ends by itself only when it cannot go on: with status
 // 1 after a code that is not 0, with 2 when it does not know the job.
-#include "full_cycle.h"
+#include "tests/endtoend/endurance/full_cycle.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 // Reader reset as applications have it: in a process of their own, against the PC/SC service and a card in a reader.
-#include "child_process.h"
-#include "pcsc_service.h"
-#include "virtual_card.h"
+#include "tools/child_process/child_process.h"
+#include "tools/virtual_reader/pcsc_service.h"
+#include "tools/virtual_reader/virtual_card.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Resets the reader that its argument names, as a C++ application does.
-#include "P11Wrapper.h"
+#include "p11/P11Wrapper.h"
 
 int main(int count, char** arguments)
 {

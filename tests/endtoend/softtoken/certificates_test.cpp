@@ -1,5 +1,5 @@
 // The two ways to bring a certificate onto the token.
-#include "soft_token.h"
+#include "tests/endtoend/softtoken/soft_token.h"
 
 namespace endtoend {
 namespace {

@@ -1,5 +1,5 @@
 // Many threads, each through the module's whole life again and again.
-#include "soft_token.h"
+#include "tests/endtoend/softtoken/soft_token.h"
 
 #include <atomic>
 #include <set>

@@ -1,5 +1,5 @@
 // GOST R 34.10-2001 keys, their requests and messages, judged by OpenSSL's GOST engine and by GnuTLS.
-#include "soft_token.h"
+#include "tests/endtoend/softtoken/soft_token.h"
 
 namespace endtoend {
 namespace {

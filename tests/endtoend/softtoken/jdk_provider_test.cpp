@@ -1,5 +1,5 @@
 // The software token in the hands of the JDK's own PKCS #11 provider.
-#include "soft_token.h"
+#include "tests/endtoend/softtoken/soft_token.h"
 
 #include <cstdlib>
 

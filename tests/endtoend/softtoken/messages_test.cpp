@@ -1,5 +1,5 @@
 // PKCS #7 messages: the token's judged by openssl, openssl's judged by the token.
-#include "soft_token.h"
+#include "tests/endtoend/softtoken/soft_token.h"
 
 namespace endtoend {
 namespace {

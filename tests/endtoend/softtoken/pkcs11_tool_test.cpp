@@ -1,5 +1,5 @@
 // The software token in the hands of OpenSC's pkcs11-tool.
-#include "soft_token.h"
+#include "tests/endtoend/softtoken/soft_token.h"
 
 namespace endtoend {
 namespace {

@@ -1,5 +1,5 @@
 // The reader that callers see, and the token's standard functions as far as the software token changes them.
-#include "soft_token.h"
+#include "tests/endtoend/softtoken/soft_token.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 // Certificate requests, judged by openssl and certtool.
-#include "soft_token.h"
+#include "tests/endtoend/softtoken/soft_token.h"
 
 namespace endtoend {
 namespace {

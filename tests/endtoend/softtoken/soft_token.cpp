@@ -1,4 +1,4 @@
-#include "soft_token.h"
+#include "tests/endtoend/softtoken/soft_token.h"
 
 #include <dlfcn.h>
 

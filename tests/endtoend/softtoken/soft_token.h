@@ -1,9 +1,9 @@
 // The software token in a folder of its own, called through its function list.
 #pragma once
 
-#include "ckr.h"
-#include "tools.h"
-#include "tovr_pkcs11.h"
+#include "include/tovr_pkcs11.h"
+#include "tests/endtoend/tools.h"
+#include "tests/support/ckr.h"
 
 #include <functional>
 

@@ -1,5 +1,5 @@
 // Where the token is kept, and the module's life from load to unload.
-#include "soft_token.h"
+#include "tests/endtoend/softtoken/soft_token.h"
 
 #include <dlfcn.h>
 #include <sys/resource.h>

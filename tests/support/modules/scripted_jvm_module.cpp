@@ -10,7 +10,7 @@
 //
 // libpadding_jvm_module.so is the same but for its signatures and requests: the sequence 30 03 02 01 07, in a buffer of
 // which it says that all of it counts.
-#include "scripted_module.h"
+#include "tests/support/scripted_module.h"
 
 #include <algorithm>
 #include <cstdio>

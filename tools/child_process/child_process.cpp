@@ -1,4 +1,4 @@
-#include "child_process.h"
+#include "tools/child_process/child_process.h"
 
 #include <sys/mman.h>
 #include <sys/prctl.h>
