@@ -1,7 +1,5 @@
 #include "softtoken/gost.h"
 
-#include "softtoken/reader.h"
-
 #include <openssl/crypto.h>
 
 #include <algorithm>
@@ -14,8 +12,6 @@ namespace softtoken {
 namespace {
 
 using Oid = std::array<CK_BYTE, 9>;
-
-constexpr std::size_t coordinateLength = 32;
 
 /// CryptoPro's curve A, 1.2.643.2.2.35.1, the one of these curves that GnuTLS has.
 constexpr Oid curveParameters = {0x06, 0x07, 0x2A, 0x85, 0x03, 0x02, 0x02, 0x23, 0x01};
@@ -47,8 +43,8 @@ void takeNumber(gnutls_datum_t& datum, Bytes& number)
 {
     Bytes taken = take(datum);
     const Wiper wiper(taken);
-    number.assign(coordinateLength, 0);
-    std::copy_n(taken.begin(), std::min(taken.size(), coordinateLength), number.begin());
+    number.assign(gostValueLength, 0);
+    std::copy_n(taken.begin(), std::min(taken.size(), gostValueLength), number.begin());
 }
 
 struct KeyPair {
@@ -124,9 +120,35 @@ CK_OBJECT_HANDLE createKey(const Session& session, std::vector<CK_ATTRIBUTE> att
     return createObject(session, std::move(attributes));
 }
 
-void generateGost(const Session& session, CK_ATTRIBUTE_PTR publicTemplate, CK_ULONG publicCount,
-                  CK_ATTRIBUTE_PTR privateTemplate, CK_ULONG privateCount, CK_OBJECT_HANDLE_PTR publicKey,
-                  CK_OBJECT_HANDLE_PTR privateKey)
+} // namespace
+
+void importGostPublicKey(const Session& session, CK_OBJECT_HANDLE object, gnutls_pubkey_t key)
+{
+    requireCurve(session, object);
+    const Bytes value = readBytes(session, object, CKA_VALUE);
+    require(value.size() == 2 * gostValueLength, CKR_KEY_TYPE_INCONSISTENT);
+    const gnutls_datum_t x = borrow(value.data(), gostValueLength);
+    const gnutls_datum_t y = borrow(value.data() + gostValueLength, gostValueLength);
+    checkGnutls(gnutls_pubkey_import_gost_raw(key, curve, GNUTLS_DIG_GOSTR_94, GNUTLS_GOST_PARAMSET_UNKNOWN, &x, &y),
+                CKR_KEY_TYPE_INCONSISTENT);
+}
+
+void importGostPrivateKey(const Session& session, CK_OBJECT_HANDLE object, gnutls_privkey_t key)
+{
+    requireCurve(session, object);
+    Bytes value = readBytes(session, object, CKA_VALUE);
+    const Wiper wiper(value);
+    require(value.size() == gostValueLength, CKR_KEY_TYPE_INCONSISTENT);
+    const gnutls_datum_t k = borrow(value);
+    // GnuTLS works the public point out of the private value, whatever stands in its place.
+    checkGnutls(
+        gnutls_privkey_import_gost_raw(key, curve, GNUTLS_DIG_GOSTR_94, GNUTLS_GOST_PARAMSET_UNKNOWN, &k, &k, &k),
+        CKR_KEY_TYPE_INCONSISTENT);
+}
+
+void generateGostKeyPair(const Session& session, CK_ATTRIBUTE_PTR publicTemplate, CK_ULONG publicCount,
+                         CK_ATTRIBUTE_PTR privateTemplate, CK_ULONG privateCount, CK_OBJECT_HANDLE_PTR publicKey,
+                         CK_OBJECT_HANDLE_PTR privateKey)
 {
     requireUser(session);
     require(publicKey && privateKey, CKR_ARGUMENTS_BAD);
@@ -138,70 +160,6 @@ void generateGost(const Session& session, CK_ATTRIBUTE_PTR publicTemplate, CK_UL
     const CK_OBJECT_HANDLE created = createKey(session, std::move(publicAttributes), CKO_PUBLIC_KEY, pair.publicValue);
     *privateKey = createKey(session, std::move(privateAttributes), CKO_PRIVATE_KEY, pair.privateValue);
     *publicKey = created;
-}
-
-} // namespace
-
-void importGostPublicKey(const Session& session, CK_OBJECT_HANDLE object, gnutls_pubkey_t key)
-{
-    requireCurve(session, object);
-    const Bytes value = readBytes(session, object, CKA_VALUE);
-    require(value.size() == 2 * coordinateLength, CKR_KEY_TYPE_INCONSISTENT);
-    const gnutls_datum_t x = borrow(value.data(), coordinateLength);
-    const gnutls_datum_t y = borrow(value.data() + coordinateLength, coordinateLength);
-    checkGnutls(gnutls_pubkey_import_gost_raw(key, curve, GNUTLS_DIG_GOSTR_94, GNUTLS_GOST_PARAMSET_UNKNOWN, &x, &y),
-                CKR_KEY_TYPE_INCONSISTENT);
-}
-
-void importGostPrivateKey(const Session& session, CK_OBJECT_HANDLE object, gnutls_privkey_t key)
-{
-    requireCurve(session, object);
-    Bytes value = readBytes(session, object, CKA_VALUE);
-    const Wiper wiper(value);
-    require(value.size() == coordinateLength, CKR_KEY_TYPE_INCONSISTENT);
-    const gnutls_datum_t k = borrow(value);
-    // GnuTLS works the public point out of the private value, whatever stands in its place.
-    checkGnutls(
-        gnutls_privkey_import_gost_raw(key, curve, GNUTLS_DIG_GOSTR_94, GNUTLS_GOST_PARAMSET_UNKNOWN, &k, &k, &k),
-        CKR_KEY_TYPE_INCONSISTENT);
-}
-
-void generateKeyPair(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE handle, CK_MECHANISM_PTR mechanism,
-                     CK_ATTRIBUTE_PTR publicTemplate, CK_ULONG publicCount, CK_ATTRIBUTE_PTR privateTemplate,
-                     CK_ULONG privateCount, CK_OBJECT_HANDLE_PTR publicKey, CK_OBJECT_HANDLE_PTR privateKey)
-{
-    const Session session = {softHsm, handle};
-    allOrNothing(session, [&] {
-        if (mechanism && mechanism->mechanism == CKM_GOSTR3410_KEY_PAIR_GEN)
-            generateGost(session, publicTemplate, publicCount, privateTemplate, privateCount, publicKey, privateKey);
-        else
-            check(softHsm.C_GenerateKeyPair(handle, mechanism, publicTemplate, publicCount, privateTemplate,
-                                            privateCount, publicKey, privateKey));
-    });
-}
-
-void getMechanismList(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_MECHANISM_TYPE_PTR mechanisms,
-                      CK_ULONG_PTR count)
-{
-    const CK_SLOT_ID target = softHsmSlot(softHsm, slot);
-    require(count, CKR_ARGUMENTS_BAD);
-    CK_ULONG length = 0;
-    check(softHsm.C_GetMechanismList(target, nullptr, &length));
-    std::vector<CK_MECHANISM_TYPE> all(length);
-    check(softHsm.C_GetMechanismList(target, all.data(), &length));
-    all.push_back(CKM_GOSTR3410_KEY_PAIR_GEN);
-    deliver(all, mechanisms, count);
-}
-
-void getMechanismInfo(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_MECHANISM_TYPE mechanism,
-                      CK_MECHANISM_INFO_PTR info)
-{
-    const CK_SLOT_ID target = softHsmSlot(softHsm, slot);
-    require(info, CKR_ARGUMENTS_BAD);
-    if (mechanism == CKM_GOSTR3410_KEY_PAIR_GEN)
-        *info = {8 * coordinateLength, 8 * coordinateLength, CKF_GENERATE_KEY_PAIR};
-    else
-        check(softHsm.C_GetMechanismInfo(target, mechanism, info));
 }
 
 } // namespace softtoken

@@ -1,7 +1,7 @@
 // The function list: SoftHSM2's functions behind the gate, some replaced, and the five vendor functions behind them.
 #include "softtoken/boundary.h"
 #include "softtoken/certificates.h"
-#include "softtoken/gost.h"
+#include "softtoken/mechanisms.h"
 #include "softtoken/messages.h"
 #include "softtoken/reader.h"
 #include "softtoken/recovery.h"

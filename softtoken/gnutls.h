@@ -1,0 +1,30 @@
+// GnuTLS's keys and bytes.
+#pragma once
+
+#include "softtoken/failure.h"
+#include "softtoken/owned.h"
+
+#include <gnutls/abstract.h>
+
+namespace softtoken {
+
+using PublicKey = Owned<gnutls_pubkey_t, gnutls_pubkey_deinit>;
+using PrivateKey = Owned<gnutls_privkey_t, gnutls_privkey_deinit>;
+
+PublicKey newPublicKey();
+PrivateKey newPrivateKey();
+
+/// Fails with `code` for a negative GnuTLS result, with CKR_HOST_MEMORY for want of memory.
+void checkGnutls(int result, CK_RV code);
+
+/// GnuTLS bytes copied out, their own memory wiped and freed.
+Bytes take(gnutls_datum_t& datum);
+
+/// For input that GnuTLS only reads.
+gnutls_datum_t borrow(const unsigned char* data, std::size_t length);
+inline gnutls_datum_t borrow(const Bytes& bytes)
+{
+    return borrow(bytes.data(), bytes.size());
+}
+
+} // namespace softtoken
