@@ -8,113 +8,100 @@
 
 #include <array>
 #include <cstring>
-#include <string>
 #include <vector>
 
 namespace {
-
-using Attributes = std::vector<CK_ATTRIBUTE>;
 
 CK_ATTRIBUTE labelAttribute(const char* label)
 {
     return {CKA_LABEL, const_cast<char*>(label), static_cast<CK_ULONG>(std::strlen(label))};
 }
 
-/// An attribute to read and the output that takes its value.
-struct AttributeOutput {
-    CK_ATTRIBUTE_TYPE type;
-    std::vector<unsigned char>& value;
+/// What tells one object of a token from the others: class, label and, unless its length is 0, ID.
+struct ObjectName {
+    CK_OBJECT_CLASS objectClass;
+    const char* label;
+    unsigned char* id;
+    CK_ULONG idLen;
 };
 
-/// Reads attributes of the first object with this class, label and, unless `idLen` is 0, ID. The search stays active
-/// while they are read.
-CK_RV readObject(const P11Wrapper& wrapper, CK_SLOT_ID slotId, unsigned char* pin, CK_ULONG pinLen,
-                 CK_OBJECT_CLASS objectClass, const char* label, unsigned char* id, CK_ULONG idLen,
-                 const std::vector<AttributeOutput>& outputs)
+/// Reads attributes of the first object of this name: output i takes the value of the attribute types[i]. The search
+/// stays active while they are read.
+template <std::size_t count>
+Outcome readObject(const Session& session, ObjectName name, const std::array<CK_ATTRIBUTE_TYPE, count>& types,
+                   const std::array<std::vector<unsigned char>*, count>& outputs)
 {
-    Attributes criteria{{CKA_CLASS, &objectClass, sizeof objectClass}, labelAttribute(label)};
-    if (idLen != 0)
-        criteria.push_back({CKA_ID, id, idLen});
-
-    AuthenticatedSession session(wrapper, slotId, CKU_USER, pin, pinLen);
-    if (!session)
-        return session.result();
-    ObjectSearch search(session, criteria.data(), criteria.size());
+    std::array<CK_ATTRIBUTE, 3> criteria{{{CKA_CLASS, &name.objectClass, sizeof name.objectClass},
+                                          labelAttribute(name.label),
+                                          {CKA_ID, name.id, name.idLen}}};
+    ObjectSearch search(session, criteria.data(), name.idLen == 0 ? criteria.size() - 1 : criteria.size());
     if (!search)
-        return search.result();
+        return search.refusal();
     CK_OBJECT_HANDLE object = CK_INVALID_HANDLE;
     const CK_RV rv = search.findOne(object);
     if (rv != CKR_OK)
         return rv;
 
-    Attributes query;
-    for (const AttributeOutput& output : outputs)
-        query.push_back({output.type, nullptr, 0});
-    const std::string handle = std::to_string(object);
+    std::array<CK_ATTRIBUTE, count> query{};
+    for (std::size_t i = 0; i < count; ++i)
+        query[i].type = types[i];
     return twoCallFetch(
-        {"C_GetAttributeValue failed for " + handle, "C_GetAttributeValue failed #2 for " + handle},
-        [&] { return session.functions()->C_GetAttributeValue(session.handle(), object, query.data(), query.size()); },
+        {"C_GetAttributeValue failed for ", "C_GetAttributeValue failed #2 for "},
+        [&] { return session.functions->C_GetAttributeValue(session.handle, object, query.data(), query.size()); },
         [&] {
-            for (std::size_t i = 0; i < query.size(); ++i)
-                provideBuffer(query[i], outputs[i].value);
+            for (std::size_t i = 0; i < count; ++i)
+                provideBuffer(query[i], *outputs[i]);
             return true;
-        });
+        },
+        object);
 }
 
-/// Hands a certificate to the module within a session. The line of a failure follows the closing of the session.
-template <typename Import>
-CK_RV importCertificate(const P11Wrapper& wrapper, CK_SLOT_ID slotId, unsigned char* pin, CK_ULONG pinLen,
-                        Import import)
+/// How the hand-over of a certificate ended. The line of a failure follows the closing of the session.
+Outcome importOutcome(CK_RV rv)
 {
-    AuthenticatedSession session(wrapper, slotId, CKU_USER, pin, pinLen);
-    if (!session)
-        return session.result();
-    const CK_RV rv = import(session.handle());
-    session.close();
-    if (rv != CKR_OK)
-        diagnose("Load failed. Code: ", rv);
-    return rv;
+    return rv == CKR_OK ? Outcome(rv) : Outcome(rv, "Load failed");
 }
 
-/// Generates a key pair under a label, unless it is null, and an ID, unless `idLen` is 0. `sizeAttributes` are the two
-/// entries of the public template that tell the size of the key.
-CK_RV generateKeyPair(const P11Wrapper& wrapper, CK_SLOT_ID slotId, unsigned char* pin, CK_ULONG pinLen,
-                      CK_MECHANISM_TYPE mechanismType, const std::array<CK_ATTRIBUTE, 2>& sizeAttributes,
-                      const char* label, unsigned char* id, CK_ULONG idLen)
+/// The two entries of a public key's template that tell the size of the key.
+using SizeAttributes = std::array<CK_ATTRIBUTE, 2>;
+
+/// Generates a key pair under a label, unless it is null, and an ID, unless `idLen` is 0.
+Outcome generateKeyPair(const Session& session, CK_MECHANISM_TYPE mechanismType, const SizeAttributes& sizeAttributes,
+                        const char* label, unsigned char* id, CK_ULONG idLen)
 {
     CK_MECHANISM mechanism{mechanismType, nullptr, 0};
     CK_BBOOL yes = CK_TRUE;
     CK_OBJECT_CLASS publicClass = CKO_PUBLIC_KEY;
     CK_OBJECT_CLASS privateClass = CKO_PRIVATE_KEY;
-    Attributes publicTemplate{{CKA_CLASS, &publicClass, sizeof publicClass},
-                              {CKA_TOKEN, &yes, sizeof yes},
-                              {CKA_ENCRYPT, &yes, sizeof yes},
-                              {CKA_VERIFY, &yes, sizeof yes},
-                              {CKA_WRAP, &yes, sizeof yes},
-                              sizeAttributes[0],
-                              sizeAttributes[1]};
-    Attributes privateTemplate{{CKA_CLASS, &privateClass, sizeof privateClass},
-                               {CKA_TOKEN, &yes, sizeof yes},
-                               {CKA_PRIVATE, &yes, sizeof yes},
-                               {CKA_SENSITIVE, &yes, sizeof yes},
-                               {CKA_DECRYPT, &yes, sizeof yes},
-                               {CKA_SIGN, &yes, sizeof yes},
-                               {CKA_UNWRAP, &yes, sizeof yes}};
-    for (Attributes* keyTemplate : {&publicTemplate, &privateTemplate}) {
-        if (label != nullptr)
-            keyTemplate->push_back(labelAttribute(label));
-        if (idLen != 0)
-            keyTemplate->push_back({CKA_ID, id, idLen});
-    }
+    // The last two entries of each are for label and ID.
+    std::array<CK_ATTRIBUTE, 9> publicTemplate{{{CKA_CLASS, &publicClass, sizeof publicClass},
+                                                {CKA_TOKEN, &yes, sizeof yes},
+                                                {CKA_ENCRYPT, &yes, sizeof yes},
+                                                {CKA_VERIFY, &yes, sizeof yes},
+                                                {CKA_WRAP, &yes, sizeof yes},
+                                                sizeAttributes[0],
+                                                sizeAttributes[1]}};
+    std::array<CK_ATTRIBUTE, 9> privateTemplate{{{CKA_CLASS, &privateClass, sizeof privateClass},
+                                                 {CKA_TOKEN, &yes, sizeof yes},
+                                                 {CKA_PRIVATE, &yes, sizeof yes},
+                                                 {CKA_SENSITIVE, &yes, sizeof yes},
+                                                 {CKA_DECRYPT, &yes, sizeof yes},
+                                                 {CKA_SIGN, &yes, sizeof yes},
+                                                 {CKA_UNWRAP, &yes, sizeof yes}}};
+    std::size_t count = 7;
+    const auto append = [&](const CK_ATTRIBUTE& attribute) {
+        publicTemplate[count] = privateTemplate[count] = attribute;
+        ++count;
+    };
+    if (label != nullptr)
+        append(labelAttribute(label));
+    if (idLen != 0)
+        append({CKA_ID, id, idLen});
 
-    const AuthenticatedSession session(wrapper, slotId, CKU_USER, pin, pinLen);
-    if (!session)
-        return session.result();
     CK_OBJECT_HANDLE publicKey = CK_INVALID_HANDLE; // both keys are found again by label and ID
     CK_OBJECT_HANDLE privateKey = CK_INVALID_HANDLE;
-    return session.functions()->C_GenerateKeyPair(session.handle(), &mechanism, publicTemplate.data(),
-                                                  publicTemplate.size(), privateTemplate.data(), privateTemplate.size(),
-                                                  &publicKey, &privateKey);
+    return session.functions->C_GenerateKeyPair(session.handle, &mechanism, publicTemplate.data(), count,
+                                                privateTemplate.data(), count, &publicKey, &privateKey);
 }
 
 } // namespace
@@ -122,31 +109,37 @@ CK_RV generateKeyPair(const P11Wrapper& wrapper, CK_SLOT_ID slotId, unsigned cha
 CK_RV P11Wrapper::GetX509Certificate(unsigned long slotId, unsigned char* pin, unsigned long pinLen, const char* label,
                                      unsigned char* id, unsigned long idLen, std::vector<unsigned char>& out)
 {
-    return readObject(*this, slotId, pin, pinLen, CKO_CERTIFICATE, label, id, idLen, {{CKA_VALUE, out}});
+    return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
+        return readObject<1>(session, {CKO_CERTIFICATE, label, id, idLen}, {CKA_VALUE}, {&out});
+    });
 }
 
 CK_RV P11Wrapper::GetPublicKey(unsigned long slotId, unsigned char* pin, unsigned long pinLen, const char* label,
                                unsigned char* id, unsigned long idLen, std::vector<unsigned char>& modulus,
                                std::vector<unsigned char>& exponent)
 {
-    return readObject(*this, slotId, pin, pinLen, CKO_PUBLIC_KEY, label, id, idLen,
-                      {{CKA_MODULUS, modulus}, {CKA_PUBLIC_EXPONENT, exponent}});
+    return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
+        return readObject<2>(session, {CKO_PUBLIC_KEY, label, id, idLen}, {CKA_MODULUS, CKA_PUBLIC_EXPONENT},
+                             {&modulus, &exponent});
+    });
 }
 
 CK_RV P11Wrapper::ImportX509Certificate(unsigned long slotId, unsigned char* pin, unsigned long pinLen,
                                         const char* label, unsigned char* id, unsigned long idLen, unsigned char* cert,
                                         unsigned long certLen)
 {
-    return importCertificate(*this, slotId, pin, pinLen, [&](CK_SESSION_HANDLE session) {
-        return extendedList(functionList)->C_TOVR_ImportX509Certificate(session, label, id, idLen, cert, certLen);
+    return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
+        return importOutcome(extendedList(session.functions)
+                                 ->C_TOVR_ImportX509Certificate(session.handle, label, id, idLen, cert, certLen));
     });
 }
 
 CK_RV P11Wrapper::ImportCert(unsigned long slotId, unsigned char* first, unsigned long firstLen, unsigned char* second,
                              unsigned long secondLen, unsigned char* pin, unsigned long pinLen)
 {
-    return importCertificate(*this, slotId, pin, pinLen, [&](CK_SESSION_HANDLE session) {
-        return extendedList(functionList)->C_TOVR_ImportCert(session, first, firstLen, second, secondLen);
+    return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
+        return importOutcome(
+            extendedList(session.functions)->C_TOVR_ImportCert(session.handle, first, firstLen, second, secondLen));
     });
 }
 
@@ -154,16 +147,19 @@ CK_RV P11Wrapper::GenerateKeyPair(unsigned long slotId, unsigned char* pin, unsi
                                   unsigned long modulusBits, const char* label, unsigned char* id, unsigned long idLen)
 {
     unsigned char publicExponent[] = {0x01, 0x00, 0x01};
-    return generateKeyPair(*this, slotId, pin, pinLen, CKM_RSA_PKCS_KEY_PAIR_GEN,
-                           {{{CKA_MODULUS_BITS, &modulusBits, sizeof modulusBits},
-                             {CKA_PUBLIC_EXPONENT, publicExponent, sizeof publicExponent}}},
-                           label, id, idLen);
+    const SizeAttributes sizeAttributes{{{CKA_MODULUS_BITS, &modulusBits, sizeof modulusBits},
+                                         {CKA_PUBLIC_EXPONENT, publicExponent, sizeof publicExponent}}};
+    return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
+        return generateKeyPair(session, CKM_RSA_PKCS_KEY_PAIR_GEN, sizeAttributes, label, id, idLen);
+    });
 }
 
 CK_RV P11Wrapper::GenerateGostR3410_2001KeyPair(unsigned long slotId, unsigned char* pin, unsigned long pinLen,
                                                 const char* label, unsigned char* id, unsigned long idLen)
 {
-    // The module counts seven fixed entries in a public template: a GOST key, whose size its parameter set tells,
-    // leaves the two that tell an RSA key's size empty.
-    return generateKeyPair(*this, slotId, pin, pinLen, CKM_GOSTR3410_KEY_PAIR_GEN, {}, label, id, idLen);
+    return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
+        // The module counts seven fixed entries in a public template: a GOST key, whose size its parameter set tells,
+        // leaves the two that tell an RSA key's size empty.
+        return generateKeyPair(session, CKM_GOSTR3410_KEY_PAIR_GEN, {}, label, id, idLen);
+    });
 }

@@ -2,7 +2,6 @@
 #include "p11/P11Wrapper.h"
 
 #include "p11/diagnostics.h"
-#include "p11/fields.h"
 #include "p11/session.h"
 
 #include <winscard.h>
@@ -11,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 namespace {
@@ -34,6 +34,27 @@ private:
     SCARDCONTEXT handle_ = 0;
     LONG result_;
 };
+
+/// Whether a blank-padded field, without its padding, is a prefix of the name or has the name as a prefix. Blanks are
+/// looked for only behind the place where the two part.
+template <std::size_t width>
+bool prefixMatches(const CK_UTF8CHAR (&field)[width], const char* name, std::size_t nameLength)
+{
+    const auto* const nameBegin = reinterpret_cast<const CK_UTF8CHAR*>(name);
+    const auto* const nameEnd = nameBegin + nameLength;
+    const auto [inField, inName] = std::mismatch(std::begin(field), std::end(field), nameBegin, nameEnd);
+    return inName == nameEnd ||
+           std::all_of(inField, std::end(field), [](CK_UTF8CHAR character) { return character == ' '; });
+}
+
+/// Changes the code with which this user logs in. It is sent twice: to log in, and as the code to replace.
+CK_RV changePin(const P11Wrapper& wrapper, CK_SLOT_ID slotId, CK_USER_TYPE userType, unsigned char* oldPin,
+                CK_ULONG oldPinLen, unsigned char* newPin, CK_ULONG newPinLen)
+{
+    return runInSession(wrapper, slotId, userType, oldPin, oldPinLen, [&](const Session& session) {
+        return session.functions->C_SetPIN(session.handle, oldPin, oldPinLen, newPin, newPinLen);
+    });
+}
 
 } // namespace
 
@@ -134,11 +155,6 @@ CK_RV P11Wrapper::GetSlotIDByTerminalName(const char* terminalName, CK_SLOT_ID* 
     }
 
     const std::size_t nameLength = std::strlen(terminalName);
-    const auto isPrefix = [&](const unsigned char* field, std::size_t width) {
-        const std::size_t length = std::min(nameLength, trimmedLength(field, width));
-        return std::strncmp(reinterpret_cast<const char*>(field), terminalName, length) == 0;
-    };
-
     bool found = false;
     for (const CK_SLOT_ID slot : slots) { // as many as were announced first, whatever the second count
         CK_SLOT_INFO info{};
@@ -147,8 +163,8 @@ CK_RV P11Wrapper::GetSlotIDByTerminalName(const char* terminalName, CK_SLOT_ID* 
             diagnose("C_GetSlotInfo failed. Code: ", rv);
             continue;
         }
-        if (isPrefix(info.manufacturerID, sizeof info.manufacturerID) ||
-            isPrefix(info.slotDescription, sizeof info.slotDescription)) {
+        if (prefixMatches(info.manufacturerID, terminalName, nameLength) ||
+            prefixMatches(info.slotDescription, terminalName, nameLength)) {
             found = true;
             *slotId = slot; // the last match wins: a reader plugged in later shadows an earlier one
         }
@@ -163,15 +179,13 @@ CK_RV P11Wrapper::GetSlotIDByTerminalName(const char* terminalName, CK_SLOT_ID* 
 CK_RV P11Wrapper::SetPin(CK_SLOT_ID slotId, unsigned char* oldPin, CK_ULONG oldPinLen, unsigned char* newPin,
                          CK_ULONG newPinLen)
 {
-    const AuthenticatedSession session(*this, slotId, CKU_USER, oldPin, oldPinLen);
-    return session ? functionList->C_SetPIN(session.handle(), oldPin, oldPinLen, newPin, newPinLen) : session.result();
+    return changePin(*this, slotId, CKU_USER, oldPin, oldPinLen, newPin, newPinLen);
 }
 
 CK_RV P11Wrapper::SetPuk(CK_SLOT_ID slotId, unsigned char* oldPuk, CK_ULONG oldPukLen, unsigned char* newPuk,
                          CK_ULONG newPukLen)
 {
-    const AuthenticatedSession session(*this, slotId, CKU_SO, oldPuk, oldPukLen);
-    return session ? functionList->C_SetPIN(session.handle(), oldPuk, oldPukLen, newPuk, newPukLen) : session.result();
+    return changePin(*this, slotId, CKU_SO, oldPuk, oldPukLen, newPuk, newPukLen);
 }
 
 void P11Wrapper::ResetTerminal(const char* readerName)

@@ -1,33 +1,25 @@
 // The search for objects of a session's token.
 #pragma once
 
+#include "p11/diagnostics.h"
 #include "p11/session.h"
 
-#include <string>
-#include <utility>
 #include <vector>
 
 /// An active search, finalised at the end of its scope (PKCS #11 v2.40, section 5.7).
 class ObjectSearch {
 public:
-    /// Starts the search; `number` (" #1", say) tells in its lines which of an operation's searches it is. A search
-    /// that cannot start ends the operation: the session is closed, then the line is written.
-    ObjectSearch(AuthenticatedSession& session, CK_ATTRIBUTE_PTR criteria, CK_ULONG criteriaCount,
-                 std::string number = {})
-        : session_(session), number_(std::move(number)),
-          result_(session.functions()->C_FindObjectsInit(session.handle(), criteria, criteriaCount)),
-          active_(result_ == CKR_OK)
+    /// Starts the search. `number` tells in its lines which of an operation's searches it is.
+    ObjectSearch(const Session& session, CK_ATTRIBUTE_PTR criteria, CK_ULONG criteriaCount, SearchNumber number = {})
+        : session_(session), number_(number),
+          code_(session.functions->C_FindObjectsInit(session.handle, criteria, criteriaCount)), active_(code_ == CKR_OK)
     {
-        if (active_)
-            return;
-        session_.close();
-        diagnose("C_FindObjectsInit failed", number_, ". Code: ", result_);
     }
 
     ~ObjectSearch()
     {
         if (active_)
-            (void)finalise(); // the job's result counts; there is nothing to do about this one
+            (void)finalise(); // the job's code counts; there is nothing to do about this one
     }
 
     ObjectSearch(const ObjectSearch&) = delete;
@@ -36,20 +28,20 @@ public:
     /// Whether the search could start.
     explicit operator bool() const { return active_; }
 
-    /// The code of C_FindObjectsInit.
-    CK_RV result() const { return result_; }
+    /// Why it could not. The operation ends with that.
+    Outcome refusal() const { return {code_, "C_FindObjectsInit failed", number_}; }
 
     /// Finds the first match. Returns 6 when there is none; its line shows C_FindObjects's own code, 0.
-    CK_RV findOne(CK_OBJECT_HANDLE& object)
+    [[nodiscard]] CK_RV findOne(CK_OBJECT_HANDLE& object)
     {
         CK_ULONG found = 0;
         const CK_RV rv = next(object, found);
         if (rv != CKR_OK) {
-            diagnose("C_FindObjects failed", number_, ". Code: ", rv);
+            diagnose("C_FindObjects failed", number_.text(), ". Code: ", rv);
             return rv;
         }
         if (found == 0) {
-            diagnose("C_FindObjects object not found", number_, ". Code: ", rv);
+            diagnose("C_FindObjects object not found", number_.text(), ". Code: ", rv);
             return CKR_FUNCTION_FAILED;
         }
         return CKR_OK;
@@ -66,8 +58,8 @@ public:
         return objects;
     }
 
-    /// Finalises the search where the code matters; a failure is written.
-    CK_RV finish()
+    /// Finalises the search where the code matters. A failure is written.
+    [[nodiscard]] CK_RV finish()
     {
         const CK_RV rv = finalise();
         if (rv != CKR_OK)
@@ -79,17 +71,17 @@ private:
     CK_RV next(CK_OBJECT_HANDLE& object, CK_ULONG& found)
     {
         found = 0;
-        return session_.functions()->C_FindObjects(session_.handle(), &object, 1, &found);
+        return session_.functions->C_FindObjects(session_.handle, &object, 1, &found);
     }
 
     CK_RV finalise()
     {
         active_ = false;
-        return session_.functions()->C_FindObjectsFinal(session_.handle());
+        return session_.functions->C_FindObjectsFinal(session_.handle);
     }
 
-    AuthenticatedSession& session_;
-    std::string number_;
-    CK_RV result_;
+    const Session& session_;
+    SearchNumber number_;
+    CK_RV code_;
     bool active_;
 };

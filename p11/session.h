@@ -3,37 +3,35 @@
 
 #include "p11/P11Wrapper.h"
 #include "p11/diagnostics.h"
+#include "p11/outcome.h"
 
-/// True when operations may use the module; otherwise the line "Not Initialized" is written.
-inline bool isReady(const P11Wrapper& wrapper)
+/// True when operations may use the module. Otherwise the line "Not Initialized" is written.
+[[nodiscard]] inline bool isReady(const P11Wrapper& wrapper)
 {
     if (!wrapper.initialized)
         diagnose("Not Initialized");
     return wrapper.initialized;
 }
 
-/// A read/write session with a login, closed at the end of its scope (PKCS #11 v2.40, section 5.6).
+/// An open session with a login, as a job sees it. A job never closes the session: whoever opened it does.
+struct Session {
+    CK_FUNCTION_LIST_PTR functions;
+    CK_SESSION_HANDLE handle;
+    CK_RV loginCode; ///< CKR_OK or CKR_USER_ALREADY_LOGGED_IN
+};
+
+/// A read/write session, closed at the end of its scope (PKCS #11 v2.40, section 5.6).
 ///
 /// C_Logout is never called: it would end the login of all the application's sessions on the token.
 class AuthenticatedSession {
 public:
-    /// Checks the wrapper, opens the session and logs in, as far as each step succeeds. A refused login closes the
-    /// session before its line is written.
-    AuthenticatedSession(const P11Wrapper& wrapper, CK_SLOT_ID slotId, CK_USER_TYPE userType, CK_BYTE_PTR pin,
-                         CK_ULONG pinLen)
-        : functions_(wrapper.functionList)
+    /// Checks the wrapper and opens the session. A session that cannot be opened is reported by its code alone.
+    AuthenticatedSession(const P11Wrapper& wrapper, CK_SLOT_ID slotId) : functions_(wrapper.functionList)
     {
         if (!isReady(wrapper))
             return;
-        result_ = functions_->C_OpenSession(slotId, CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &handle_);
-        open_ = wasOpened_ = result_ == CKR_OK;
-        if (!open_)
-            return;
-        result_ = functions_->C_Login(handle_, userType, pin, pinLen);
-        if (result_ != CKR_OK && result_ != CKR_USER_ALREADY_LOGGED_IN) {
-            close();
-            diagnose("Login failed. Code: ", result_);
-        }
+        code_ = functions_->C_OpenSession(slotId, CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &handle_);
+        open_ = code_ == CKR_OK;
     }
 
     ~AuthenticatedSession() { close(); }
@@ -41,31 +39,46 @@ public:
     AuthenticatedSession(const AuthenticatedSession&) = delete;
     AuthenticatedSession& operator=(const AuthenticatedSession&) = delete;
 
-    /// Open and logged in.
-    explicit operator bool() const { return open_; }
+    bool isOpen() const { return open_; }
 
-    /// The code of the last step: 0 or 0x100 after a login, else why there was none. Closing does not change it.
-    CK_RV result() const { return result_; }
+    /// Why the session is not open: 5 for a wrapper that is not initialised, else the code of C_OpenSession.
+    CK_RV code() const { return code_; }
 
-    /// Whether C_OpenSession succeeded, also when the session is closed again.
-    bool wasOpened() const { return wasOpened_; }
+    /// Logs in, runs `job` (from a Session to an Outcome) and closes the session. Then it writes the line that had to
+    /// wait for the closing, if there is one: no line of a refused login, search or import comes before it.
+    template <typename Job>
+    [[nodiscard]] CK_RV run(CK_USER_TYPE userType, CK_BYTE_PTR pin, CK_ULONG pinLen, const Job& job)
+    {
+        const CK_RV login = functions_->C_Login(handle_, userType, pin, pinLen);
+        const bool loggedIn = login == CKR_OK || login == CKR_USER_ALREADY_LOGGED_IN;
+        const Outcome outcome =
+            loggedIn ? Outcome(job(Session{functions_, handle_, login})) : Outcome(login, "Login failed");
+        close();
+        if (outcome.isLast())
+            diagnose(outcome.lastWords, outcome.number.text(), ". Code: ", outcome.code);
+        return outcome.code;
+    }
 
-    CK_SESSION_HANDLE handle() const { return handle_; }
-    CK_FUNCTION_LIST_PTR functions() const { return functions_; }
-
-    /// Closes the session early, where a line is to follow the closing. Does nothing the second time.
+private:
     void close()
     {
         if (!open_)
             return;
         open_ = false;
-        (void)functions_->C_CloseSession(handle_); // the job's result counts; there is nothing to do about this one
+        (void)functions_->C_CloseSession(handle_); // the job's code counts; there is nothing to do about this one
     }
 
-private:
     CK_FUNCTION_LIST_PTR functions_;
     CK_SESSION_HANDLE handle_ = CK_INVALID_HANDLE;
-    CK_RV result_ = CKR_GENERAL_ERROR;
+    CK_RV code_ = CKR_GENERAL_ERROR;
     bool open_ = false;
-    bool wasOpened_ = false;
 };
+
+/// Runs `job` in an authenticated session of its own.
+template <typename Job>
+[[nodiscard]] CK_RV runInSession(const P11Wrapper& wrapper, CK_SLOT_ID slotId, CK_USER_TYPE userType, CK_BYTE_PTR pin,
+                                 CK_ULONG pinLen, const Job& job)
+{
+    AuthenticatedSession session(wrapper, slotId);
+    return session.isOpen() ? session.run(userType, pin, pinLen, job) : session.code();
+}

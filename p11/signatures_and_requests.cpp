@@ -7,18 +7,18 @@
 #include "p11/two_call_fetch.h"
 
 #include <array>
-#include <string>
+#include <vector>
 
 namespace {
 
-/// Finds the first object with this class and ID. A search that cannot start leaves the session closed.
-CK_RV findById(AuthenticatedSession& session, const std::string& number, CK_OBJECT_CLASS objectClass,
-               const unsigned char* id, CK_ULONG idLen, CK_OBJECT_HANDLE& object)
+/// Finds the first object with this class and ID.
+Outcome findById(const Session& session, SearchNumber number, CK_OBJECT_CLASS objectClass, const unsigned char* id,
+                 CK_ULONG idLen, CK_OBJECT_HANDLE& object)
 {
     std::array<CK_ATTRIBUTE, 2> criteria{
         {{CKA_CLASS, &objectClass, sizeof objectClass}, {CKA_ID, const_cast<unsigned char*>(id), idLen}}};
     ObjectSearch search(session, criteria.data(), criteria.size(), number);
-    return search ? search.findOne(object) : search.result();
+    return search ? Outcome(search.findOne(object)) : search.refusal();
 }
 
 /// What a message or a request is built upon.
@@ -29,27 +29,42 @@ struct Signer {
 
 /// Finds both by their IDs; one of length 0 names none. The login's 0x100 runs on as the code until a search replaces
 /// it: without a public part to find it ends the operation.
-CK_RV findSigner(AuthenticatedSession& session, CK_OBJECT_CLASS publicClass, const unsigned char* publicId,
-                 CK_ULONG publicIdLen, const unsigned char* keyId, CK_ULONG keyIdLen, Signer& signer)
+Outcome findSigner(const Session& session, CK_OBJECT_CLASS publicClass, const unsigned char* publicId,
+                   CK_ULONG publicIdLen, const unsigned char* keyId, CK_ULONG keyIdLen, Signer& signer)
 {
-    CK_RV rv = session.result();
+    Outcome outcome = session.loginCode;
     if (publicIdLen != 0)
-        rv = findById(session, " #1", publicClass, publicId, publicIdLen, signer.publicPart);
-    if (rv == CKR_OK && keyIdLen != 0)
-        rv = findById(session, " #2", CKO_PRIVATE_KEY, keyId, keyIdLen, signer.privateKey);
-    return rv;
+        outcome = findById(session, {1}, publicClass, publicId, publicIdLen, signer.publicPart);
+    if (outcome.code == CKR_OK && keyIdLen != 0)
+        outcome = findById(session, {2}, CKO_PRIVATE_KEY, keyId, keyIdLen, signer.privateKey);
+    return outcome;
 }
 
-/// Fetches what an extension named `function` builds; `build(buffer, length)` calls it. `output` is replaced on success
-/// only, and keeps the announced length: what the module leaves unwritten is zero.
+/// Finds certificates by their IDs, each as the handle 0 where it is not found. The next search replaces the code: a
+/// missing certificate counts only when it is the last. A search that cannot start ends the operation.
+Outcome findFurther(const Session& session, const std::vector<std::vector<unsigned char>>& ids,
+                    std::vector<CK_OBJECT_HANDLE>& certificates)
+{
+    Outcome outcome = CKR_OK;
+    for (const std::vector<unsigned char>& id : ids) {
+        CK_OBJECT_HANDLE certificate = CK_INVALID_HANDLE;
+        outcome = findById(session, {3, certificates.size() + 1}, CKO_CERTIFICATE, id.data(), id.size(), certificate);
+        if (outcome.isLast())
+            break;
+        certificates.push_back(certificate);
+    }
+    return outcome;
+}
+
+/// Fetches what an extension builds; `build(buffer, length)` calls it. `output` is replaced on success only, and keeps
+/// the announced length: what the module leaves unwritten is zero.
 template <typename Build>
-CK_RV fetchBuilt(const std::string& function, std::vector<unsigned char>& output, Build build)
+Outcome fetchBuilt(const FetchWords& words, std::vector<unsigned char>& output, const Build& build)
 {
     std::vector<unsigned char> buffer;
     CK_ULONG length = 0;
     const CK_RV rv = twoCallFetch(
-        {function + " failed #1", function + " failed #2"},
-        [&] { return build(buffer.empty() ? nullptr : buffer.data(), &length); },
+        words, [&] { return build(buffer.empty() ? nullptr : buffer.data(), &length); },
         [&] {
             buffer.assign(length, 0);
             return !buffer.empty();
@@ -66,32 +81,22 @@ CK_RV P11Wrapper::pkcs7Sign(unsigned long slotId, unsigned char* pin, unsigned l
                             unsigned long keyIdLen, const std::vector<std::vector<unsigned char>>& certIds,
                             unsigned long flags, std::vector<unsigned char>& signature)
 {
-    AuthenticatedSession session(*this, slotId, CKU_USER, pin, pinLen);
-    if (!session)
-        return session.result();
-    Signer signer;
-    CK_RV rv = findSigner(session, CKO_CERTIFICATE, certId, certIdLen, keyId, keyIdLen, signer);
-    if (rv != CKR_OK)
-        return rv;
+    return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
+        Signer signer;
+        std::vector<CK_OBJECT_HANDLE> further;
+        Outcome outcome = findSigner(session, CKO_CERTIFICATE, certId, certIdLen, keyId, keyIdLen, signer);
+        if (outcome.code == CKR_OK)
+            outcome = findFurther(session, certIds, further);
+        if (outcome.code != CKR_OK)
+            return outcome;
 
-    std::vector<CK_OBJECT_HANDLE> furtherCertificates;
-    for (const std::vector<unsigned char>& id : certIds) {
-        const std::string step = std::to_string(furtherCertificates.size() + 1);
-        CK_OBJECT_HANDLE further = CK_INVALID_HANDLE;
-        // The next search replaces the code: a missing certificate counts only when it is the last.
-        rv = findById(session, " #3, Step: " + step, CKO_CERTIFICATE, id.data(), id.size(), further);
-        if (!session)
-            return rv;
-        furtherCertificates.push_back(further);
-    }
-    if (rv != CKR_OK)
-        return rv;
-
-    return fetchBuilt("C_TOVR_pkcs7Sign", signature, [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
-        return extendedList(functionList)
-            ->C_TOVR_pkcs7Sign(session.handle(), data, dataLen, signer.publicPart, buffer, length, signer.privateKey,
-                               furtherCertificates.empty() ? nullptr : furtherCertificates.data(),
-                               furtherCertificates.size(), flags);
+        return fetchBuilt({"C_TOVR_pkcs7Sign failed #1", "C_TOVR_pkcs7Sign failed #2"}, signature,
+                          [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
+                              return extendedList(session.functions)
+                                  ->C_TOVR_pkcs7Sign(session.handle, data, dataLen, signer.publicPart, buffer, length,
+                                                     signer.privateKey, further.empty() ? nullptr : further.data(),
+                                                     further.size(), flags);
+                          });
     });
 }
 
@@ -109,18 +114,19 @@ CK_RV P11Wrapper::createCSR(unsigned long slotId, unsigned char* pin, unsigned l
                             unsigned long attributeCount, unsigned char* extensions, unsigned long extensionCount,
                             std::vector<unsigned char>& csr)
 {
-    AuthenticatedSession session(*this, slotId, CKU_USER, pin, pinLen);
-    if (!session)
-        return session.result();
-    Signer signer;
-    const CK_RV rv =
-        findSigner(session, CKO_PUBLIC_KEY, publicKeyId, publicKeyIdLen, privateKeyId, privateKeyIdLen, signer);
-    if (rv != CKR_OK)
-        return rv;
+    return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
+        Signer signer;
+        const Outcome outcome =
+            findSigner(session, CKO_PUBLIC_KEY, publicKeyId, publicKeyIdLen, privateKeyId, privateKeyIdLen, signer);
+        if (outcome.code != CKR_OK)
+            return outcome;
 
-    return fetchBuilt("C_TOVR_CreateCSR", csr, [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
-        return extendedList(functionList)
-            ->C_TOVR_CreateCSR(session.handle(), signer.publicPart, subject, subjectCount, buffer, length,
-                               signer.privateKey, attributes, attributeCount, extensions, extensionCount);
+        return fetchBuilt({"C_TOVR_CreateCSR failed #1", "C_TOVR_CreateCSR failed #2"}, csr,
+                          [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
+                              return extendedList(session.functions)
+                                  ->C_TOVR_CreateCSR(session.handle, signer.publicPart, subject, subjectCount, buffer,
+                                                     length, signer.privateKey, attributes, attributeCount, extensions,
+                                                     extensionCount);
+                          });
     });
 }

@@ -17,12 +17,12 @@
 namespace {
 
 /// Finds every object that the session's user sees: an empty template matches all. Returns the code of
-/// C_FindObjectsFinal; or that of C_FindObjectsInit, with the session closed.
-CK_RV findEveryObject(AuthenticatedSession& session, std::vector<CK_OBJECT_HANDLE>& objects)
+/// C_FindObjectsFinal, or why the search could not start.
+Outcome findEveryObject(const Session& session, std::vector<CK_OBJECT_HANDLE>& objects)
 {
     ObjectSearch search(session, nullptr, 0);
     if (!search)
-        return search.result();
+        return search.refusal();
     objects = search.findAll();
     return search.finish();
 }
@@ -63,29 +63,21 @@ const char* keyTypeName(CK_KEY_TYPE keyType)
     }
 }
 
-/// Reads the attributes that describe an object. One length query serves all objects of a listing: the module
-/// overwrites the lengths of the object before.
-class Description {
+/// Reads the attributes that describe an object. One reader serves all objects of a listing, with one length query: the
+/// module overwrites the lengths of the object before.
+class ObjectReader {
 public:
-    using Template = std::array<CK_ATTRIBUTE, 4>;
-
-    static constexpr Template lengthQuery()
+    [[nodiscard]] CK_RV read(const Session& session, CK_OBJECT_HANDLE object)
     {
-        return {{{CKA_CLASS, nullptr, 0}, {CKA_ID, nullptr, 0}, {CKA_LABEL, nullptr, 0}, {CKA_KEY_TYPE, nullptr, 0}}};
-    }
-
-    CK_RV read(const AuthenticatedSession& session, CK_OBJECT_HANDLE object, Template& query)
-    {
-        const std::string handle = std::to_string(object);
-        CK_ATTRIBUTE_PTR attributes = query.data();
+        CK_ATTRIBUTE_PTR attributes = query_.data();
         return twoCallFetch(
-            {"C_GetAttributeValue failed for " + handle, "C_GetAttributeValue #2 failed for " + handle},
+            {"C_GetAttributeValue failed for ", "C_GetAttributeValue #2 failed for "},
             [&] {
-                return toleratingMissingAttribute(session.functions()->C_GetAttributeValue(
-                    session.handle(), object, attributes, static_cast<CK_ULONG>(query.size())));
+                return toleratingMissingAttribute(
+                    session.functions->C_GetAttributeValue(session.handle, object, attributes, query_.size()));
             },
             [&] {
-                values_ = query;
+                values_ = query_;
                 for (std::size_t i = 0; i < values_.size(); ++i) {
                     if (values_[i].ulValueLen == CK_UNAVAILABLE_INFORMATION)
                         values_[i].ulValueLen = 0;
@@ -93,16 +85,19 @@ public:
                 }
                 attributes = values_.data();
                 return true;
-            });
+            },
+            object);
     }
 
+    /// The object that was read last, with success.
     ObjectAttr record() const
     {
         ObjectAttr record;
         if (length(Class) != 0)
             record.type = className(number(Class));
+        record.id.resize(2 * length(Id));
         for (std::size_t i = 0; i < length(Id); ++i)
-            record.id += hexadecimal(buffers_[Id][i], 2);
+            fillHexadecimal(&record.id[2 * i], &record.id[2 * i] + 2, buffers_[Id][i]);
         record.label.assign(buffers_[Label].begin(), buffers_[Label].begin() + static_cast<long>(length(Label)));
         if (length(KeyType) != 0)
             record.keyType = keyTypeName(number(KeyType));
@@ -111,6 +106,7 @@ public:
 
 private:
     enum Position { Class, Id, Label, KeyType };
+    using Template = std::array<CK_ATTRIBUTE, 4>;
 
     /// The bytes returned: never more than there is room for, none for an attribute that became unavailable.
     std::size_t length(Position position) const
@@ -127,9 +123,47 @@ private:
         return value;
     }
 
+    Template query_{
+        {{CKA_CLASS, nullptr, 0}, {CKA_ID, nullptr, 0}, {CKA_LABEL, nullptr, 0}, {CKA_KEY_TYPE, nullptr, 0}}};
     Template values_{};
     std::array<std::vector<unsigned char>, std::tuple_size<Template>::value> buffers_;
 };
+
+/// Destroys every object. One that cannot be destroyed is reported and passed over.
+Outcome destroyObjects(const Session& session)
+{
+    std::vector<CK_OBJECT_HANDLE> objects;
+    const Outcome search = findEveryObject(session, objects);
+    if (search.isLast())
+        return search;
+
+    CK_RV rv = search.code; // the result where there are no objects
+    for (const CK_OBJECT_HANDLE object : objects) {
+        rv = session.functions->C_DestroyObject(session.handle, object);
+        if (rv != CKR_OK)
+            diagnose("C_DestroyObject failed for ", object, ". Code: ", rv);
+    }
+    return rv;
+}
+
+/// Appends a record of every object that can be read.
+Outcome listObjects(const Session& session, std::vector<ObjectAttr>& objects)
+{
+    std::vector<CK_OBJECT_HANDLE> handles;
+    const Outcome search = findEveryObject(session, handles);
+    if (search.isLast())
+        return search;
+
+    CK_RV rv = search.code; // the result where there are no objects
+    objects.reserve(objects.size() + handles.size());
+    ObjectReader reader;
+    for (const CK_OBJECT_HANDLE handle : handles) {
+        rv = reader.read(session, handle);
+        if (rv == CKR_OK)
+            objects.push_back(reader.record());
+    }
+    return toleratingMissingAttribute(rv);
+}
 
 } // namespace
 
@@ -147,17 +181,7 @@ CK_RV P11Wrapper::InitCard(CK_SLOT_ID slotId, unsigned char* soPin, CK_ULONG soP
 
 CK_RV P11Wrapper::CleanCard(CK_SLOT_ID slotId, unsigned char* pin, CK_ULONG pinLen)
 {
-    AuthenticatedSession session(*this, slotId, CKU_USER, pin, pinLen);
-    if (!session)
-        return session.result();
-    std::vector<CK_OBJECT_HANDLE> objects;
-    CK_RV rv = findEveryObject(session, objects);
-    for (const CK_OBJECT_HANDLE object : objects) {
-        rv = functionList->C_DestroyObject(session.handle(), object);
-        if (rv != CKR_OK)
-            diagnose("C_DestroyObject failed for ", object, ". Code: ", rv);
-    }
-    return rv;
+    return runInSession(*this, slotId, CKU_USER, pin, pinLen, destroyObjects);
 }
 
 CK_RV P11Wrapper::GetTokenInfo(CK_SLOT_ID slotId, std::vector<unsigned char>& label,
@@ -181,26 +205,15 @@ CK_RV P11Wrapper::GetTokenInfo(CK_SLOT_ID slotId, std::vector<unsigned char>& la
     copyTrimmed(info.manufacturerID, manufacturer);
     copyTrimmed(info.model, model);
     copyTrimmed(info.serialNumber, serialNumber);
-    flags = hexadecimal(info.flags, 16);
+    flags.resize(16);
+    fillHexadecimal(flags.begin(), flags.end(), info.flags);
     return CKR_OK;
 }
 
 CK_RV P11Wrapper::ListObjects(CK_SLOT_ID slotId, unsigned char* pin, CK_ULONG pinLen, std::vector<ObjectAttr>& objects)
 {
-    AuthenticatedSession session(*this, slotId, CKU_USER, pin, pinLen);
-    if (!session)
-        return session.wasOpened() ? session.result() : toleratingMissingAttribute(session.result());
-    std::vector<CK_OBJECT_HANDLE> handles;
-    CK_RV rv = findEveryObject(session, handles);
-    if (!session)
-        return rv;
-
-    Description::Template query = Description::lengthQuery();
-    for (const CK_OBJECT_HANDLE handle : handles) {
-        Description description;
-        rv = description.read(session, handle, query);
-        if (rv == CKR_OK)
-            objects.push_back(description.record());
-    }
-    return toleratingMissingAttribute(rv); // without objects the code is that of C_FindObjectsFinal
+    AuthenticatedSession session(*this, slotId);
+    if (!session.isOpen())
+        return toleratingMissingAttribute(session.code());
+    return session.run(CKU_USER, pin, pinLen, [&](const Session& opened) { return listObjects(opened, objects); });
 }

@@ -4,31 +4,31 @@
 #include "p11/P11Wrapper.h"
 #include "p11/diagnostics.h"
 
-#include <string>
 #include <vector>
 
-/// What a failing fetch writes before ". Code: ", for its length query and for its fill call.
-struct FetchTexts {
-    std::string query;
-    std::string fill;
+/// The words of a failing length query and of a failing fill call.
+struct FetchWords {
+    const char* query;
+    const char* fill;
 };
 
 /// Makes `call` twice: as a length query, and once more after `provide` has put zero-filled buffers of exactly the
 /// announced lengths in place. `provide` returns false when there is nothing to fetch. Returns the code of the last
-/// call made; a failure is written.
-template <typename Call, typename Provide>
-CK_RV twoCallFetch(const FetchTexts& texts, Call call, Provide provide)
+/// call made. A failure is written: its words, `subject` if there is one, ". Code: " and the code.
+template <typename Call, typename Provide, typename... Subject>
+[[nodiscard]] CK_RV twoCallFetch(const FetchWords& words, const Call& call, const Provide& provide,
+                                 const Subject&... subject)
 {
     CK_RV rv = call();
     if (rv != CKR_OK) {
-        diagnose(texts.query, ". Code: ", rv);
+        diagnose(words.query, subject..., ". Code: ", rv);
         return rv;
     }
     if (!provide())
         return rv;
     rv = call();
     if (rv != CKR_OK)
-        diagnose(texts.fill, ". Code: ", rv);
+        diagnose(words.fill, subject..., ". Code: ", rv);
     return rv;
 }
 
