@@ -1,12 +1,16 @@
 package jvm;
 
-import static jvm.Scripted.list;
+import static jvm.support.Scripted.list;
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.tovr.smartcard.vornixtoken.api.Pkcs11ObjectAttribute;
 import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
+
+import jvm.support.Scripted;
+import jvm.support.ScriptedToken;
+import jvm.support.Transcript;
 
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;

@@ -2,6 +2,11 @@ package jvm;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
 
+import jvm.programs.TwoClassLoaders;
+import jvm.support.ChildJvm;
+import jvm.support.Result;
+import jvm.support.SoftHsm;
+
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 

@@ -6,6 +6,10 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.Token;
 
+import jvm.support.ScriptedToken;
+import jvm.support.Threads;
+import jvm.support.Transcript;
+
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 

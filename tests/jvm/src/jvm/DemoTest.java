@@ -4,6 +4,10 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import jvm.support.ChildJvm;
+import jvm.support.Result;
+import jvm.support.Scripted;
+
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -71,7 +75,7 @@ class DemoTest {
 
     @Test
     void whatOpensslCannotReadIsASurprise() throws Exception {
-        Result demo = life(PIN, Scripted.MODULE, ScriptedToken.READER);
+        Result demo = life(PIN, Scripted.MODULE, Scripted.READER);
 
         assertEquals(1, demo.status, demo::toString);
         assertTrue(demo.out.contains("\n   createCSR: 0\n"), demo::toString);

@@ -2,6 +2,10 @@ package jvm;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
 
+import jvm.programs.NativeCalls;
+import jvm.support.ChildJvm;
+import jvm.support.Result;
+
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
 import org.junit.jupiter.params.provider.MethodSource;

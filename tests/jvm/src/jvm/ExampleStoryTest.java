@@ -13,6 +13,9 @@ import examples.ReadCertificate;
 import examples.ReadPublicKey;
 import examples.SignAndVerify;
 
+import jvm.support.Authority;
+import jvm.support.Examples;
+
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;

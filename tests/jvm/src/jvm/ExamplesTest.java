@@ -19,6 +19,10 @@ import examples.ReadTokenInfo;
 import examples.ResetReader;
 import examples.SignAndVerify;
 
+import jvm.support.Examples;
+import jvm.support.KeyTool;
+import jvm.support.ScriptedToken;
+
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 

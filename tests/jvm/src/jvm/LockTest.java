@@ -3,6 +3,11 @@ package jvm;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import jvm.programs.ManyThreads;
+import jvm.support.ChildJvm;
+import jvm.support.Result;
+import jvm.support.SoftHsm;
+
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;

@@ -6,6 +6,10 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
 import com.tovr.smartcard.vornixtoken.utils.PcscUtils;
 
+import jvm.support.Scripted;
+import jvm.support.ScriptedToken;
+import jvm.support.Transcript;
+
 import org.junit.jupiter.api.Test;
 
 import java.util.ArrayList;

@@ -2,6 +2,10 @@ package jvm;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
 
+import jvm.support.ChildJvm;
+import jvm.support.Result;
+import jvm.support.ScriptedToken;
+
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 

@@ -8,6 +8,10 @@ import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.RequestContent;
 import com.tovr.smartcard.vornixtoken.Token;
 
+import jvm.support.Scripted;
+import jvm.support.ScriptedToken;
+import jvm.support.Transcript;
+
 import org.junit.jupiter.api.function.Executable;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;

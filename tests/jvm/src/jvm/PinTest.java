@@ -11,6 +11,9 @@ import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
 import com.tovr.smartcard.vornixtoken.Token;
 
+import jvm.support.ScriptedToken;
+import jvm.support.Transcript;
+
 import org.junit.jupiter.api.Test;
 
 import java.util.Collections;

@@ -1,12 +1,15 @@
 package jvm;
 
-import static jvm.Scripted.ascii;
-import static jvm.Scripted.list;
-import static jvm.Scripted.text;
+import static jvm.support.Scripted.ascii;
+import static jvm.support.Scripted.list;
+import static jvm.support.Scripted.text;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
+
+import jvm.support.ScriptedToken;
+import jvm.support.Transcript;
 
 import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;

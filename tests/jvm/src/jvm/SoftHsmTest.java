@@ -1,13 +1,21 @@
 package jvm;
 
-import static jvm.Scripted.NONE;
-import static jvm.Scripted.ascii;
+import static jvm.support.Scripted.NONE;
+import static jvm.support.Scripted.ascii;
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.tovr.smartcard.vornixtoken.api.Pkcs11ObjectAttribute;
 import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
+
+import jvm.programs.LoggedInElsewhere;
+import jvm.support.ChildJvm;
+import jvm.support.KeyTool;
+import jvm.support.Processes;
+import jvm.support.Result;
+import jvm.support.Scripted;
+import jvm.support.SoftHsm;
 
 import org.junit.jupiter.api.BeforeAll;
 import org.junit.jupiter.api.BeforeEach;

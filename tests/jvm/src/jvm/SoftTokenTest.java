@@ -11,6 +11,10 @@ import com.tovr.smartcard.vornixtoken.RequestContent;
 import com.tovr.smartcard.vornixtoken.Token;
 import com.tovr.smartcard.vornixtoken.TokenObject;
 
+import jvm.support.Authority;
+import jvm.support.Processes;
+import jvm.support.Threads;
+
 import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Tag;

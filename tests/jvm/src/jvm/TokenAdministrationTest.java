@@ -8,6 +8,9 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 import com.tovr.smartcard.vornixtoken.api.Pkcs11ObjectAttribute;
 import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
 
+import jvm.support.ScriptedToken;
+import jvm.support.Transcript;
+
 import org.junit.jupiter.api.Test;
 
 import java.util.ArrayList;

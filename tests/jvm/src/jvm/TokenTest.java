@@ -1,6 +1,6 @@
 package jvm;
 
-import static jvm.Scripted.ascii;
+import static jvm.support.Scripted.ascii;
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
@@ -14,6 +14,9 @@ import com.tovr.smartcard.vornixtoken.Token;
 import com.tovr.smartcard.vornixtoken.TokenInfo;
 import com.tovr.smartcard.vornixtoken.TokenObject;
 import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
+
+import jvm.support.KeyTool;
+import jvm.support.ScriptedToken;
 
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;

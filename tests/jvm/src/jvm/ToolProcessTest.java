@@ -3,6 +3,12 @@ package jvm;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import jvm.support.ChildJvm;
+import jvm.support.Processes;
+import jvm.support.Result;
+import jvm.support.ScriptedToken;
+import jvm.support.Tool;
+
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;

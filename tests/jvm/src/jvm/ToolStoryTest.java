@@ -1,9 +1,16 @@
 package jvm;
 
-import static jvm.Tool.assertPrints;
+import static jvm.support.Tool.assertPrints;
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import jvm.support.Authority;
+import jvm.support.ChildJvm;
+import jvm.support.Processes;
+import jvm.support.Result;
+import jvm.support.Scripted;
+import jvm.support.Tool;
 
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Tag;

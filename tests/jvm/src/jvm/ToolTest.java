@@ -1,13 +1,19 @@
 package jvm;
 
-import static jvm.Tool.assertPrints;
-import static jvm.Tool.run;
+import static jvm.support.Tool.assertPrints;
+import static jvm.support.Tool.run;
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.tovr.smartcard.vornixtoken.tool.VornixTokenTool;
+
+import jvm.support.KeyTool;
+import jvm.support.Processes;
+import jvm.support.Result;
+import jvm.support.Scripted;
+import jvm.support.ScriptedToken;
 
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;

@@ -1,4 +1,4 @@
-package jvm;
+package jvm.support;
 
 import org.junit.jupiter.api.BeforeAll;
 import org.junit.jupiter.api.BeforeEach;
@@ -10,22 +10,22 @@ import java.nio.file.Path;
 import java.nio.file.Paths;
 
 /** Gives each test an untouched token: the scripted module keeps its state for each file that it is loaded from. */
-abstract class ScriptedToken {
-    static final String READER = Scripted.READER;
-    static final byte[] PIN = Scripted.PIN;
-    static final byte[] SO_PIN = Scripted.SO_PIN;
-    static final byte[] WRONG_PIN = Scripted.WRONG_PIN;
-    static final byte[] NONE = Scripted.NONE;
+public abstract class ScriptedToken {
+    protected static final String READER = Scripted.READER;
+    protected static final byte[] PIN = Scripted.PIN;
+    protected static final byte[] SO_PIN = Scripted.SO_PIN;
+    protected static final byte[] WRONG_PIN = Scripted.WRONG_PIN;
+    protected static final byte[] NONE = Scripted.NONE;
 
-    String module;
+    protected String module;
 
     @BeforeAll
-    static void loadLibrary() {
+    protected static void loadLibrary() {
         System.loadLibrary("VornixToken_Javalib");
     }
 
     @BeforeEach
-    void copyModule(@TempDir Path folder) throws IOException {
+    protected void copyModule(@TempDir Path folder) throws IOException {
         module = Files.copy(Paths.get(Scripted.MODULE), folder.resolve("module.so")).toString();
     }
 }

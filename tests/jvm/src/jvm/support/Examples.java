@@ -1,19 +1,19 @@
-package jvm;
+package jvm.support;
 
 import java.io.ByteArrayOutputStream;
 import java.io.PrintStream;
 
 /** Runs examples in this process. */
-final class Examples {
+public final class Examples {
     private Examples() {
     }
 
-    interface Example {
+    public interface Example {
         void main(String[] arguments) throws Exception;
     }
 
     /** Returns what an example prints. */
-    static String output(Example example, String module, String reader, String... further) throws Exception {
+    public static String output(Example example, String module, String reader, String... further) throws Exception {
         String[] arguments = new String[2 + further.length];
         arguments[0] = module;
         arguments[1] = reader;

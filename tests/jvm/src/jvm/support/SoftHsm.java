@@ -1,4 +1,4 @@
-package jvm;
+package jvm.support;
 
 import java.io.IOException;
 import java.nio.file.Files;
@@ -13,10 +13,10 @@ import java.util.stream.Collectors;
 import java.util.stream.Stream;
 
 /** SoftHSM2 in a folder of this process's own, with one token. */
-final class SoftHsm {
-    static final String MODULE = System.getProperty("vornix.softhsm.module");
-    static final String PIN = "12345678";
-    static final String SO_PIN = "87654321";
+public final class SoftHsm {
+    public static final String MODULE = System.getProperty("vornix.softhsm.module");
+    public static final String PIN = "12345678";
+    public static final String SO_PIN = "87654321";
 
     private static final Path CONFIGURATION = Paths.get(System.getenv("SOFTHSM2_CONF"));
 
@@ -24,7 +24,7 @@ final class SoftHsm {
     }
 
     /** Makes a new token and returns the name of its reader. */
-    static String newToken() throws IOException, InterruptedException {
+    public static String newToken() throws IOException, InterruptedException {
         Pattern assigned = Pattern.compile("reassigned to slot (\\d+)");
         while (true) {
             Path tokens = emptyFolder(CONFIGURATION.resolveSibling("tokens"));

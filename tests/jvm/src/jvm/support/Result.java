@@ -1,12 +1,12 @@
-package jvm;
+package jvm.support;
 
 /** What a program that has ended leaves. */
-final class Result {
-    final int status;
-    final String out;
-    final String err;
+public final class Result {
+    public final int status;
+    public final String out;
+    public final String err;
 
-    Result(int status, String out, String err) {
+    public Result(int status, String out, String err) {
         this.status = status;
         this.out = out;
         this.err = err;

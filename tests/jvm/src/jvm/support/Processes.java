@@ -1,4 +1,4 @@
-package jvm;
+package jvm.support;
 
 import java.io.IOException;
 import java.nio.charset.StandardCharsets;
@@ -6,12 +6,12 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 
 /** Other people's tools. */
-final class Processes {
+public final class Processes {
     private Processes() {
     }
 
     /** Runs a tool and returns what it prints; a failure is an exception with all of it. */
-    static String run(String... command) throws IOException, InterruptedException {
+    public static String run(String... command) throws IOException, InterruptedException {
         Path output = Files.createTempFile("tool", ".out");
         try {
             int status = new ProcessBuilder(command).redirectErrorStream(true).redirectOutput(output.toFile()).start()

@@ -1,13 +1,17 @@
-package jvm;
+package jvm.programs;
 
 import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.Token;
 import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
 
+import jvm.support.Scripted;
+import jvm.support.SoftHsm;
+import jvm.support.Threads;
+
 import java.util.ArrayList;
 
 /** Lists one token's objects in several threads at once. Arguments: "natives" or "facade", reader. */
-final class ManyThreads {
+public final class ManyThreads {
     private static final int HUNG = 2;
     private static final int THREADS = 8;
     private static final int TIMES = 100;

@@ -1,12 +1,14 @@
-package jvm;
+package jvm.programs;
 
 import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
 import com.tovr.smartcard.vornixtoken.utils.PcscUtils;
 
+import jvm.support.Scripted;
+
 import java.util.ArrayList;
 
 /** Makes one native call and prints its result behind what the library prints. */
-final class NativeCalls {
+public final class NativeCalls {
     private NativeCalls() {
     }
 

@@ -1,4 +1,4 @@
-package jvm;
+package jvm.support;
 
 import java.io.IOException;
 import java.io.UncheckedIOException;
@@ -11,7 +11,7 @@ import java.util.List;
 import java.util.stream.Collectors;
 
 /** The calls that the scripted module received, one a line, as it writes them to the file it was given. */
-final class Transcript {
+public final class Transcript {
     private static final Path FILE = Paths.get(System.getenv("SCRIPTED_MODULE_TRANSCRIPT"));
 
     static {
@@ -26,7 +26,7 @@ final class Transcript {
     }
 
     /** Returns the lines that a piece of work adds, bytes as characters, the numbers of sessions left out. */
-    static List<String> during(Runnable work) {
+    public static List<String> during(Runnable work) {
         long before = length();
         work.run();
         try {
@@ -41,7 +41,7 @@ final class Transcript {
     }
 
     /** Returns the one line among those that a piece of work adds that begins so. */
-    static String line(String beginning, Runnable work) {
+    public static String line(String beginning, Runnable work) {
         List<String> lines = during(work).stream().filter(line -> line.startsWith(beginning))
                 .collect(Collectors.toList());
         if (lines.size() != 1) {

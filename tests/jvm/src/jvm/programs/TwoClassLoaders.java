@@ -1,4 +1,6 @@
-package jvm;
+package jvm.programs;
+
+import jvm.support.Threads;
 
 import java.net.URL;
 import java.net.URLClassLoader;
@@ -6,7 +8,7 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.Paths;
 
 /** Lists one token's objects through two copies of the classes at once. Arguments: jar, module, reader, PIN. */
-final class TwoClassLoaders {
+public final class TwoClassLoaders {
     private TwoClassLoaders() {
     }
 

@@ -1,4 +1,4 @@
-package jvm;
+package jvm.support;
 
 import java.io.InputStream;
 import java.nio.file.Files;
@@ -8,14 +8,14 @@ import java.security.KeyStore;
 import java.security.cert.X509Certificate;
 
 /** Certificates made by the JDK's keytool. */
-final class KeyTool {
+public final class KeyTool {
     private static final String PASSWORD = "password";
 
     private KeyTool() {
     }
 
     /** Makes a key pair and returns its self-signed certificate. */
-    static X509Certificate certificate(String name) throws Exception {
+    public static X509Certificate certificate(String name) throws Exception {
         Path folder = Files.createTempDirectory("keytool");
         Path store = folder.resolve("store.p12");
         try {

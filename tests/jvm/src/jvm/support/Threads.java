@@ -1,4 +1,4 @@
-package jvm;
+package jvm.support;
 
 import java.util.ArrayList;
 import java.util.List;
@@ -9,16 +9,16 @@ import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
 
 /** The same work in several threads. */
-final class Threads {
+public final class Threads {
     private Threads() {
     }
 
-    interface Work {
+    public interface Work {
         void run() throws Exception;
     }
 
     /** Does the work `times` times in each of `count` threads; a failure in any of them is thrown. */
-    static void run(int count, int times, Work work) {
+    public static void run(int count, int times, Work work) {
         ExecutorService threads = Executors.newFixedThreadPool(count);
         try {
             Callable<Void> all = () -> {

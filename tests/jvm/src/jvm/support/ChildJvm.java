@@ -1,4 +1,4 @@
-package jvm;
+package jvm.support;
 
 import java.io.IOException;
 import java.nio.charset.StandardCharsets;
@@ -11,56 +11,56 @@ import java.util.List;
 import java.util.concurrent.TimeUnit;
 
 /** A Java process of its own, for what concerns a whole process: its standard output, its environment, its options. */
-final class ChildJvm {
+public final class ChildJvm {
     private static final long PATIENCE_IN_SECONDS = 60;
 
     private final List<String> options = new ArrayList<>();
     private final ProcessBuilder builder = new ProcessBuilder();
 
     /** One that knows where the library is. */
-    ChildJvm() {
+    public ChildJvm() {
         this(System.getProperty("java.library.path"));
     }
 
     /** One that looks for the library in these folders. */
-    ChildJvm(String libraryPath) {
+    public ChildJvm(String libraryPath) {
         options("-Djava.library.path=" + libraryPath, "-Dvornix.scripted.module=" + Scripted.MODULE);
     }
 
-    ChildJvm options(String... more) {
+    public ChildJvm options(String... more) {
         options.addAll(Arrays.asList(more));
         return this;
     }
 
     /** Grants native access to a module, or to ALL-UNNAMED, and to nothing else. */
-    ChildJvm grant(String module) {
+    public ChildJvm grant(String module) {
         options("--enable-native-access=" + module);
         return Runtime.version().feature() >= 24 ? options("--illegal-native-access=deny") : this;
     }
 
-    ChildJvm environment(String name, String value) {
+    public ChildJvm environment(String name, String value) {
         builder.environment().put(name, value);
         return this;
     }
 
-    ChildJvm without(String name) {
+    public ChildJvm without(String name) {
         builder.environment().remove(name);
         return this;
     }
 
     /** Runs a main class on the tests' class path. */
-    Result run(Class<?> main, String... arguments) throws IOException, InterruptedException {
+    public Result run(Class<?> main, String... arguments) throws IOException, InterruptedException {
         return run(System.getProperty("java.class.path"), main, arguments);
     }
 
     /** Runs a main class on a class path of its own. */
-    Result run(String classPath, Class<?> main, String... arguments) throws IOException, InterruptedException {
+    public Result run(String classPath, Class<?> main, String... arguments) throws IOException, InterruptedException {
         options("-cp", classPath, main.getName());
         return launch(arguments);
     }
 
     /** Runs what the options name. */
-    Result launch(String... arguments) throws IOException, InterruptedException {
+    public Result launch(String... arguments) throws IOException, InterruptedException {
         Path out = Files.createTempFile("child", ".out");
         Path err = Files.createTempFile("child", ".err");
         try {

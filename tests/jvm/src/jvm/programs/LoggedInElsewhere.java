@@ -1,16 +1,18 @@
-package jvm;
+package jvm.programs;
 
 import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
 import com.tovr.smartcard.vornixtoken.RequestContent;
 import com.tovr.smartcard.vornixtoken.Token;
 
+import jvm.support.SoftHsm;
+
 import java.security.KeyStore;
 import java.security.Provider;
 import java.security.Security;
 
 /** Logs in to SoftHSM2 through the JDK's own PKCS #11 provider, then asks for a signature or request by nobody. */
-final class LoggedInElsewhere {
+public final class LoggedInElsewhere {
     private LoggedInElsewhere() {
     }
 

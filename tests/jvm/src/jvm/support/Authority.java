@@ -1,4 +1,4 @@
-package jvm;
+package jvm.support;
 
 import java.io.ByteArrayInputStream;
 import java.nio.file.Files;
@@ -7,12 +7,12 @@ import java.security.cert.CertificateFactory;
 import java.security.cert.X509Certificate;
 
 /** OpenSSL as a certificate authority, its certificate in ca.pem of a folder. */
-final class Authority {
+public final class Authority {
     private Authority() {
     }
 
     /** Makes a certificate of a request. */
-    static X509Certificate certify(Path folder, byte[] request) throws Exception {
+    public static X509Certificate certify(Path folder, byte[] request) throws Exception {
         String key = folder.resolve("ca.key").toString();
         String authority = folder.resolve("ca.pem").toString();
         Path asked = Files.write(folder.resolve("request.der"), request);

@@ -1,4 +1,4 @@
-package jvm;
+package jvm.support;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
 
@@ -10,18 +10,18 @@ import java.io.PrintWriter;
 import java.io.StringWriter;
 
 /** Runs the command-line tool in this process. */
-final class Tool {
+public final class Tool {
     private Tool() {
     }
 
-    static Result run(String... arguments) {
+    public static Result run(String... arguments) {
         StringWriter out = new StringWriter();
         StringWriter err = new StringWriter();
         CommandLine tool = VornixTokenTool.commandLine().setOut(new PrintWriter(out)).setErr(new PrintWriter(err));
         return new Result(tool.execute(arguments), out.toString(), err.toString());
     }
 
-    static void assertPrints(String out, Result result) {
+    public static void assertPrints(String out, Result result) {
         assertEquals("", result.err);
         assertEquals(out, result.out);
         assertEquals(0, result.status);

@@ -1,10 +1,12 @@
-package jvm;
+package jvm.programs;
 
 import com.tovr.smartcard.vornixtoken.NativeLibrary;
 import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
 
+import jvm.support.Scripted;
+
 /** Loads the library as the Java API does and makes one call; prints why if that cannot be. */
-final class LibraryLoader {
+public final class LibraryLoader {
     private LibraryLoader() {
     }
 
