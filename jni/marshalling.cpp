@@ -29,11 +29,12 @@ jsize lengthOrZero(JNIEnv* env, jarray array)
     return array == nullptr ? 0 : env->GetArrayLength(array);
 }
 
-Bytes readBytes(JNIEnv* env, jbyteArray array, jsize length)
+/// Makes `copy` as long as `length` tells and copies the array into it.
+template <typename Run>
+void copyBytes(JNIEnv* env, jbyteArray array, jsize length, Run& copy)
 {
-    Bytes bytes(static_cast<std::size_t>(length), 0);
-    env->GetByteArrayRegion(array, 0, length, reinterpret_cast<jbyte*>(firstByte(bytes)));
-    return bytes;
+    copy.assign(static_cast<std::size_t>(length), 0);
+    env->GetByteArrayRegion(array, 0, length, reinterpret_cast<jbyte*>(firstByte(copy)));
 }
 
 void callWithString(JNIEnv* env, jobject object, jclass objectClass, const char* setter, const std::string& text)
@@ -50,22 +51,20 @@ void add(JNIEnv* env, jobject list, jclass listClass, jobject element)
 
 } // namespace
 
-SecretBytes::~SecretBytes()
+SecretBytes readBytes(JNIEnv* env, jbyteArray array)
 {
-    if (!bytes_.empty())
-        explicit_bzero(bytes_.data(), bytes_.size());
+    SecretBytes bytes;
+    copyBytes(env, array, env->GetArrayLength(array), bytes);
+    return bytes;
 }
 
-void SecretBytes::read(JNIEnv* env, jbyteArray array)
+SecretBytes readBytesIfAny(JNIEnv* env, jbyteArray array)
 {
-    bytes_ = readBytes(env, array, env->GetArrayLength(array));
-}
-
-void SecretBytes::readIfAny(JNIEnv* env, jbyteArray array)
-{
+    SecretBytes bytes;
     const jsize length = lengthOrZero(env, array);
     if (length > 0)
-        bytes_ = readBytes(env, array, length);
+        copyBytes(env, array, length, bytes);
+    return bytes;
 }
 
 std::string readString(JNIEnv* env, jstring string)
@@ -73,15 +72,22 @@ std::string readString(JNIEnv* env, jstring string)
     return BorrowedCharacters(env, string).get();
 }
 
-std::vector<Bytes> readByteArrays(JNIEnv* env, jobjectArray arrays)
+SecretByteArrays::~SecretByteArrays()
 {
-    std::vector<Bytes> copies;
+    for (Bytes& copy : copies_) {
+        if (!copy.empty())
+            explicit_bzero(copy.data(), copy.size());
+    }
+}
+
+void SecretByteArrays::read(JNIEnv* env, jobjectArray arrays)
+{
     const jsize count = lengthOrZero(env, arrays);
     for (jsize i = 0; i < count; ++i) {
         const auto array = static_cast<jbyteArray>(env->GetObjectArrayElement(arrays, i));
-        copies.push_back(readBytes(env, array, env->GetArrayLength(array)));
+        const jsize length = env->GetArrayLength(array);
+        copyBytes(env, array, length, copies_.emplace_back()); // in its place: no copy outside can be left behind
     }
-    return copies;
 }
 
 StringRun readStrings(JNIEnv* env, jobjectArray strings)

@@ -8,48 +8,79 @@
 
 #include <jni.h>
 
+#include <cstddef>
+#include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
 using Bytes = std::vector<unsigned char>;
 
+/// Wipes memory before it is released, whatever the reason: the end of a call, growth, an exception.
+template <typename T>
+struct WipingAllocator {
+    using value_type = T;
+
+    WipingAllocator() = default;
+    template <typename U>
+    explicit WipingAllocator(const WipingAllocator<U>&)
+    {
+    }
+
+    T* allocate(std::size_t count) { return std::allocator<T>().allocate(count); }
+    void deallocate(T* memory, std::size_t count)
+    {
+        explicit_bzero(memory, count * sizeof(T));
+        std::allocator<T>().deallocate(memory, count);
+    }
+
+    friend bool operator==(const WipingAllocator&, const WipingAllocator&) { return true; }
+    friend bool operator!=(const WipingAllocator&, const WipingAllocator&) { return false; }
+};
+
+/// Bytes that may be a PIN or another secret.
+using SecretBytes = std::vector<unsigned char, WipingAllocator<unsigned char>>;
+
 /// A byte run's first byte, null when it has none.
-inline unsigned char* firstByte(Bytes& bytes)
+template <typename Run>
+unsigned char* firstByte(Run& bytes)
 {
     return bytes.empty() ? nullptr : bytes.data();
 }
 
-/// A copy of a byte[]. Any of them may be a PIN, so each is wiped before its memory is released.
-class SecretBytes {
-public:
-    SecretBytes() = default;
-    ~SecretBytes();
-    SecretBytes(const SecretBytes&) = delete;
-    SecretBytes& operator=(const SecretBytes&) = delete;
+/// A copy of a byte[].
+[[nodiscard]] SecretBytes readBytes(JNIEnv* env, jbyteArray array);
 
-    void read(JNIEnv* env, jbyteArray array);
-    /// The same for an array that may be null; one without bytes is not read.
-    void readIfAny(JNIEnv* env, jbyteArray array);
-
-    unsigned char* data() { return firstByte(bytes_); }
-    unsigned long size() const { return bytes_.size(); }
-
-private:
-    Bytes bytes_;
-};
+/// The same for an array that may be null; one without bytes is not read.
+[[nodiscard]] SecretBytes readBytesIfAny(JNIEnv* env, jbyteArray array);
 
 /// A copy of a String in modified UTF-8 as the JVM delivers it.
-std::string readString(JNIEnv* env, jstring string);
+[[nodiscard]] std::string readString(JNIEnv* env, jstring string);
 
-/// Copies of a byte[][]'s elements; none for a null array.
-std::vector<Bytes> readByteArrays(JNIEnv* env, jobjectArray arrays);
+/// Copies of a byte[][]'s elements, wiped at the end. They are held as the operations take them.
+class SecretByteArrays {
+public:
+    SecretByteArrays() = default;
+    ~SecretByteArrays();
+    SecretByteArrays(const SecretByteArrays&) = delete;
+    SecretByteArrays& operator=(const SecretByteArrays&) = delete;
 
-/// The strings of a String[] laid end to end, each with its NUL; none for a null array.
+    /// A null array has no elements.
+    void read(JNIEnv* env, jobjectArray arrays);
+
+    const std::vector<Bytes>& get() const { return copies_; }
+
+private:
+    std::vector<Bytes> copies_;
+};
+
+/// The strings of a String[] laid end to end, each with its NUL; none for a null array. A request's texts may hold a
+/// challenge password.
 struct StringRun {
-    Bytes bytes;
+    SecretBytes bytes;
     unsigned long count = 0; ///< how many strings
 };
-StringRun readStrings(JNIEnv* env, jobjectArray strings);
+[[nodiscard]] StringRun readStrings(JNIEnv* env, jobjectArray strings);
 
 /// Appends the bytes to a java.util.ArrayList as java.lang.Byte objects.
 void appendBytes(JNIEnv* env, jobject list, const Bytes& bytes);

@@ -6,13 +6,15 @@ extern "C" {
 JNIEXPORT jlong JNICALL Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_setPin(
     JNIEnv* env, jobject, jstring terminalName, jstring modulePath, jbyteArray oldPin, jbyteArray newPin)
 {
-    return runOnToken(env, modulePath, terminalName, &P11Wrapper::SetPin, ByteArray(oldPin), ByteArray(newPin));
+    return runOnToken(env, TerminalName{terminalName}, ModulePath{modulePath}, &P11Wrapper::SetPin, ByteArray(oldPin),
+                      ByteArray(newPin));
 }
 
 JNIEXPORT jlong JNICALL Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_setPuk(
     JNIEnv* env, jobject, jstring terminalName, jstring modulePath, jbyteArray oldPuk, jbyteArray newPuk)
 {
-    return runOnToken(env, modulePath, terminalName, &P11Wrapper::SetPuk, ByteArray(oldPuk), ByteArray(newPuk));
+    return runOnToken(env, TerminalName{terminalName}, ModulePath{modulePath}, &P11Wrapper::SetPuk, ByteArray(oldPuk),
+                      ByteArray(newPuk));
 }
 
 JNIEXPORT void JNICALL Java_com_tovr_smartcard_vornixtoken_utils_PcscUtils_resetTerminal(JNIEnv* env, jobject,

@@ -2,7 +2,7 @@
 //
 // A method names its operation and its arguments in the operation's order:
 //
-//     return runOnToken(env, modulePath, terminalName, &P11Wrapper::GetX509Certificate,
+//     return runOnToken(env, TerminalName{terminalName}, ModulePath{modulePath}, &P11Wrapper::GetX509Certificate,
 //                       ByteArray(pin), Text(label), ByteArray(id), ByteList(certificate));
 //
 // Each argument type below says how a Java value becomes the operation's parameters (`native`) and, for an output, how
@@ -16,6 +16,7 @@
 
 #include <string>
 #include <tuple>
+#include <type_traits>
 #include <vector>
 
 /// An argument that takes part in no step; the others replace what they need.
@@ -28,8 +29,8 @@ struct Argument {
 /// byte[] as pointer and length.
 struct ByteArray : Argument {
     explicit ByteArray(jbyteArray array) : array(array) {}
-    void readBinary(JNIEnv* env) { bytes.read(env, array); }
-    auto native() { return std::make_tuple(bytes.data(), bytes.size()); }
+    void readBinary(JNIEnv* env) { bytes = readBytes(env, array); }
+    auto native() { return std::make_tuple(firstByte(bytes), bytes.size()); }
 
     jbyteArray array;
     SecretBytes bytes;
@@ -38,11 +39,11 @@ struct ByteArray : Argument {
 /// byte[][] as a list of byte vectors.
 struct ByteArrays : Argument {
     explicit ByteArrays(jobjectArray arrays) : arrays(arrays) {}
-    void readBinary(JNIEnv* env) { copies = readByteArrays(env, arrays); }
-    auto native() { return std::tie(copies); }
+    void readBinary(JNIEnv* env) { copies.read(env, arrays); }
+    auto native() { return std::tie(copies.get()); }
 
     jobjectArray arrays;
-    std::vector<Bytes> copies;
+    SecretByteArrays copies;
 };
 
 /// String as const char*.
@@ -121,9 +122,17 @@ struct FirstElement : Argument {
     Held held;
 };
 
+// The two names that nearly every method takes, told apart by their types: both are Strings.
+struct TerminalName {
+    jstring string;
+};
+struct ModulePath {
+    jstring string;
+};
+
 /// Runs `job` on an initialised wrapper of the module. Returns its code, or 1 when the module cannot be initialised.
 template <typename Job>
-jlong runOnModule(const std::string& modulePath, Job job)
+[[nodiscard]] jlong runOnModule(const std::string& modulePath, Job job)
 {
     P11Wrapper wrapper(modulePath.c_str());
     if (!wrapper.Initialize()) {
@@ -133,25 +142,37 @@ jlong runOnModule(const std::string& modulePath, Job job)
     return static_cast<jlong>(job(wrapper));
 }
 
+/// Whether an operation takes a slot and then, one for one, what the arguments become.
+template <typename Operation, typename Parameters>
+constexpr bool takes = false;
+template <typename Operation, typename... Parameters>
+constexpr bool takes<Operation, std::tuple<Parameters...>> =
+    std::is_invocable_r_v<CK_RV, Operation, P11Wrapper&, CK_SLOT_ID, Parameters&...>;
+
 /// The frame of a method that works on the token in the reader `terminalName`. Returns the code of the first step that
 /// failed, or 0.
 template <typename Operation, typename... Arguments>
-jlong runOnToken(JNIEnv* env, jstring modulePath, jstring terminalName, Operation operation, Arguments&&... arguments)
+[[nodiscard]] jlong runOnToken(JNIEnv* env, TerminalName terminalName, ModulePath modulePath, Operation operation,
+                               Arguments&&... arguments)
 {
-    (arguments.readBinary(env), ...);
-    const std::string module = readString(env, modulePath);
-    const std::string terminal = readString(env, terminalName);
-    (arguments.readText(env), ...);
+    constexpr bool match = takes<Operation, decltype(std::tuple_cat(arguments.native()...))>;
+    static_assert(match, "these arguments, in this order, are not what the operation takes behind the slot");
+    if constexpr (match) { // else the message above is all that the compiler says
+        (arguments.readBinary(env), ...);
+        const std::string module = readString(env, modulePath.string);
+        const std::string terminal = readString(env, terminalName.string);
+        (arguments.readText(env), ...);
 
-    return runOnModule(module, [&](P11Wrapper& wrapper) {
-        CK_SLOT_ID slot = 0; // a module without slots leaves it as it is and counts as success
-        CK_RV rv = wrapper.GetSlotIDByTerminalName(terminal.c_str(), &slot);
-        if (rv != CKR_OK)
+        return runOnModule(module, [&](P11Wrapper& wrapper) {
+            CK_SLOT_ID slot = 0; // a module without slots leaves it as it is and counts as success
+            CK_RV rv = wrapper.GetSlotIDByTerminalName(terminal.c_str(), &slot);
+            if (rv != CKR_OK)
+                return rv;
+            rv = std::apply([&](auto&&... parameters) { return (wrapper.*operation)(slot, parameters...); },
+                            std::tuple_cat(arguments.native()...));
+            if (rv == CKR_OK)
+                (arguments.deliver(env), ...);
             return rv;
-        rv = std::apply([&](auto&&... parameters) { return (wrapper.*operation)(slot, parameters...); },
-                        std::tuple_cat(arguments.native()...));
-        if (rv == CKR_OK)
-            (arguments.deliver(env), ...);
-        return rv;
-    });
+        });
+    }
 }

@@ -7,9 +7,9 @@ JNIEXPORT jlong JNICALL Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_pk
     JNIEnv* env, jobject, jstring terminalName, jstring modulePath, jbyteArray pin, jbyteArray data,
     jbyteArray certificateId, jbyteArray keyId, jobjectArray furtherCertificateIds, jlong flags, jobject signature)
 {
-    return runOnToken(env, modulePath, terminalName, &P11Wrapper::pkcs7Sign, ByteArray(pin), ByteArray(data),
-                      ByteArray(certificateId), ByteArray(keyId), ByteArrays(furtherCertificateIds), Number(flags),
-                      ByteList(signature));
+    return runOnToken(env, TerminalName{terminalName}, ModulePath{modulePath}, &P11Wrapper::pkcs7Sign, ByteArray(pin),
+                      ByteArray(data), ByteArray(certificateId), ByteArray(keyId), ByteArrays(furtherCertificateIds),
+                      Number(flags), ByteList(signature));
 }
 
 JNIEXPORT jlong JNICALL Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_pkcs7Verify(JNIEnv* env, jobject,
@@ -19,12 +19,10 @@ JNIEXPORT jlong JNICALL Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_pk
 {
     // No token, hence no terminal name; and the second input is read before the first.
     const std::string module = readString(env, modulePath);
-    SecretBytes second;
-    second.readIfAny(env, secondInput);
-    SecretBytes first;
-    first.readIfAny(env, firstInput);
+    SecretBytes second = readBytesIfAny(env, secondInput);
+    SecretBytes first = readBytesIfAny(env, firstInput);
     return runOnModule(module, [&](P11Wrapper& wrapper) {
-        return wrapper.pkcs7Verify(first.data(), first.size(), second.data(), second.size());
+        return wrapper.pkcs7Verify(firstByte(first), first.size(), firstByte(second), second.size());
     });
 }
 
@@ -32,9 +30,9 @@ JNIEXPORT jlong JNICALL Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_cr
     JNIEnv* env, jobject, jstring terminalName, jstring modulePath, jbyteArray pin, jbyteArray publicKeyId,
     jbyteArray privateKeyId, jobjectArray subject, jobjectArray attributes, jobjectArray extensions, jobject request)
 {
-    return runOnToken(env, modulePath, terminalName, &P11Wrapper::createCSR, ByteArray(pin), ByteArray(publicKeyId),
-                      ByteArray(privateKeyId), TextGroups(subject, 2), TextGroups(attributes, 2),
-                      TextGroups(extensions, 3), ByteList(request));
+    return runOnToken(env, TerminalName{terminalName}, ModulePath{modulePath}, &P11Wrapper::createCSR, ByteArray(pin),
+                      ByteArray(publicKeyId), ByteArray(privateKeyId), TextGroups(subject, 2),
+                      TextGroups(attributes, 2), TextGroups(extensions, 3), ByteList(request));
 }
 
 } // extern "C"

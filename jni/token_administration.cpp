@@ -8,7 +8,7 @@ JNIEXPORT jlong JNICALL Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_in
                                                                                        jstring modulePath,
                                                                                        jbyteArray soPin)
 {
-    return runOnToken(env, modulePath, terminalName, &P11Wrapper::InitCard, ByteArray(soPin));
+    return runOnToken(env, TerminalName{terminalName}, ModulePath{modulePath}, &P11Wrapper::InitCard, ByteArray(soPin));
 }
 
 JNIEXPORT jlong JNICALL Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_cleanCard(JNIEnv* env, jobject,
@@ -16,22 +16,23 @@ JNIEXPORT jlong JNICALL Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_cl
                                                                                         jstring modulePath,
                                                                                         jbyteArray pin)
 {
-    return runOnToken(env, modulePath, terminalName, &P11Wrapper::CleanCard, ByteArray(pin));
+    return runOnToken(env, TerminalName{terminalName}, ModulePath{modulePath}, &P11Wrapper::CleanCard, ByteArray(pin));
 }
 
 JNIEXPORT jlong JNICALL Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_getTokenInfo(
     JNIEnv* env, jobject, jstring terminalName, jstring modulePath, jobjectArray label, jobjectArray manufacturer,
     jobjectArray model, jobjectArray serialNumber, jobjectArray flags)
 {
-    return runOnToken(env, modulePath, terminalName, &P11Wrapper::GetTokenInfo, FirstElement<Bytes>(label),
-                      FirstElement<Bytes>(manufacturer), FirstElement<Bytes>(model), FirstElement<Bytes>(serialNumber),
-                      FirstElement<std::string>(flags));
+    return runOnToken(env, TerminalName{terminalName}, ModulePath{modulePath}, &P11Wrapper::GetTokenInfo,
+                      FirstElement<Bytes>(label), FirstElement<Bytes>(manufacturer), FirstElement<Bytes>(model),
+                      FirstElement<Bytes>(serialNumber), FirstElement<std::string>(flags));
 }
 
 JNIEXPORT jlong JNICALL Java_com_tovr_smartcard_vornixtoken_api_Pkcs11Wrapper_listObjects(
     JNIEnv* env, jobject, jstring terminalName, jstring modulePath, jbyteArray pin, jobject objects)
 {
-    return runOnToken(env, modulePath, terminalName, &P11Wrapper::ListObjects, ByteArray(pin), ObjectList(objects));
+    return runOnToken(env, TerminalName{terminalName}, ModulePath{modulePath}, &P11Wrapper::ListObjects, ByteArray(pin),
+                      ObjectList(objects));
 }
 
 } // extern "C"

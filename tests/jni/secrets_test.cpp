@@ -109,4 +109,64 @@ TEST_F(WatchedSecrets, AreWipedWhenTheNextArrayCannotBeCopied)
     expectWiped(1);
 }
 
+TEST_F(WatchedSecrets, AreWipedInArraysOfArrays)
+{
+    const jbyteArray id = jni.bytes("id", {0x01});
+    const jobjectArray furtherIds = jni.byteArrays("furtherIds", {secrets[0], Bytes(200), secrets[1]});
+    watched([&] {
+        return natives::pkcs7Sign(jni.get(), nullptr, terminalName, modulePath, pin, id, id, id, furtherIds, 0,
+                                  jni.list("signature"));
+    });
+    expectWiped(2);
+}
+
+TEST_F(WatchedSecrets, AreWipedWhenTheRestOfAnArrayOfArraysCannotBeCopied)
+{
+    const jbyteArray id = jni.bytes("id", {0x01});
+    const jobjectArray furtherIds = jni.byteArrays("furtherIds", {secrets[0], secrets[1], Bytes(1 << 20)});
+    const AllocationLimit limit(1 << 19);
+    EXPECT_THROW(watched([&] {
+                     return natives::pkcs7Sign(jni.get(), nullptr, terminalName, modulePath, pin, id, id, id,
+                                               furtherIds, 0, jni.list("signature"));
+                 }),
+                 std::bad_alloc);
+    expectWiped(2);
+}
+
+class WatchedTexts : public WatchedSecrets {
+protected:
+    /// Attributes of a request: a challenge password, and another behind it.
+    jobjectArray attributes(const std::string& another)
+    {
+        return jni.strings("attributes", {"challengePassword", std::string(secrets[1].begin(), secrets[1].end()),
+                                          "unstructuredName", another});
+    }
+
+    /// No reader is found, since the scripted module would write the texts down.
+    jlong request(jobjectArray attributes)
+    {
+        terminalName = jni.string("terminalName", "Another Reader");
+        const jbyteArray id = jni.bytes("id", {0x01});
+        const jbyteArray userPin = jni.bytes("pin", secrets[0]);
+        return watched([&] {
+            return natives::createCSR(jni.get(), nullptr, terminalName, modulePath, userPin, id, id, nullptr,
+                                      attributes, nullptr, jni.list("request"));
+        });
+    }
+};
+
+TEST_F(WatchedTexts, OfARequestAreWipedAlsoWhereTheyHadToMove)
+{
+    EXPECT_EQ(request(attributes(std::string(300, 'x'))), 6);
+    expectWiped(1);
+}
+
+TEST_F(WatchedTexts, OfARequestAreWipedWhenTheRestCannotBeCopied)
+{
+    const jobjectArray tooLong = attributes(std::string(1 << 20, 'x'));
+    const AllocationLimit limit(1 << 19);
+    EXPECT_THROW(request(tooLong), std::bad_alloc);
+    expectWiped(1);
+}
+
 } // namespace
