@@ -15,14 +15,14 @@ namespace softtoken {
 
 inline std::mutex gate;
 
-/// Runs `job` with SoftHSM2's function list behind the gate and turns whatever it throws into a code.
+/// Runs `job` with SoftHSM2's function list behind the gate and turns whatever it throws into a code. SoftHSM2's own
+/// refusals are returned, not thrown: a listing meets one for every attribute that an object lacks.
 template <typename Job>
 CK_RV atBoundary(Job job) noexcept
 {
     try {
         const std::lock_guard lock(gate);
-        job(softHsm());
-        return CKR_OK;
+        return job(softHsm());
     } catch (const Failure& failure) {
         return failure.code;
     } catch (const std::bad_alloc&) {

@@ -20,6 +20,8 @@ constexpr std::string_view readerName = "Vornix Soft Reader 00 00";
 // name.
 constexpr std::string_view manufacturer = "Vornix development";
 constexpr std::string_view description = "Vornix software token";
+constexpr std::string_view model = "software token";
+constexpr CK_VERSION version = {VORNIX_VERSION_MAJOR, VORNIX_VERSION_MINOR};
 
 CK_UTF8CHAR userPin[] = {'1', '2', '3', '4', '5', '6', '7', '8'};
 
@@ -69,6 +71,7 @@ void getInfo(const CK_FUNCTION_LIST& softHsm, CK_INFO_PTR info)
     check(softHsm.C_GetInfo(info));
     fill(info->manufacturerID, manufacturer);
     fill(info->libraryDescription, description);
+    info->libraryVersion = version;
 }
 
 void getSlotList(const CK_FUNCTION_LIST& softHsm, CK_BBOOL, CK_SLOT_ID_PTR slots, CK_ULONG_PTR count)
@@ -88,6 +91,13 @@ void getSlotInfo(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_SLOT_INFO_
     check(softHsm.C_GetSlotInfo(softHsmSlot(softHsm, slot), info));
     fill(info->slotDescription, readerName);
     fill(info->manufacturerID, manufacturer);
+}
+
+void getTokenInfo(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_TOKEN_INFO_PTR info)
+{
+    check(softHsm.C_GetTokenInfo(softHsmSlot(softHsm, slot), info));
+    fill(info->manufacturerID, manufacturer);
+    fill(info->model, model);
 }
 
 void getSessionInfo(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE session, CK_SESSION_INFO_PTR info)

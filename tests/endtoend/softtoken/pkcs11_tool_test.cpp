@@ -1,6 +1,8 @@
 // The software token in the hands of OpenSC's pkcs11-tool.
 #include "tests/endtoend/softtoken/soft_token.h"
 
+#include <cstdlib>
+
 namespace endtoend {
 namespace {
 
@@ -21,6 +23,21 @@ TEST_F(Pkcs11Tool, SeesTheReaderAndItsToken)
     EXPECT_TRUE(succeeded(slots));
     EXPECT_NE(std::string::npos, slots.out.find(readerName)) << slots.out;
     EXPECT_NE(std::string::npos, slots.out.find("VORNIX Token")) << slots.out;
+}
+
+// The tool asks for interfaces first. p11-kit has them too, and leads to the tokens that the machine's modules have.
+TEST_F(Pkcs11Tool, SeesNoTokenOfTheMachine)
+{
+    const std::filesystem::path machine = folder.path() / "machine";
+    std::filesystem::create_directory(machine);
+    folder.write("machine.conf", bytes("directories.tokendir = " + machine.string()));
+    setenv("SOFTHSM2_CONF", (folder.path() / "machine.conf").c_str(), 1);
+    const Outcome slots = pkcs11Tool({"--list-slots"});
+    EXPECT_TRUE(succeeded(slots));
+    EXPECT_EQ(std::string::npos, slots.out.find("SoftHSM")) << slots.out;
+    EXPECT_EQ(slots.out.find("\nSlot "), slots.out.rfind("\nSlot ")) << slots.out;
+    EXPECT_TRUE(succeeded(pkcs11Tool({"--init-token", "--so-pin", soPin, "--label", "anew"})));
+    EXPECT_TRUE(std::filesystem::is_empty(machine));
 }
 
 TEST_F(Pkcs11Tool, InitialisesATokenThatTheDefaultPinOpens)

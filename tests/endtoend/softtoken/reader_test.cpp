@@ -70,7 +70,19 @@ TEST_F(Reader, IsOfAModuleThatTellsItselfFromSoftHsm)
     CK_INFO info = {};
     EXPECT_CKR(CKR_OK, standard->C_GetInfo(&info));
     EXPECT_EQ("Vornix software token", text(info.libraryDescription));
+    EXPECT_EQ(VERSION, std::to_string(info.libraryVersion.major) + '.' + std::to_string(info.libraryVersion.minor));
     EXPECT_EQ(text(slotInfo().manufacturerID), text(info.manufacturerID));
+}
+
+TEST_F(Reader, HoldsATokenThatTellsItselfFromSoftHsm)
+{
+    for (const bool initialised : {false, true}) {
+        if (initialised) {
+            EXPECT_CKR(CKR_OK, initToken());
+        }
+        EXPECT_EQ(text(slotInfo().manufacturerID), text(tokenInfo().manufacturerID));
+        EXPECT_EQ("software token", text(tokenInfo().model));
+    }
 }
 
 TEST_F(Reader, RefusesAnotherSlot)

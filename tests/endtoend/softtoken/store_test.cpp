@@ -251,14 +251,5 @@ TEST_F(StoreWithToken, IsReadAfterItsTokenFileWasCutShort)
         expectReadable(left, otherPin);
 }
 
-TEST(StoreFile, ShowsNothingButItsEntryPoint)
-{
-    const Folder folder;
-    const Outcome symbols = run(folder, {NM, "--dynamic", "--defined-only", "--format=posix", SOFTTOKEN_FILE});
-    ASSERT_TRUE(succeeded(symbols));
-    EXPECT_EQ(0U, symbols.out.find("C_GetFunctionList T ")) << symbols.out;
-    EXPECT_EQ(symbols.out.size() - 1, symbols.out.find('\n')) << symbols.out;
-}
-
 } // namespace
 } // namespace endtoend

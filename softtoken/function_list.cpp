@@ -1,4 +1,5 @@
-// The function list: SoftHSM2's functions behind the gate, some replaced, and the five vendor functions behind them.
+#include "softtoken/function_list.h"
+
 #include "softtoken/boundary.h"
 #include "softtoken/certificates.h"
 #include "softtoken/mechanisms.h"
@@ -20,7 +21,10 @@ template <typename... Arguments, void (*function)(const List&, Arguments...)>
 struct Own<function> {
     static CK_RV call(Arguments... arguments)
     {
-        return atBoundary([&](const List& softHsm) { function(softHsm, arguments...); });
+        return atBoundary([&](const List& softHsm) {
+            function(softHsm, arguments...);
+            return CKR_OK;
+        });
     }
 };
 
@@ -31,7 +35,7 @@ template <typename... Arguments, CK_RV (*List::*member)(Arguments...)>
 struct Forwarded<member> {
     static CK_RV call(Arguments... arguments)
     {
-        return atBoundary([&](const List& softHsm) { check((softHsm.*member)(arguments...)); });
+        return atBoundary([&](const List& softHsm) { return (softHsm.*member)(arguments...); });
     }
 };
 
@@ -43,7 +47,7 @@ struct ForwardedForSlot<member> {
     static CK_RV call(CK_SLOT_ID slot, Arguments... arguments)
     {
         return atBoundary(
-            [&](const List& softHsm) { check((softHsm.*member)(softHsmSlot(softHsm, slot), arguments...)); });
+            [&](const List& softHsm) { return (softHsm.*member)(softHsmSlot(softHsm, slot), arguments...); });
     }
 };
 
@@ -55,27 +59,27 @@ struct ForwardedAndKept<member> {
     static CK_RV call(Arguments... arguments)
     {
         return atBoundary([&](const List& softHsm) {
-            check((softHsm.*member)(arguments...));
-            keepTokenFiles();
+            const CK_RV rv = (softHsm.*member)(arguments...);
+            if (rv == CKR_OK)
+                keepTokenFiles();
+            return rv;
         });
     }
 };
 
 template <auto... members>
-void forward(List& list)
+constexpr void forward(List& list)
 {
     ((list.*members = Forwarded<members>::call), ...);
 }
 
 template <auto... members>
-void forwardForSlot(List& list)
+constexpr void forwardForSlot(List& list)
 {
     ((list.*members = ForwardedForSlot<members>::call), ...);
 }
 
-CK_RV getFunctionList(CK_FUNCTION_LIST_PTR_PTR list);
-
-CK_TOVR_FUNCTION_LIST makeList()
+constexpr CK_TOVR_FUNCTION_LIST makeList()
 {
     CK_TOVR_FUNCTION_LIST list = {};
     List& standard = list.standard;
@@ -93,7 +97,7 @@ CK_TOVR_FUNCTION_LIST makeList()
             &List::C_DecryptVerifyUpdate, &List::C_GenerateKey, &List::C_WrapKey, &List::C_UnwrapKey,
             &List::C_DeriveKey, &List::C_SeedRandom, &List::C_GenerateRandom, &List::C_GetFunctionStatus,
             &List::C_CancelFunction, &List::C_WaitForSlotEvent>(standard);
-    forwardForSlot<&List::C_GetTokenInfo, &List::C_OpenSession, &List::C_CloseAllSessions>(standard);
+    forwardForSlot<&List::C_OpenSession, &List::C_CloseAllSessions>(standard);
     standard.C_InitPIN = ForwardedAndKept<&List::C_InitPIN>::call;
     standard.C_SetPIN = ForwardedAndKept<&List::C_SetPIN>::call;
     standard.C_Initialize = Own<initialise>::call;
@@ -102,6 +106,7 @@ CK_TOVR_FUNCTION_LIST makeList()
     standard.C_GetFunctionList = getFunctionList;
     standard.C_GetSlotList = Own<getSlotList>::call;
     standard.C_GetSlotInfo = Own<getSlotInfo>::call;
+    standard.C_GetTokenInfo = Own<getTokenInfo>::call;
     standard.C_GetMechanismList = Own<getMechanismList>::call;
     standard.C_GetMechanismInfo = Own<getMechanismInfo>::call;
     standard.C_InitToken = Own<initToken>::call;
@@ -115,19 +120,16 @@ CK_TOVR_FUNCTION_LIST makeList()
     return list;
 }
 
+} // namespace
+
+CK_TOVR_FUNCTION_LIST functionList = makeList();
+
 CK_RV getFunctionList(CK_FUNCTION_LIST_PTR_PTR list)
 {
     if (!list)
         return CKR_ARGUMENTS_BAD;
-    static CK_TOVR_FUNCTION_LIST functions = makeList();
-    *list = &functions.standard;
+    *list = &functionList.standard;
     return CKR_OK;
 }
 
-} // namespace
 } // namespace softtoken
-
-extern "C" __attribute__((visibility("default"))) CK_RV C_GetFunctionList(CK_FUNCTION_LIST_PTR_PTR list)
-{
-    return softtoken::getFunctionList(list);
-}
