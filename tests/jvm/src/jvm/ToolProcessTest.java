@@ -7,6 +7,7 @@ import jvm.support.ChildJvm;
 import jvm.support.Processes;
 import jvm.support.Result;
 import jvm.support.ScriptedToken;
+import jvm.support.Terminal;
 import jvm.support.Tool;
 
 import org.junit.jupiter.api.Test;
@@ -15,15 +16,11 @@ import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 
 import java.io.IOException;
-import java.io.InputStreamReader;
-import java.io.OutputStream;
-import java.io.Reader;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
 import java.nio.file.attribute.PosixFilePermissions;
-import java.util.Map;
 
 /** The command-line tool as a process of its own: its jar, its terminal, its locale and its shell. */
 class ToolProcessTest extends ScriptedToken {
@@ -134,45 +131,11 @@ class ToolProcessTest extends ScriptedToken {
         return child.options("-jar", JAR, command, "-m", module, "-t", READER).launch(arguments);
     }
 
-    /** Runs a command at a terminal, types a line at each prompt, and returns all that the terminal shows. */
-    private String atTerminal(String command, String... typed) throws IOException, InterruptedException {
-        ProcessBuilder builder = new ProcessBuilder("script", "--quiet", "--command",
-                "\"$JAVA\" -jar \"$JAR\" \"$COMMAND\"; echo status $?", "/dev/null");
-        Map<String, String> environment = builder.environment();
-        environment.remove("VORNIX_USER_PIN");
-        environment.remove("VORNIX_NEW_PIN");
-        environment.put("JAVA", Paths.get(System.getProperty("java.home"), "bin", "java").toString());
-        environment.put("JAR", JAR);
-        environment.put("COMMAND", command);
-        environment.put("VORNIX_MODULE", module);
-        environment.put("VORNIX_TERMINAL", READER);
-        Process process = builder.start();
-        StringBuilder shown = new StringBuilder();
-        try (Reader screen = new InputStreamReader(process.getInputStream(), StandardCharsets.UTF_8);
-                OutputStream keyboard = process.getOutputStream()) {
-            for (String line : typed) {
-                int before = shown.length();
-                boolean more = true;
-                while (more && shown.indexOf(": ", before) < 0) {
-                    more = show(screen, shown);
-                }
-                keyboard.write((line + "\n").getBytes(StandardCharsets.UTF_8));
-                keyboard.flush();
-            }
-            boolean more = true;
-            while (more) {
-                more = show(screen, shown);
-            }
-        }
-        process.waitFor();
-        return shown.toString();
-    }
-
-    private static boolean show(Reader screen, StringBuilder shown) throws IOException {
-        int character = screen.read();
-        if (character >= 0) {
-            shown.append((char) character);
-        }
-        return character >= 0;
+    private String atTerminal(String command, String... typed) throws Exception {
+        return new Terminal().without("VORNIX_USER_PIN").without("VORNIX_NEW_PIN")
+                .environment("JAVA", Paths.get(System.getProperty("java.home"), "bin", "java").toString())
+                .environment("JAR", JAR).environment("COMMAND", command)
+                .environment("VORNIX_MODULE", module).environment("VORNIX_TERMINAL", READER)
+                .run("\"$JAVA\" -jar \"$JAR\" \"$COMMAND\"; echo status $?", typed);
     }
 }

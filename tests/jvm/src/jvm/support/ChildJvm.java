@@ -13,6 +13,8 @@ import java.util.concurrent.TimeUnit;
 /** A Java process of its own, for what concerns a whole process: its standard output, its environment, its options. */
 public final class ChildJvm {
     private static final long PATIENCE_IN_SECONDS = 60;
+    /** What lives for a second gains nothing from the second compiler and a parallel collector. */
+    private static final List<String> QUICK_START = Arrays.asList("-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC");
 
     private final List<String> options = new ArrayList<>();
     private final ProcessBuilder builder = new ProcessBuilder();
@@ -24,6 +26,7 @@ public final class ChildJvm {
 
     /** One that looks for the library in these folders. */
     public ChildJvm(String libraryPath) {
+        options.addAll(QUICK_START);
         options("-Djava.library.path=" + libraryPath, "-Dvornix.scripted.module=" + Scripted.MODULE);
     }
 

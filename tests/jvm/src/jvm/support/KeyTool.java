@@ -19,7 +19,8 @@ public final class KeyTool {
         Path folder = Files.createTempDirectory("keytool");
         Path store = folder.resolve("store.p12");
         try {
-            Processes.run(Paths.get(System.getProperty("java.home"), "bin", "keytool").toString(), "-genkeypair",
+            Processes.run(Paths.get(System.getProperty("java.home"), "bin", "keytool").toString(),
+                    "-J-XX:TieredStopAtLevel=1", "-J-XX:+UseSerialGC", "-genkeypair",
                     "-alias", "a", "-keyalg", "RSA", "-keysize", "2048", "-dname", name, "-storetype", "PKCS12",
                     "-storepass", PASSWORD, "-keystore", store.toString());
             KeyStore keys = KeyStore.getInstance("PKCS12");
