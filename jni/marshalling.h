@@ -1,7 +1,7 @@
-// Java values on their way in and out of the library.
+// Conversion of Java values to native ones and back.
 //
-// Nothing is kept between calls: no class, no method ID. A null reference means "none" where a comment says so; other
-// Java-side faults (a null PIN, a pending exception) are not tested for.
+// Nothing is kept between calls: no class, no method ID. A null reference means "none" where a comment says so. Other
+// faults of the Java side (a null PIN, a pending exception) are not tested for.
 #pragma once
 
 #include "p11/ObjectAttr.h"

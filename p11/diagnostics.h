@@ -5,9 +5,9 @@
 #include <string>
 #include <type_traits>
 
-/// Writes texts and numbers as one line on standard output and flushes it. Numbers stand in it in decimal whatever the
-/// host has set up for its stream or locale. The line is inserted whole, so that concurrent calls do not write into it;
-/// one that cannot be held in memory leaves as std::bad_alloc with nothing written.
+/// Writes texts and numbers as one line on standard output and flushes it. Numbers are decimal, whatever format or
+/// locale the host has set for its stream. The line is inserted as a whole, so concurrent calls do not mix their lines.
+/// If the allocation fails, std::bad_alloc is thrown and nothing is written.
 template <typename... Parts>
 void diagnose(const Parts&... parts)
 {
