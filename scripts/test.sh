@@ -6,4 +6,4 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh test
 cmake --preset release
 cmake --build --preset release
-ctest --preset release
+ctest --preset release -j "$(nproc)"

@@ -22,6 +22,7 @@ import java.util.ArrayList;
 import java.util.Random;
 import java.util.stream.Stream;
 
+@Tag("natives")
 class CertificatesAndKeysTest extends ScriptedToken {
     private static final byte[] ALICE = {1};
     private static final byte[] NEW_ID = {(byte) 0x80, 0x7f};

@@ -10,12 +10,14 @@ import jvm.support.Scripted;
 import jvm.support.ScriptedToken;
 import jvm.support.Transcript;
 
+import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 
+@Tag("natives")
 class ModuleAccessTest extends ScriptedToken {
     private static final byte[] NEW_PIN = Scripted.ascii("new PIN");
 

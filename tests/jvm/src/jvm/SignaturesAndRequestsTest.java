@@ -16,6 +16,7 @@ import org.junit.jupiter.api.Test;
 
 import java.util.ArrayList;
 
+@Tag("natives")
 class SignaturesAndRequestsTest extends ScriptedToken {
     private static final byte[] ALICE = {1};
     private static final byte[] NOBODY = {9};

@@ -11,6 +11,7 @@ import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
 import jvm.support.ScriptedToken;
 import jvm.support.Transcript;
 
+import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 
 import java.util.ArrayList;
@@ -18,6 +19,7 @@ import java.util.Arrays;
 import java.util.List;
 import java.util.stream.Collectors;
 
+@Tag("natives")
 class TokenAdministrationTest extends ScriptedToken {
     @Test
     void initCardEmptiesTheTokenUnderItsFixedLabel() {

@@ -19,6 +19,7 @@ import jvm.support.KeyTool;
 import jvm.support.ScriptedToken;
 
 import org.junit.jupiter.api.BeforeEach;
+import org.junit.jupiter.api.Tag;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.function.Executable;
 import org.junit.jupiter.api.io.TempDir;
@@ -36,6 +37,7 @@ import java.util.EnumSet;
 import java.util.List;
 import java.util.Optional;
 
+@Tag("natives")
 class TokenTest extends ScriptedToken {
     private static final byte[] ALICE = {1};
     private static final byte[] NOBODY = {9};
