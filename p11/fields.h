@@ -12,10 +12,14 @@
     return width;
 }
 
-/// Fills [first, last) with the lowest digits of `value` in lowercase hexadecimal.
-template <typename Iterator>
-void fillHexadecimal(Iterator first, Iterator last, unsigned long value)
+/// Bytes in lowercase hexadecimal, two digits each.
+[[nodiscard]] inline std::string hexadecimal(const unsigned char* bytes, std::size_t count)
 {
-    for (; first != last; value >>= 4)
-        *--last = "0123456789abcdef"[value & 0xF];
+    constexpr char digits[] = "0123456789abcdef";
+    std::string text(2 * count, '0');
+    for (std::size_t i = 0; i < count; ++i) {
+        text[2 * i] = digits[bytes[i] >> 4];
+        text[2 * i + 1] = digits[bytes[i] & 0xF];
+    }
+    return text;
 }

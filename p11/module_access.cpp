@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
 #include <vector>
 
 namespace {
@@ -40,11 +39,14 @@ private:
 template <std::size_t width>
 bool prefixMatches(const CK_UTF8CHAR (&field)[width], const char* name, std::size_t nameLength)
 {
-    const auto* const nameBegin = reinterpret_cast<const CK_UTF8CHAR*>(name);
-    const auto* const nameEnd = nameBegin + nameLength;
-    const auto [inField, inName] = std::mismatch(std::begin(field), std::end(field), nameBegin, nameEnd);
-    return inName == nameEnd ||
-           std::all_of(inField, std::end(field), [](CK_UTF8CHAR character) { return character == ' '; });
+    std::size_t i = 0;
+    while (i != width && i != nameLength && field[i] == static_cast<CK_UTF8CHAR>(name[i]))
+        ++i;
+    if (i == nameLength)
+        return true;
+    while (i != width && field[i] == ' ')
+        ++i;
+    return i == width;
 }
 
 /// Changes the code with which this user logs in. It is sent twice: to log in, and as the code to replace.

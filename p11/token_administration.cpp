@@ -11,6 +11,7 @@
 #include <array>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -33,7 +34,7 @@ CK_RV toleratingMissingAttribute(CK_RV rv)
     return rv == CKR_ATTRIBUTE_TYPE_INVALID ? CKR_OK : rv;
 }
 
-const char* className(CK_OBJECT_CLASS objectClass)
+std::string_view className(CK_OBJECT_CLASS objectClass)
 {
     switch (objectClass) {
     case CKO_DATA: return "data";
@@ -48,7 +49,7 @@ const char* className(CK_OBJECT_CLASS objectClass)
     }
 }
 
-const char* keyTypeName(CK_KEY_TYPE keyType)
+std::string_view keyTypeName(CK_KEY_TYPE keyType)
 {
     switch (keyType) {
     case CKK_RSA: return "RSA";
@@ -92,16 +93,10 @@ public:
     /// The object that was read last, with success.
     ObjectAttr record() const
     {
-        ObjectAttr record;
-        if (length(Class) != 0)
-            record.type = className(number(Class));
-        record.id.resize(2 * length(Id));
-        for (std::size_t i = 0; i < length(Id); ++i)
-            fillHexadecimal(&record.id[2 * i], &record.id[2 * i] + 2, buffers_[Id][i]);
-        record.label.assign(buffers_[Label].begin(), buffers_[Label].begin() + static_cast<long>(length(Label)));
-        if (length(KeyType) != 0)
-            record.keyType = keyTypeName(number(KeyType));
-        return record;
+        return {length(Class) == 0 ? std::string() : std::string(className(number(Class))),
+                std::string(reinterpret_cast<const char*>(buffers_[Label].data()), length(Label)),
+                hexadecimal(buffers_[Id].data(), length(Id)),
+                length(KeyType) == 0 ? std::string() : std::string(keyTypeName(number(KeyType)))};
     }
 
 private:
@@ -118,8 +113,12 @@ private:
     /// The buffer's value; one shorter than a CK_ULONG is extended by zeros.
     CK_ULONG number(Position position) const
     {
+        const std::vector<unsigned char>& bytes = buffers_[position];
         CK_ULONG value = 0;
-        std::memcpy(&value, buffers_[position].data(), std::min(sizeof value, buffers_[position].size()));
+        if (bytes.size() >= sizeof value)
+            std::memcpy(&value, bytes.data(), sizeof value);
+        else
+            std::memcpy(&value, bytes.data(), bytes.size());
         return value;
     }
 
@@ -205,8 +204,10 @@ CK_RV P11Wrapper::GetTokenInfo(CK_SLOT_ID slotId, std::vector<unsigned char>& la
     copyTrimmed(info.manufacturerID, manufacturer);
     copyTrimmed(info.model, model);
     copyTrimmed(info.serialNumber, serialNumber);
-    flags.resize(16);
-    fillHexadecimal(flags.begin(), flags.end(), info.flags);
+    std::array<unsigned char, 8> bytes{};
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<unsigned char>(info.flags >> (56 - 8 * i));
+    flags = hexadecimal(bytes.data(), bytes.size());
     return CKR_OK;
 }
 

@@ -4,6 +4,7 @@
 #include "p11/P11Wrapper.h"
 #include "p11/diagnostics.h"
 
+#include <algorithm>
 #include <vector>
 
 /// The words of a failing length query and of a failing fill call.
@@ -35,6 +36,7 @@ template <typename Call, typename Provide, typename... Subject>
 /// Gives an attribute whose length is announced its zero-filled buffer; length 0 has none.
 inline void provideBuffer(CK_ATTRIBUTE& attribute, std::vector<unsigned char>& buffer)
 {
-    buffer.assign(attribute.ulValueLen, 0);
+    buffer.resize(attribute.ulValueLen);
+    std::fill(buffer.begin(), buffer.end(), 0);
     attribute.pValue = buffer.empty() ? nullptr : buffer.data();
 }
