@@ -5,6 +5,7 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import jvm.programs.LibraryLoader;
+import jvm.programs.VerificationAlone;
 import jvm.support.ChildJvm;
 import jvm.support.Result;
 
@@ -75,6 +76,11 @@ class NativeLibraryTest {
     @Test
     void javaLibraryPathIsSearched() throws Exception {
         assertLoaded(new ChildJvm().grant("ALL-UNNAMED").options(OTHER_MACHINE).run(LibraryLoader.class));
+    }
+
+    @Test
+    void aVerificationLoadsItToo() throws Exception {
+        assertLoaded(new ChildJvm().grant("ALL-UNNAMED").run(VerificationAlone.class));
     }
 
     @Test

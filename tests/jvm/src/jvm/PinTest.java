@@ -3,6 +3,7 @@ package jvm;
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertDoesNotThrow;
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertNotEquals;
 import static org.junit.jupiter.api.Assertions.assertNull;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
@@ -101,8 +102,9 @@ class PinTest extends ScriptedToken {
     }
 
     @Test
-    void itIsNotPrinted() {
+    void itIsNeitherPrintedNorCompared() {
         assertEquals("Pin", Pin.of(PIN.clone()).toString());
+        assertNotEquals(Pin.of(PIN.clone()), Pin.of(PIN.clone()));
     }
 
     private String loginWith(Pin pin) {

@@ -17,6 +17,7 @@ import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
 
 import jvm.support.KeyTool;
 import jvm.support.ScriptedToken;
+import jvm.support.Values;
 
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Tag;
@@ -149,6 +150,15 @@ class TokenTest extends ScriptedToken {
     }
 
     @Test
+    void aPublicKeyIsFoundByLabelAndId() throws Exception {
+        token.generateRsaKeyPair(pin, 2048, "new", NOBODY);
+
+        assertRefused(6, "CKR_FUNCTION_FAILED", () -> token.readPublicKey(pin, "new", new byte[] {2}));
+        assertRefused(6, "CKR_FUNCTION_FAILED", () -> token.readPublicKey(pin, "old", NOBODY));
+        assertRefused(6, "CKR_FUNCTION_FAILED", () -> token.readPublicKey(pin, "old"));
+    }
+
+    @Test
     void aGostPairIsGenerated() throws Exception {
         token.generateGostKeyPair(pin, "new", NOBODY);
 
@@ -206,6 +216,13 @@ class TokenTest extends ScriptedToken {
                 failure.getAction());
         assertEquals(failure.getAction() + ": CKR_PIN_INCORRECT (0xA0)", failure.getMessage());
         assertFalse(failure.isVendorDefined());
+    }
+
+    @Test
+    void itIsEqualToWhatNamesTheSame() {
+        Values.assertEqual(token, new Token(module, READER));
+        Values.assertDistinct(token, new Token(module, "Another"), new Token("./absent.so", READER));
+        assertEquals("token in reader 'Scripted Reader 0' of module " + module, token.toString());
     }
 
     @Test

@@ -2,8 +2,8 @@ package com.tovr.smartcard.vornixtoken;
 
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 
-import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
 import java.math.BigInteger;
@@ -20,12 +20,15 @@ class DerTest {
         assertArrayEquals(der, Der.withoutPadding(Arrays.copyOf(der, der.length + 5)));
     }
 
-    @Test
-    void lengthsOfSeveralBytesCount() {
-        byte[] der = new byte[4 + 0x0203];
-        System.arraycopy(bytes("30820203"), 0, der, 0, 4);
+    @ParameterizedTest
+    @CsvSource({"308180, 128", "3081ff, 255", "30820080, 128", "30820180, 384", "30820203, 515", "30828000, 32768",
+        "3083008001, 32769", "3083018000, 98304"})
+    void everyByteOfALengthCounts(String header, int length) {
+        byte[] first = bytes(header);
+        byte[] der = Arrays.copyOf(first, first.length + length);
 
-        assertArrayEquals(der, Der.withoutPadding(Arrays.copyOf(der, 4096)));
+        assertArrayEquals(der, Der.withoutPadding(der));
+        assertArrayEquals(der, Der.withoutPadding(Arrays.copyOf(der, der.length + 4096)));
     }
 
     @ParameterizedTest

@@ -18,6 +18,8 @@ import java.util.function.ToLongFunction;
  *
  * <p>Any thread may close it. A job that has begun ends with its own copy; one that still waits for its turn fails.
  *
+ * <p>A PIN is equal to itself alone, so that no comparison tells anything of it.
+ *
  * <p>The library wipes the copies that it makes. What the virtual machine copies while it collects garbage is beyond
  * anyone's reach.
  */

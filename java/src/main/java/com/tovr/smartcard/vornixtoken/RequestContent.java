@@ -41,6 +41,28 @@ public final class RequestContent {
         return new Builder();
     }
 
+    /** Tells whether the other is the content of a request with the same texts. */
+    @Override
+    public boolean equals(Object other) {
+        if (!(other instanceof RequestContent)) {
+            return false;
+        }
+        RequestContent content = (RequestContent) other;
+        return Arrays.equals(subject, content.subject) && Arrays.equals(attributes, content.attributes)
+                && Arrays.equals(extensions, content.extensions);
+    }
+
+    @Override
+    public int hashCode() {
+        return Arrays.deepHashCode(new String[][] {subject, attributes, extensions});
+    }
+
+    /** Returns the subject alone, since an attribute may be a challenge password. */
+    @Override
+    public String toString() {
+        return "request for " + Arrays.toString(subject);
+    }
+
     String[] subject() {
         return subject;
     }

@@ -421,6 +421,18 @@ public final class Token {
         });
     }
 
+    /** Tells whether the other is a token of the same name, in the same module. */
+    @Override
+    public boolean equals(Object other) {
+        return other instanceof Token && modulePath.equals(((Token) other).modulePath)
+                && terminalName.equals(((Token) other).terminalName);
+    }
+
+    @Override
+    public int hashCode() {
+        return Objects.hash(modulePath, terminalName);
+    }
+
     /** Returns module and reader. */
     @Override
     public String toString() {

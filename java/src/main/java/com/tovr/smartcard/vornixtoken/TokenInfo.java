@@ -2,6 +2,7 @@ package com.tovr.smartcard.vornixtoken;
 
 import java.util.Collections;
 import java.util.EnumSet;
+import java.util.Objects;
 import java.util.Set;
 
 /** The description of a token. */
@@ -78,6 +79,22 @@ public final class TokenInfo {
             }
         }
         return Collections.unmodifiableSet(set);
+    }
+
+    /** Tells whether the other is a description that says the same. */
+    @Override
+    public boolean equals(Object other) {
+        if (!(other instanceof TokenInfo)) {
+            return false;
+        }
+        TokenInfo info = (TokenInfo) other;
+        return label.equals(info.label) && manufacturer.equals(info.manufacturer) && model.equals(info.model)
+                && serialNumber.equals(info.serialNumber) && flags == info.flags;
+    }
+
+    @Override
+    public int hashCode() {
+        return Objects.hash(label, manufacturer, model, serialNumber, flags);
     }
 
     /** Returns label, model and serial number, for people to read. */

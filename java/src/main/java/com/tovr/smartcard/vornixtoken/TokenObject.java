@@ -4,6 +4,7 @@ import com.tovr.smartcard.vornixtoken.api.Pkcs11ObjectAttribute;
 
 import java.util.HashMap;
 import java.util.Map;
+import java.util.Objects;
 import java.util.Optional;
 
 /** One object of a token. */
@@ -67,6 +68,21 @@ public final class TokenObject {
      */
     public Optional<KeyType> getKeyType() {
         return Optional.ofNullable(keyType);
+    }
+
+    /** Tells whether the other is an object that shows the same. A token may hold several such. */
+    @Override
+    public boolean equals(Object other) {
+        if (!(other instanceof TokenObject)) {
+            return false;
+        }
+        TokenObject object = (TokenObject) other;
+        return kind == object.kind && label.equals(object.label) && id.equals(object.id) && keyType == object.keyType;
+    }
+
+    @Override
+    public int hashCode() {
+        return Objects.hash(kind, label, id, keyType);
     }
 
     /** Returns all of it, for people to read. */
