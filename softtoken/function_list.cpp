@@ -8,6 +8,7 @@
 #include "softtoken/recovery.h"
 #include "softtoken/requests.h"
 #include "softtoken/store.h"
+#include "softtoken/verification.h"
 
 namespace softtoken {
 namespace {

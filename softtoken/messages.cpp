@@ -1,10 +1,11 @@
 #include "softtoken/messages.h"
 
 #include "softtoken/certificates.h"
+#include "softtoken/der.h"
 #include "softtoken/keys.h"
-#include "softtoken/store.h"
 
 #include <gnutls/pkcs7.h>
+#include <openssl/pkcs7.h>
 
 #include <algorithm>
 #include <utility>
@@ -56,58 +57,19 @@ std::vector<Bytes> readCertificates(const Session& session, CK_OBJECT_HANDLE sig
     return all;
 }
 
-struct SignatureInfo : gnutls_pkcs7_signature_info_st {
-    SignatureInfo() : gnutls_pkcs7_signature_info_st() {}
-    ~SignatureInfo() { gnutls_pkcs7_signature_info_deinit(this); }
-    SignatureInfo(const SignatureInfo&) = delete;
-    SignatureInfo& operator=(const SignatureInfo&) = delete;
-};
-
-bool equal(const gnutls_datum_t& a, const gnutls_datum_t& b)
+/// GnuTLS names GOST algorithms in a way of its own. These names are those of RFC 4490; the signature does not cover
+/// them.
+Bytes withGostAlgorithms(const Bytes& der)
 {
-    return std::equal(a.data, a.data + a.size, b.data, b.data + b.size);
-}
-
-/// By issuer and serial number, or by key identifier: whichever the signature gives.
-bool names(const SignatureInfo& info, gnutls_x509_crt_t certificate)
-{
-    unsigned char buffer[128];
-    std::size_t length = sizeof buffer;
-    if (info.issuer_keyid.size > 0)
-        return gnutls_x509_crt_get_subject_key_id(certificate, buffer, &length, nullptr) == 0 &&
-               equal(info.issuer_keyid, borrow(buffer, length));
-    gnutls_datum_t issuer = {};
-    if (gnutls_x509_crt_get_serial(certificate, buffer, &length) != 0 ||
-        !equal(info.signer_serial, borrow(buffer, length)) ||
-        gnutls_x509_crt_get_raw_issuer_dn(certificate, &issuer) != 0)
-        return false;
-    const Bytes name = take(issuer);
-    return equal(info.issuer_dn, borrow(name));
-}
-
-/// Null when the message does not carry it.
-SignerCertificate findSigner(gnutls_pkcs7_t message, const SignatureInfo& info)
-{
-    const int count = gnutls_pkcs7_get_crt_count(message);
-    for (int i = 0; i < count; ++i) {
-        gnutls_datum_t datum = {};
-        checkGnutls(gnutls_pkcs7_get_crt_raw2(message, static_cast<unsigned>(i), &datum), CKR_DATA_INVALID);
-        SignerCertificate certificate = import(take(datum), CKR_DATA_INVALID);
-        if (names(info, certificate.get()))
-            return certificate;
-    }
-    return nullptr;
-}
-
-void verifySignature(gnutls_pkcs7_t message, unsigned index, const gnutls_datum_t* content)
-{
-    SignatureInfo info;
-    checkGnutls(gnutls_pkcs7_get_signature_info(message, index, &info), CKR_DATA_INVALID);
-    const SignerCertificate signer = findSigner(message, info);
-    require(signer != nullptr, CKR_SIGNATURE_INVALID);
-    // GnuTLS counts GOST R 34.11-94 among the broken digests.
-    const unsigned flags = info.algo == GNUTLS_SIGN_GOST_94 ? GNUTLS_VERIFY_ALLOW_BROKEN : 0;
-    checkGnutls(gnutls_pkcs7_verify_direct(message, signer.get(), index, content, flags), CKR_SIGNATURE_INVALID);
+    const unsigned char* end = der.data();
+    const Owned<PKCS7, PKCS7_free> message(d2i_PKCS7(nullptr, &end, static_cast<long>(der.size())));
+    require(message != nullptr, CKR_FUNCTION_FAILED);
+    const PKCS7_SIGNER_INFO* signer = sk_PKCS7_SIGNER_INFO_value(message->d.sign->signer_info, 0);
+    for (X509_ALGOR* digest : {sk_X509_ALGOR_value(message->d.sign->md_algs, 0), signer->digest_alg})
+        require(X509_ALGOR_set0(digest, OBJ_nid2obj(NID_id_GostR3411_94), V_ASN1_NULL, nullptr), CKR_HOST_MEMORY);
+    require(X509_ALGOR_set0(signer->digest_enc_alg, OBJ_nid2obj(NID_id_GostR3410_2001), V_ASN1_NULL, nullptr),
+            CKR_HOST_MEMORY);
+    return encode(i2d_PKCS7, message.get(), CKR_FUNCTION_FAILED);
 }
 
 } // namespace
@@ -140,23 +102,8 @@ void pkcs7Sign(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE handle, CK_BYT
     }
     gnutls_datum_t der = {};
     checkGnutls(gnutls_pkcs7_export2(message.get(), GNUTLS_X509_FMT_DER, &der), CKR_FUNCTION_FAILED);
-    deliver(take(der), signature, signatureLen);
-}
-
-void pkcs7Verify(const CK_FUNCTION_LIST& softHsm, CK_BYTE_PTR message, CK_ULONG messageLen, CK_BYTE_PTR content,
-                 CK_ULONG contentLen)
-{
-    require(isInitialised(softHsm), CKR_CRYPTOKI_NOT_INITIALIZED);
-    requireInput(message, messageLen);
-    requireInput(content, contentLen);
-    const Message parsed = newMessage();
-    const gnutls_datum_t der = borrow(message, messageLen);
-    checkGnutls(gnutls_pkcs7_import(parsed.get(), &der, GNUTLS_X509_FMT_DER), CKR_DATA_INVALID);
-    const gnutls_datum_t detachedContent = borrow(content, contentLen);
-    const int count = gnutls_pkcs7_get_signature_count(parsed.get());
-    require(count > 0, CKR_SIGNATURE_INVALID);
-    for (int i = 0; i < count; ++i)
-        verifySignature(parsed.get(), static_cast<unsigned>(i), contentLen > 0 ? &detachedContent : nullptr);
+    const Bytes made = take(der);
+    deliver(key.type() == GNUTLS_PK_GOST_01 ? withGostAlgorithms(made) : made, signature, signatureLen);
 }
 
 } // namespace softtoken

@@ -11,8 +11,4 @@ void pkcs7Sign(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE handle, CK_BYT
                CK_OBJECT_HANDLE privateKey, CK_OBJECT_HANDLE_PTR certificates, CK_ULONG certificateCount,
                CK_ULONG flags);
 
-/// C_TOVR_pkcs7Verify: the message, then the content of a detached one. Judges signatures, not certificates.
-void pkcs7Verify(const CK_FUNCTION_LIST& softHsm, CK_BYTE_PTR message, CK_ULONG messageLen, CK_BYTE_PTR content,
-                 CK_ULONG contentLen);
-
 } // namespace softtoken

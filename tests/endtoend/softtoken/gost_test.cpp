@@ -1,6 +1,8 @@
 // GOST R 34.10-2001 keys, their requests and messages, judged by OpenSSL's GOST engine and by GnuTLS.
 #include "tests/endtoend/softtoken/soft_token.h"
 
+#include <algorithm>
+
 namespace endtoend {
 namespace {
 
@@ -17,6 +19,23 @@ protected:
                                               "any", "-out",        "verified"};
         arguments.insert(arguments.end(), more.begin(), more.end());
         return gostOpenssl(folder, std::move(arguments));
+    }
+
+    /// "own.key" and "own.pem"
+    void makeEngineSigner()
+    {
+        folder.write("content", content);
+        ASSERT_TRUE(
+            succeeded(gostOpenssl(folder, {"req", "-x509", "-newkey", "gost2001", "-pkeyopt", "paramset:A", "-nodes",
+                                           "-subj", "/CN=Engine", "-keyout", "own.key", "-out", "own.pem"})));
+    }
+
+    Bytes engineSign(std::vector<std::string> more)
+    {
+        more.insert(more.begin(), {"cms", "-sign", "-binary", "-nodetach", "-in", "content", "-signer", "own.pem",
+                                   "-inkey", "own.key", "-outform", "DER", "-out", "own.der"});
+        EXPECT_TRUE(succeeded(gostOpenssl(folder, std::move(more))));
+        return folder.read("own.der");
     }
 
     CK_RV generateWith(CK_ATTRIBUTE publicEntry, CK_ATTRIBUTE privateEntry)
@@ -166,16 +185,65 @@ TEST_F(Gost, MessagesStandApartFromTheirContentWhenDetached)
     EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(message, bytes("other")));
 }
 
+TEST_F(Gost, MessagesNameTheirAlgorithmsAsTheEngineDoes)
+{
+    issueGost("id");
+    Bytes message;
+    ASSERT_CKR(CKR_OK, sign(content, "id", "id", enclosed, message));
+    makeEngineSigner();
+    const Bytes engines = engineSign({"-noattr"});
+
+    // Signature and algorithms stand at the end, the content's digest algorithm before the content.
+    constexpr std::ptrdiff_t signatureLength = 66;
+    constexpr std::ptrdiff_t algorithmsLength = 24;
+    const auto algorithms = [](const Bytes& der) {
+        return Bytes(der.end() - signatureLength - algorithmsLength, der.end() - signatureLength);
+    };
+    const auto digestAlgorithm = [&](const Bytes& der) {
+        const auto at = std::search(der.begin(), der.end(), content.begin(), content.end());
+        return Bytes(at - 31, at);
+    };
+    EXPECT_EQ(algorithms(engines), algorithms(message));
+    EXPECT_EQ(digestAlgorithm(engines), digestAlgorithm(message));
+}
+
+TEST_F(Gost, MessagesAreGoodInCerttool)
+{
+    issueGost("id");
+    Bytes message;
+    ASSERT_CKR(CKR_OK, sign(content, "id", "id", enclosed, message));
+    ASSERT_TRUE(succeeded(openssl(folder, {"x509", "-inform", "DER", "-in", "issued.der", "-out", "issued.pem"})));
+    const auto verdict = [&](const Bytes& der) {
+        folder.write("message.der", der);
+        // GnuTLS counts the digest among the broken ones.
+        return run(folder, {CERTTOOL_PROGRAM, "--p7-verify", "--verify-allow-broken", "--inder", "--infile",
+                            "message.der", "--load-certificate", "issued.pem"});
+    };
+    EXPECT_TRUE(succeeded(verdict(message)));
+    EXPECT_TRUE(refused(verdict(spoiltAtTheEnd(message))));
+}
+
 TEST_F(Gost, MessagesOfTheEngineAreJudged)
 {
-    ASSERT_TRUE(
-        succeeded(gostOpenssl(folder, {"req", "-x509", "-newkey", "gost2001", "-pkeyopt", "paramset:A", "-nodes",
-                                       "-subj", "/CN=Engine", "-keyout", "own.key", "-out", "own.pem"})));
-    folder.write("content", content);
-    ASSERT_TRUE(succeeded(gostOpenssl(folder, {"cms", "-sign", "-binary", "-nodetach", "-in", "content", "-signer",
-                                               "own.pem", "-inkey", "own.key", "-outform", "DER", "-out", "own.der"})));
+    makeEngineSigner();
+    for (const Bytes& message : {engineSign({}), engineSign({"-noattr"})}) {
+        EXPECT_CKR(CKR_OK, verify(message));
+        EXPECT_CKR(CKR_OK, verify(message, content));
+        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content)));
+        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content), content));
+        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(message)));
+    }
+}
+
+// They name the algorithms as this token did before it took the names of RFC 4490.
+TEST_F(Gost, MessagesOfCerttoolAreJudged)
+{
+    makeEngineSigner();
+    ASSERT_TRUE(succeeded(run(folder, {CERTTOOL_PROGRAM, "--p7-sign", "--load-certificate", "own.pem", "--load-privkey",
+                                       "own.key", "--infile", "content", "--outder", "--outfile", "own.der"})));
     const Bytes message = folder.read("own.der");
     EXPECT_CKR(CKR_OK, verify(message));
+    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content)));
     EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(message)));
 }
 
