@@ -15,11 +15,12 @@
 /// Bytes in lowercase hexadecimal, two digits each.
 [[nodiscard]] inline std::string hexadecimal(const unsigned char* bytes, std::size_t count)
 {
-    constexpr char digits[] = "0123456789abcdef";
+    static constexpr char digits[] = "0123456789abcdef";
     std::string text(2 * count, '0');
+    char* position = text.data();
     for (std::size_t i = 0; i < count; ++i) {
-        text[2 * i] = digits[bytes[i] >> 4];
-        text[2 * i + 1] = digits[bytes[i] & 0xF];
+        *position++ = digits[bytes[i] >> 4];
+        *position++ = digits[bytes[i] & 0xF];
     }
     return text;
 }
