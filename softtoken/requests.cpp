@@ -7,6 +7,7 @@
 #include <openssl/x509.h>
 #include <openssl/x509v3.h>
 
+#include <algorithm>
 #include <string_view>
 
 namespace softtoken {
@@ -82,13 +83,24 @@ void addAttributes(X509_REQ* request, CK_BYTE_PTR pairs, CK_ULONG count)
     }
 }
 
-Extension makeExtension(CONF* configuration, X509V3_CTX& context, const ASN1_OBJECT* type, std::string_view value)
+bool isAscii(std::string_view text)
 {
+    return std::all_of(text.begin(), text.end(), [](unsigned char c) { return c < 0x80; });
+}
+
+Extension makeExtension(CONF* configuration, X509_REQ* request, const ASN1_OBJECT* type, std::string_view value)
+{
+    // OpenSSL would put other characters into IA5Strings unseen, or take each byte for a character of Latin-1.
+    accept(isAscii(value) || value.rfind("ASN1:FORMAT:UTF8,", 0) == 0);
     // OpenSSL knows its own extensions by short name alone; of the others it takes the encoding (DER: or ASN1:).
     char dotted[128];
     const int nid = OBJ_obj2nid(type);
     if (nid == NID_undef)
         accept(OBJ_obj2txt(dotted, sizeof dotted, type, 1) < static_cast<int>(sizeof dotted));
+    // Without a request at hand, alternative names cannot take addresses out of its subject ("email:move").
+    X509V3_CTX context;
+    X509V3_set_ctx(&context, nullptr, nullptr, nid == NID_subject_alt_name ? nullptr : request, nullptr, 0);
+    X509V3_set_nconf(&context, configuration);
     Extension extension(
         X509V3_EXT_nconf(configuration, &context, nid == NID_undef ? dotted : OBJ_nid2sn(nid), value.data()));
     accept(extension != nullptr);
@@ -102,9 +114,6 @@ void addExtensions(X509_REQ* request, CK_BYTE_PTR triples, CK_ULONG count)
     // An empty configuration, so that a value which names a section of one ("@section") is refused.
     const Owned<CONF, NCONF_free> configuration(NCONF_new(nullptr));
     require(configuration != nullptr, CKR_HOST_MEMORY);
-    X509V3_CTX context;
-    X509V3_set_ctx(&context, nullptr, nullptr, request, nullptr, 0);
-    X509V3_set_nconf(&context, configuration.get());
     STACK_OF(X509_EXTENSION)* list = nullptr;
     Extensions extensions;
     Strings strings(triples);
@@ -112,7 +121,7 @@ void addExtensions(X509_REQ* request, CK_BYTE_PTR triples, CK_ULONG count)
         const Oid type = findOid(strings.next());
         const std::string_view critical = strings.next();
         accept(critical.empty() || critical == "critical");
-        const Extension extension = makeExtension(configuration.get(), context, type.get(), strings.next());
+        const Extension extension = makeExtension(configuration.get(), request, type.get(), strings.next());
         if (!critical.empty())
             X509_EXTENSION_set_critical(extension.get(), 1);
         accept(X509v3_get_ext_by_OBJ(list, type.get(), -1) < 0);

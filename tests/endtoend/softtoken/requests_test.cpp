@@ -103,6 +103,7 @@ TEST_F(Requests, RefuseTextThatMeansNothing)
         {{"CN", "x"}, {"noSuchAttribute", "x"}, {}},
         {{"CN", "x"}, {"challengePassword", "\xff"}, {}},
         {{"CN", "x"}, {"extReq", "x"}, {}},
+        {{"CN", "x"}, {"challengePassword", "one", "1.2.840.113549.1.9.7", "two"}, {}},
         {{"CN", "x"}, {}, {"noSuchExtension", "", "x"}},
         {{"CN", "x"}, {}, {"keyUsage", "", "noSuchUsage"}},
         {{"CN", "x"}, {}, {"keyUsage", "perhaps", "digitalSignature"}},
@@ -115,6 +116,48 @@ TEST_F(Requests, RefuseTextThatMeansNothing)
         EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt(text))
             << testing::PrintToString(text.subject) << testing::PrintToString(text.attributes)
             << testing::PrintToString(text.extensions);
+}
+
+TEST_F(Requests, RefuseOtherCharactersWhereOnlyAsciiMayStand)
+{
+    const std::vector<std::vector<std::string>> others = {
+        {"subjectAltName", "", "DNS:хост.example"},
+        {"subjectAltName", "", "DNS:host.example,email:иван@host.example"},
+        {"issuerAltName", "", "URI:http://хост.example"},
+        {"nameConstraints", "", "permitted;DNS:хост.example"},
+        {"authorityInfoAccess", "", "OCSP;URI:http://хост.example"},
+        {"crlDistributionPoints", "", "URI:http://хост.example"},
+        {"nsComment", "", "Иван"},
+        {"subjectAltName", "", "otherName:1.2.3.4;UTF8:Иван"},
+        {"1.2.3.4", "", "ASN1:UTF8String:Иван"},
+        {"1.2.3.4", "", "ASN1:FORMAT:UTF8,IA5:Иван"},
+    };
+    for (const auto& extension : others)
+        EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt({{"CN", "x"}, {}, extension})) << extension.at(2);
+    EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt({{"emailAddress", "иван@host.example"}, {}, {}}));
+    EXPECT_TOLD("DNS:xn--n1aeec.example", printed({{"CN", "x"}, {}, {"subjectAltName", "", "DNS:xn--n1aeec.example"}}));
+}
+
+TEST_F(Requests, TakeNoAddressesOutOfTheirSubject)
+{
+    for (const char* value : {"email:copy", "email:move", "DNS:host.example, email : move", "email.1:move"})
+        EXPECT_CKR(CKR_ARGUMENTS_BAD,
+                   attempt({{"emailAddress", "user@host.example"}, {}, {"subjectAltName", "", value}}))
+            << value;
+}
+
+TEST_F(Requests, CarryExtensionsByTheirEncoding)
+{
+    (void)printed({{"CN", "x"},
+                   {},
+                   {"1.2.3.4", "", "ASN1:FORMAT:UTF8,UTF8String:Иван", //
+                    "1.2.3.5", "critical", "ASN1:OCTETSTRING:text",    //
+                    "1.2.3.6", "", "DER:0403010203"}});                // the verdict counts; the bytes are read below
+    const Outcome parsed = openssl(folder, {"asn1parse", "-inform", "DER", "-in", "request.der"});
+    EXPECT_TRUE(succeeded(parsed));
+    EXPECT_TOLD("[HEX DUMP]:0C08D098D0B2D0B0D0BD", parsed.out);
+    EXPECT_TOLD("[HEX DUMP]:040474657874", parsed.out);
+    EXPECT_TOLD("[HEX DUMP]:0403010203", parsed.out);
 }
 
 TEST_F(Requests, ReadNoConfigurationOfThisMachine)
