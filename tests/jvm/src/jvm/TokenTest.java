@@ -2,6 +2,7 @@ package jvm;
 
 import static jvm.support.Scripted.ascii;
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
+import static org.junit.jupiter.api.Assertions.assertDoesNotThrow;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertThrows;
@@ -17,6 +18,7 @@ import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
 
 import jvm.support.KeyTool;
 import jvm.support.ScriptedToken;
+import jvm.support.Transcript;
 import jvm.support.Values;
 
 import org.junit.jupiter.api.BeforeEach;
@@ -34,9 +36,11 @@ import java.security.cert.CertificateException;
 import java.security.cert.X509Certificate;
 import java.security.interfaces.RSAPublicKey;
 import java.util.ArrayList;
+import java.util.Arrays;
 import java.util.EnumSet;
 import java.util.List;
 import java.util.Optional;
+import java.util.stream.Collectors;
 
 @Tag("natives")
 class TokenTest extends ScriptedToken {
@@ -150,6 +154,14 @@ class TokenTest extends ScriptedToken {
     }
 
     @Test
+    void aPairHasTheLengthThatIsAskedFor() {
+        String call = Transcript.line("C_GenerateKeyPair",
+                () -> assertDoesNotThrow(() -> token.generateRsaKeyPair(pin, 3072, "new", NOBODY)));
+
+        assertTrue(call.contains("CKA_MODULUS_BITS 3072 [8]"), call);
+    }
+
+    @Test
     void aPublicKeyIsFoundByLabelAndId() throws Exception {
         token.generateRsaKeyPair(pin, 2048, "new", NOBODY);
 
@@ -162,7 +174,9 @@ class TokenTest extends ScriptedToken {
     void aGostPairIsGenerated() throws Exception {
         token.generateGostKeyPair(pin, "new", NOBODY);
 
-        assertEquals(2, token.listObjects(pin).stream().filter(object -> object.getIdText().equals("09")).count());
+        assertEquals(Arrays.asList("public key 'new' 09 GOSTR3410", "private key 'new' 09 GOSTR3410"),
+                token.listObjects(pin).stream().map(TokenObject::toString).filter(text -> text.contains("new"))
+                        .collect(Collectors.toList()));
         assertRefused(0xA0, "CKR_PIN_INCORRECT", () -> token.generateGostKeyPair(wrong, "new", NOBODY));
         assertRefused(0xA0, "CKR_PIN_INCORRECT", () -> token.generateRsaKeyPair(wrong, 2048, "new", NOBODY));
     }

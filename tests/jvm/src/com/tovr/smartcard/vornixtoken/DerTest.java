@@ -33,7 +33,7 @@ class DerTest {
 
     @ParameterizedTest
     @ValueSource(strings = {"30", "3080000000", "300302010000ff", "30050201000000", "3084ffffffff0000",
-        "30887fffffffffffffff00", "30ff00", "040100", "0200000000"})
+        "30887fffffffffffffff00", "30890100000000000000000000", "30ff00", "040100", "0200000000"})
     void anythingElseStaysAsItIs(String hexadecimal) {
         byte[] other = bytes(hexadecimal);
 
