@@ -6,19 +6,17 @@
 #pragma once
 
 #include "softtoken/failure.h"
+#include "softtoken/lifetime.h"
 #include "softtoken/store.h"
 
-#include <mutex>
 #include <new>
 
 namespace softtoken {
 
-inline std::mutex gate;
-
 /// Runs `job` with SoftHSM2's function list behind the gate and turns whatever it throws into a code. SoftHSM2's own
 /// refusals are returned, not thrown: a listing meets one for every attribute that an object lacks.
 template <typename Job>
-CK_RV atBoundary(Job job) noexcept
+CK_RV behindGate(Job job) noexcept
 {
     try {
         const std::lock_guard lock(gate);
@@ -30,6 +28,28 @@ CK_RV atBoundary(Job job) noexcept
     } catch (...) {
         return CKR_GENERAL_ERROR;
     }
+}
+
+/// Every function but C_Initialize.
+template <typename Job>
+CK_RV atBoundary(Job job) noexcept
+{
+    return reach == Reach::full ? behindGate(job) : CKR_CRYPTOKI_NOT_INITIALIZED;
+}
+
+/// C_Initialize, by which a forked child begins anew.
+template <typename Job>
+CK_RV atInitialisation(Job job) noexcept
+{
+    if (reach == Reach::none)
+        return CKR_GENERAL_ERROR;
+    return behindGate([&](const CK_FUNCTION_LIST& softHsm) {
+        if (reach == Reach::afterInitialise) {
+            (void)softHsm.C_Finalize(nullptr); // the parent's, if it had initialised the module
+            reach = Reach::full;
+        }
+        return job(softHsm);
+    });
 }
 
 } // namespace softtoken

@@ -80,6 +80,33 @@ constexpr void forwardForSlot(List& list)
     ((list.*members = ForwardedForSlot<members>::call), ...);
 }
 
+/// Behind the gate SoftHSM2 needs no locks. With locks of its own it would wait for ever at the exit of a child that
+/// was forked while one was held.
+CK_C_INITIALIZE_ARGS withoutLocks(CK_C_INITIALIZE_ARGS arguments)
+{
+    arguments.flags &= ~static_cast<CK_FLAGS>(CKF_OS_LOCKING_OK);
+    // Some but not all of the four are an error, which SoftHSM2 tells.
+    if (arguments.CreateMutex && arguments.DestroyMutex && arguments.LockMutex && arguments.UnlockMutex) {
+        arguments.CreateMutex = nullptr;
+        arguments.DestroyMutex = nullptr;
+        arguments.LockMutex = nullptr;
+        arguments.UnlockMutex = nullptr;
+    }
+    return arguments;
+}
+
+CK_RV initialiseAtBoundary(CK_VOID_PTR arguments)
+{
+    return atInitialisation([&](const List& softHsm) {
+        if (arguments) {
+            CK_C_INITIALIZE_ARGS given = withoutLocks(*static_cast<CK_C_INITIALIZE_ARGS_PTR>(arguments));
+            initialise(softHsm, &given);
+        } else
+            initialise(softHsm, nullptr);
+        return CKR_OK;
+    });
+}
+
 constexpr CK_TOVR_FUNCTION_LIST makeList()
 {
     CK_TOVR_FUNCTION_LIST list = {};
@@ -101,7 +128,7 @@ constexpr CK_TOVR_FUNCTION_LIST makeList()
     forwardForSlot<&List::C_OpenSession, &List::C_CloseAllSessions>(standard);
     standard.C_InitPIN = ForwardedAndKept<&List::C_InitPIN>::call;
     standard.C_SetPIN = ForwardedAndKept<&List::C_SetPIN>::call;
-    standard.C_Initialize = Own<initialise>::call;
+    standard.C_Initialize = initialiseAtBoundary;
     standard.C_GetInfo = Own<getInfo>::call;
     // Not the exported symbol: where p11-kit is loaded too, that name may lead there.
     standard.C_GetFunctionList = getFunctionList;

@@ -1,6 +1,7 @@
 #include "softtoken/store.h"
 
 #include "softtoken/failure.h"
+#include "softtoken/lifetime.h"
 #include "softtoken/recovery.h"
 
 #include <gnutls/gnutls.h>
@@ -64,6 +65,9 @@ private:
         const auto getList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(handle_, "C_GetFunctionList"));
         require(getList, CKR_GENERAL_ERROR);
         check(getList(&list_));
+        // Something that SoftHSM2 would ask for later, so that OpenSSL stands ready until the module has closed.
+        require(OPENSSL_init_crypto(OPENSSL_INIT_ADD_ALL_DIGESTS, nullptr), CKR_GENERAL_ERROR);
+        closeBeforeSoftHsmGoes();
     }
 
     void* handle_ = nullptr;
