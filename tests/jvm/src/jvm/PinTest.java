@@ -16,6 +16,8 @@ import jvm.support.ScriptedToken;
 import jvm.support.Transcript;
 
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.CsvSource;
 
 import java.util.Collections;
 import java.util.List;
@@ -34,11 +36,11 @@ class PinTest extends ScriptedToken {
         assertArrayEquals(new byte[8], bytes);
     }
 
-    @Test
-    void charactersBecomeUtf8() throws Exception {
-        String call = loginWith(Pin.of("p\u00eb\u6f22\uD83D\uDE00".toCharArray()));
-
-        assertEquals("C_Login(session, CKU_USER, PIN 70c3abe6bca2f09f9880 [10]): CKR_PIN_INCORRECT", call);
+    @ParameterizedTest
+    @CsvSource({"p\u00eb\u6f22\uD83D\uDE00, 70c3abe6bca2f09f9880 [10]", "\u6f22\u5b57, e6bca2e5ad97 [6]"})
+    void charactersBecomeUtf8(String text, String bytes) {
+        assertEquals("C_Login(session, CKU_USER, PIN " + bytes + "): CKR_PIN_INCORRECT",
+                loginWith(Pin.of(text.toCharArray())));
     }
 
     @Test

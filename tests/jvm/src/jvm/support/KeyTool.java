@@ -6,16 +6,28 @@ import java.nio.file.Path;
 import java.nio.file.Paths;
 import java.security.KeyStore;
 import java.security.cert.X509Certificate;
+import java.util.HashMap;
+import java.util.Map;
 
 /** Certificates made by the JDK's keytool. */
 public final class KeyTool {
     private static final String PASSWORD = "password";
+    private static final Map<String, X509Certificate> MADE = new HashMap<>();
 
     private KeyTool() {
     }
 
-    /** Makes a key pair and returns its self-signed certificate. */
-    public static X509Certificate certificate(String name) throws Exception {
+    /** Returns a self-signed certificate of this name, the same one each time. */
+    public static synchronized X509Certificate certificate(String name) throws Exception {
+        X509Certificate made = MADE.get(name);
+        if (made == null) {
+            made = make(name);
+            MADE.put(name, made);
+        }
+        return made;
+    }
+
+    private static X509Certificate make(String name) throws Exception {
         Path folder = Files.createTempDirectory("keytool");
         Path store = folder.resolve("store.p12");
         try {
