@@ -1,102 +1,12 @@
 // The calls by the bare sequence: the same module calls in the same order, in plain C style, and nothing else.
-#include "bench/calls.h"
-#include "include/tovr_pkcs11.h"
+#include "bench/bare_frame.h"
 
-#include <dlfcn.h>
-
-#include <cstdlib>
 #include <cstring>
 
 namespace {
 
 CK_BYTE output[outputRoom];
 CK_OBJECT_HANDLE found[objectRoom];
-
-using Functions = CK_TOVR_FUNCTION_LIST_PTR;
-using Job = CK_RV (*)(Functions list, CK_SLOT_ID slot, Inputs& in);
-using SessionJob = CK_RV (*)(Functions list, CK_SESSION_HANDLE session, Inputs& in);
-
-/// Loads, initialises and probes the module; does the job; finalises and unloads.
-template <Job job>
-CK_RV withModule(Inputs& in)
-{
-    void* module = dlopen(in.module.c_str(), RTLD_NOW);
-    if (module == nullptr)
-        return CKR_GENERAL_ERROR;
-    const auto getFunctionList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(module, "C_GetFunctionList"));
-    CK_FUNCTION_LIST_PTR list = nullptr;
-    CK_RV rv = getFunctionList(&list);
-    rv |= list->C_Initialize(nullptr);
-    CK_ULONG count = 0;
-    rv |= list->C_GetSlotList(CK_FALSE, nullptr, &count);
-    rv |= job(extendedList(list), 0, in);
-    rv |= list->C_Finalize(nullptr);
-    dlclose(module);
-    return rv;
-}
-
-/// Whether a blank-padded field and the name agree up to the end of the shorter one.
-bool matches(const CK_UTF8CHAR* field, size_t width, const char* name)
-{
-    size_t i = 0;
-    while (i < width && name[i] != 0 && field[i] == static_cast<CK_UTF8CHAR>(name[i]))
-        ++i;
-    if (name[i] == 0)
-        return true;
-    while (i < width && field[i] == ' ')
-        ++i;
-    return i == width;
-}
-
-/// Asks for every slot and takes the last one whose reader has the name.
-CK_RV findSlot(Functions list, const char* reader, CK_SLOT_ID* slot)
-{
-    CK_SLOT_INFO info;
-    CK_ULONG count = 0;
-    CK_RV rv = list->standard.C_GetSlotList(CK_FALSE, nullptr, &count);
-    auto* slots = static_cast<CK_SLOT_ID*>(malloc(count * sizeof(CK_SLOT_ID)));
-    rv |= list->standard.C_GetSlotList(CK_FALSE, slots, &count);
-    for (CK_ULONG i = 0; i < count; ++i) {
-        rv |= list->standard.C_GetSlotInfo(slots[i], &info);
-        if (matches(info.manufacturerID, sizeof info.manufacturerID, reader) ||
-            matches(info.slotDescription, sizeof info.slotDescription, reader))
-            *slot = slots[i];
-    }
-    free(slots);
-    return rv;
-}
-
-template <Job job>
-CK_RV onSlot(Functions list, CK_SLOT_ID slot, Inputs& in)
-{
-    CK_RV rv = findSlot(list, in.reader.c_str(), &slot);
-    rv |= job(list, slot, in);
-    return rv;
-}
-
-template <SessionJob job, CK_USER_TYPE user>
-CK_RV inSession(Functions list, CK_SLOT_ID slot, Inputs& in)
-{
-    CK_SESSION_HANDLE session = 0;
-    Bytes& pin = user == CKU_SO ? in.soPin : in.userPin;
-    CK_RV rv = list->standard.C_OpenSession(slot, CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &session);
-    rv |= list->standard.C_Login(session, user, pin.data(), pin.size());
-    rv |= job(list, session, in);
-    rv |= list->standard.C_CloseSession(session);
-    return rv;
-}
-
-template <Job job>
-CK_RV onToken(Inputs& in)
-{
-    return withModule<onSlot<job>>(in);
-}
-
-template <SessionJob job>
-CK_RV asUser(Inputs& in)
-{
-    return onToken<inSession<job, CKU_USER>>(in);
-}
 
 CK_RV changeUserPin(Functions list, CK_SESSION_HANDLE session, Inputs& in)
 {
@@ -298,18 +208,18 @@ CK_RV request(Functions list, CK_SESSION_HANDLE session, Inputs& in)
     CK_OBJECT_HANDLE privateKey = 0;
     CK_ULONG length = 0;
     CK_RV rv = findSigner(list, session, CKO_PUBLIC_KEY, in.id, &publicKey, &privateKey);
-    rv |= list->C_TOVR_CreateCSR(session, publicKey, requestSubject.data(), 1, nullptr, &length, privateKey,
-                                 requestAttributes.data(), 1, requestExtensions.data(), 1);
-    rv |= list->C_TOVR_CreateCSR(session, publicKey, requestSubject.data(), 1, output, &length, privateKey,
-                                 requestAttributes.data(), 1, requestExtensions.data(), 1);
+    rv |= list->C_TOVR_CreateCSR(session, publicKey, in.subject.data(), 1, nullptr, &length, privateKey,
+                                 in.attributes.data(), 1, in.extensions.data(), 1);
+    rv |= list->C_TOVR_CreateCSR(session, publicKey, in.subject.data(), 1, output, &length, privateKey,
+                                 in.attributes.data(), 1, in.extensions.data(), 1);
     return rv;
 }
 
 } // namespace
 
-const std::vector<NamedCall>& bareCalls()
+std::map<std::string, Call> bareCalls()
 {
-    static const std::vector<NamedCall> calls{
+    return {
         {"SetPin", asUser<changeUserPin>},
         {"SetPuk", onToken<inSession<changeSoPin, CKU_SO>>},
         {"InitCard", onToken<initialiseToken>},
@@ -326,5 +236,4 @@ const std::vector<NamedCall>& bareCalls()
         {"pkcs7Verify", withModule<verify>},
         {"createCSR", asUser<request>},
     };
-    return calls;
 }

@@ -4,10 +4,18 @@
 
 #include <p11-kit/pkcs11.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
 using Bytes = std::vector<unsigned char>;
+
+/// Strings laid end to end, each with its NUL, from a literal.
+template <std::size_t size>
+Bytes strings(const char (&literal)[size])
+{
+    return {literal, literal + size};
+}
 
 /// What calls are made with. The outputs of the bare sequence stay in fixed buffers, which hold `outputRoom` bytes.
 struct Inputs {
@@ -23,23 +31,28 @@ struct Inputs {
     unsigned long modulusBits = 1024;
     std::string newLabel; ///< of what a call adds
     Bytes newId;
+    Bytes subject = strings("CN\0Benchmark");                           ///< of a certificate request: one pair
+    Bytes attributes = strings("challengePassword\0benchmark");         ///< one pair
+    Bytes extensions = strings("keyUsage\0critical\0digitalSignature"); ///< one triple
 };
 
 constexpr std::size_t outputRoom = 16 << 20;
 constexpr std::size_t objectRoom = 20000;
 
+/// Returns 0 when all of its steps did.
 using Call = CK_RV (*)(Inputs&);
 
-struct NamedCall {
-    const char* operation;
-    Call call;
+struct Operation {
+    std::string name;
+    Call ours;
+    Call bare = nullptr;
 };
 
-/// Each call returns 0 when all of its steps did. Both lists have the order of P11Wrapper.h.
-const std::vector<NamedCall>& ourCalls();
-const std::vector<NamedCall>& bareCalls();
+/// All that a token is needed for or a module, in the order of P11Wrapper.h.
+std::vector<Operation> operations();
 
-/// What a certificate request is made of: NUL-terminated strings laid end to end.
-extern Bytes requestSubject;    ///< one pair
-extern Bytes requestAttributes; ///< one pair
-extern Bytes requestExtensions; ///< one triple
+/// By the name of the operation.
+std::map<std::string, Call> bareCalls();
+
+/// What the calls are made with on the instant module.
+Inputs instantInputs();

@@ -5,10 +5,9 @@
 
 #include <valgrind/callgrind.h>
 
+#include <iostream>
 #include <stdexcept>
 #include <string>
-
-InstantShape instantShape = {3, 102, 1400};
 
 namespace {
 
@@ -22,17 +21,24 @@ void count(const std::string& name, Call call, Inputs& in)
         throw std::runtime_error(name + ": code " + std::to_string(rv));
 }
 
-/// Counts all operations, or the one named `only`.
-void countAll(Inputs& in, const std::string& only = {}, const std::string& suffix = {})
+void countBoth(const Operation& operation, Inputs& in, const std::string& suffix = {})
 {
-    for (std::size_t i = 0; i < ourCalls().size(); ++i) {
-        const std::string name = ourCalls()[i].operation;
-        if (name != bareCalls()[i].operation)
-            throw std::runtime_error("the lists of calls differ at " + name);
-        if (only.empty() || only == name) {
-            count("bare " + name + suffix, bareCalls()[i].call, in);
-            count("ours " + name + suffix, ourCalls()[i].call, in);
+    count("bare " + operation.name + suffix, operation.bare, in);
+    count("ours " + operation.name + suffix, operation.ours, in);
+}
+
+void countAll()
+{
+    Inputs in = instantInputs();
+    for (const Operation& operation : operations()) {
+        countBoth(operation, in);
+        if (operation.name != "ListObjects")
+            continue;
+        for (const std::size_t objects : {0, 10000}) {
+            instantShape.objects = objects;
+            countBoth(operation, in, '/' + std::to_string(objects));
         }
+        instantShape = usualShape;
     }
 }
 
@@ -40,21 +46,11 @@ void countAll(Inputs& in, const std::string& only = {}, const std::string& suffi
 
 int main()
 {
-    Inputs in;
-    in.module = INSTANT_MODULE;
-    in.reader = "Reader 0001";
-    in.userPin.assign(8, '1');
-    in.soPin.assign(8, '2');
-    in.label = "object";
-    in.id = {1, 2, 3, 4};
-    in.certificate.assign(instantShape.bytes, 'c');
-    in.data.assign(100, 'd');
-    in.message.assign(instantShape.bytes, 'm');
-    in.newLabel = in.label;
-    in.newId = in.id;
-    countAll(in);
-    instantShape.objects = 0;
-    countAll(in, "ListObjects", "/0");
-    instantShape.objects = 10000;
-    countAll(in, "ListObjects", "/10000");
+    try {
+        countAll();
+        return 0;
+    } catch (const std::exception& failure) {
+        std::cerr << "counted_calls: " << failure.what() << '\n';
+        return 1;
+    }
 }

@@ -12,6 +12,9 @@ struct InstantShape {
     std::size_t bytes; ///< of every long output: certificate, modulus, message, request
 };
 
+/// What is counted and compared, where it does not scale.
+constexpr InstantShape usualShape = {3, 102, 1400};
+
 extern "C" {
 
 /// Defined by the program that loads the module, so that the module reads neither environment nor file.

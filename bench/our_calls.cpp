@@ -140,26 +140,16 @@ CK_RV createCsr(Inputs& in)
     return onToken(in, [&](P11Wrapper& token, CK_SLOT_ID slot) {
         Bytes request;
         return token.createCSR(slot, in.userPin.data(), in.userPin.size(), in.id.data(), in.id.size(), in.id.data(),
-                               in.id.size(), requestSubject.data(), 1, requestAttributes.data(), 1,
-                               requestExtensions.data(), 1, request);
+                               in.id.size(), in.subject.data(), 1, in.attributes.data(), 1, in.extensions.data(), 1,
+                               request);
     });
-}
-
-template <std::size_t size>
-Bytes run(const char (&strings)[size])
-{
-    return {strings, strings + size}; // with the NUL of the last one
 }
 
 } // namespace
 
-Bytes requestSubject = run("CN\0Benchmark");
-Bytes requestAttributes = run("challengePassword\0benchmark");
-Bytes requestExtensions = run("keyUsage\0critical\0digitalSignature");
-
-const std::vector<NamedCall>& ourCalls()
+std::vector<Operation> operations()
 {
-    static const std::vector<NamedCall> calls{
+    std::vector<Operation> all{
         {"SetPin", setPin},
         {"SetPuk", setPuk},
         {"InitCard", initCard},
@@ -176,5 +166,8 @@ const std::vector<NamedCall>& ourCalls()
         {"pkcs7Verify", pkcs7Verify},
         {"createCSR", createCsr},
     };
-    return calls;
+    const std::map<std::string, Call> bare = bareCalls();
+    for (Operation& operation : all)
+        operation.bare = bare.at(operation.name);
+    return all;
 }

@@ -13,7 +13,7 @@ build=(cmake g++ make ninja-build openjdk-17-jdk-headless libp11-kit-dev libpcsc
        softhsm2 libpicocli-java)
 demo=("${build[@]}" openssl libengine-gost-openssl pcscd vsmartcard-vpcd iproute2 util-linux)
 test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin)
-ci=("${test[@]}" clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck libbenchmark-dev)
+ci=("${test[@]}" clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck)
 
 case "${1:-}" in
 build) packages=("${build[@]}") ;;

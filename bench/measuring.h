@@ -1,0 +1,38 @@
+// Times of two calls taken in turn, and the power by which a time grows.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <utility>
+#include <vector>
+
+/// Median and quartiles.
+struct Spread {
+    double lower;
+    double median;
+    double upper;
+};
+
+Spread spread(std::vector<double> values);
+
+using Step = std::function<void()>;
+
+/// Runs the steps in turn, round by round, each round beginning with another step, so that whatever else the machine
+/// does strikes all of them. Returns for each step the processor time in microseconds that it took in each round:
+/// neither waiting for the disk nor other programs count. `prepare` precedes every step and is not timed. A first round
+/// warms up and is left out. Ends after `rounds` rounds, or after two seconds if 30 rounds are done by then.
+std::vector<std::vector<double>> takeTurns(std::size_t rounds, const std::vector<Step>& steps,
+                                           const Step& prepare = {});
+
+/// `ratio` is that of `second` to `first` in the single rounds.
+struct Comparison {
+    Spread first;
+    Spread second;
+    Spread ratio;
+};
+
+/// From the times of two steps.
+Comparison compare(const std::vector<double>& first, const std::vector<double>& second);
+
+/// The exponent b of the power law y = a * x^b that fits the points best: least squares of the logarithms.
+double exponent(const std::vector<std::pair<double, double>>& points);
