@@ -58,6 +58,13 @@ class TokenTest extends ScriptedToken {
         wrong = Pin.of(WRONG_PIN.clone());
     }
 
+    /** It would be any reader. */
+    @Test
+    void anEmptyReaderNameIsRefused() {
+        assertThrows(IllegalArgumentException.class, () -> new Token(module, ""));
+        assertThrows(IllegalArgumentException.class, () -> Token.resetTerminal(""));
+    }
+
     @Test
     void pinsAndPuksChange() throws Exception {
         Pin other = Pin.of("another PIN".toCharArray());

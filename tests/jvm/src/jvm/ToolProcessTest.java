@@ -53,17 +53,17 @@ class ToolProcessTest extends ScriptedToken {
 
     @Test
     void withoutATerminalToAskAtThePinIsMissed() throws Exception {
-        Result result = launch(new ChildJvm().without("VORNIX_USER_PIN"), "clean");
+        Result result = launch(new ChildJvm().without("VORNIX_USER_PIN"), "list");
 
         assertEquals(3, result.status, result::toString);
-        assertEquals("vornixtoken-tool clean: no PIN: standard input and output are not both a terminal to ask at; "
+        assertEquals("vornixtoken-tool list: no PIN: standard input and output are not both a terminal to ask at; "
                 + "use --pin-file or set VORNIX_USER_PIN\n", result.err);
     }
 
     @Test
     void aPinIsAskedForAndNotShown() throws Exception {
-        assertEquals("PIN: \r\nstatus 0\r\n", atTerminal("clean", "12345678"));
-        assertTrue(atTerminal("clean", "00000000").endsWith("CKR_PIN_INCORRECT (0xA0)\r\nstatus 1\r\n"));
+        assertEquals("PIN: \r\nstatus 0\r\n", atTerminal("clean --yes", "12345678"));
+        assertTrue(atTerminal("clean --yes", "00000000").endsWith("CKR_PIN_INCORRECT (0xA0)\r\nstatus 1\r\n"));
     }
 
     @Test
@@ -136,6 +136,6 @@ class ToolProcessTest extends ScriptedToken {
                 .environment("JAVA", Paths.get(System.getProperty("java.home"), "bin", "java").toString())
                 .environment("JAR", JAR).environment("COMMAND", command)
                 .environment("VORNIX_MODULE", module).environment("VORNIX_TERMINAL", READER)
-                .run("\"$JAVA\" -jar \"$JAR\" \"$COMMAND\"; echo status $?", typed);
+                .run("\"$JAVA\" -jar \"$JAR\" $COMMAND; echo status $?", typed);
     }
 }

@@ -19,9 +19,6 @@ import org.junit.jupiter.api.io.TempDir;
 
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.util.ArrayList;
-import java.util.Arrays;
-import java.util.List;
 
 /** The command-line tool on a token that signs. The test's environment holds the PINs. */
 @Tag("softtoken")
@@ -31,7 +28,7 @@ class ToolStoryTest {
 
     @BeforeEach
     void initialize() {
-        assertPrints("", tool("init"));
+        assertPrints("", tool("init", "--yes"));
     }
 
     @Test
@@ -65,7 +62,7 @@ class ToolStoryTest {
         assertTrue(listed.out.contains("{\"kind\":\"private key\",\"label\":\"boris\",\"id\":\"02ff\","
                 + "\"keyType\":\"GOSTR3410\"}"), listed.out);
 
-        assertPrints("", tool("clean"));
+        assertPrints("", tool("clean", "--yes"));
         assertPrints("", tool("list"));
         assertTrue(tool("info").out.startsWith("label:         VORNIX Token\n"));
     }
@@ -91,8 +88,6 @@ class ToolStoryTest {
     }
 
     private static Result tool(String command, String... arguments) {
-        List<String> all = new ArrayList<>(Arrays.asList(command, "--module", MODULE, "--terminal", READER));
-        all.addAll(Arrays.asList(arguments));
-        return Tool.run(all.toArray(new String[0]));
+        return Tool.runOn(MODULE, READER, command, arguments);
     }
 }

@@ -14,6 +14,7 @@ import jvm.support.Processes;
 import jvm.support.Result;
 import jvm.support.Scripted;
 import jvm.support.ScriptedToken;
+import jvm.support.Tool;
 
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -64,7 +65,7 @@ class ToolTest extends ScriptedToken {
     @Test
     void jsonIsAsciiWhateverTheLabel(@TempDir Path folder) throws Exception {
         Path file = Files.write(folder.resolve("c"), new byte[] {1});
-        assertPrints("", onToken("clean"));
+        assertPrints("", onToken("clean", "--yes"));
         assertPrints("", onToken("import-certificate", "-l", "\"\\\n\u00eb\uD83D\uDE00", file.toString()));
 
         assertPrints("{\"ok\":true,\"objects\":[{\"kind\":\"certificate\","
@@ -77,7 +78,7 @@ class ToolTest extends ScriptedToken {
         assertPrints("", onToken("change-pin"));
         assertEquals(1, onToken("list").status);
         assertPrints("{\"ok\":true}\n", onToken("change-puk", "--json"));
-        assertEquals(1, onToken("init").status);
+        assertEquals(1, onToken("init", "--yes").status);
     }
 
     @Test
@@ -91,9 +92,9 @@ class ToolTest extends ScriptedToken {
 
     @Test
     void initialisingAndCleaningAreSilent() {
-        assertPrints("", onToken("clean"));
+        assertPrints("", onToken("clean", "--yes"));
         assertPrints("", onToken("list"));
-        assertPrints("", onToken("init"));
+        assertPrints("", onToken("init", "--yes"));
         assertTrue(onToken("info").out.startsWith("label:         VORNIX Token\n"));
     }
 
@@ -306,8 +307,6 @@ class ToolTest extends ScriptedToken {
     }
 
     private Result onToken(String command, String... arguments) {
-        List<String> all = new ArrayList<>(Arrays.asList(command, "--module", module, "--terminal", READER));
-        all.addAll(Arrays.asList(arguments));
-        return run(all.toArray(new String[0]));
+        return Tool.runOn(module, READER, command, arguments);
     }
 }

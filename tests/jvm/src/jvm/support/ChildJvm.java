@@ -14,7 +14,7 @@ import java.util.concurrent.TimeUnit;
 public final class ChildJvm {
     private static final long PATIENCE_IN_SECONDS = 60;
     /** What lives for a second gains nothing from the second compiler and a parallel collector. */
-    private static final List<String> QUICK_START = Arrays.asList("-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC");
+    static final List<String> QUICK_START = Arrays.asList("-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC");
 
     private final List<String> options = new ArrayList<>();
     private final ProcessBuilder builder = new ProcessBuilder();
@@ -48,6 +48,12 @@ public final class ChildJvm {
 
     public ChildJvm without(String name) {
         builder.environment().remove(name);
+        return this;
+    }
+
+    /** Gives it a file as standard input. */
+    public ChildJvm input(Path file) {
+        builder.redirectInput(file.toFile());
         return this;
     }
 

@@ -8,6 +8,9 @@ import picocli.CommandLine;
 
 import java.io.PrintWriter;
 import java.io.StringWriter;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
 
 /** Runs the command-line tool in this process. */
 public final class Tool {
@@ -19,6 +22,13 @@ public final class Tool {
         StringWriter err = new StringWriter();
         CommandLine tool = VornixTokenTool.commandLine().setOut(new PrintWriter(out)).setErr(new PrintWriter(err));
         return new Result(tool.execute(arguments), out.toString(), err.toString());
+    }
+
+    /** Runs a command on a token. */
+    public static Result runOn(String module, String reader, String command, String... arguments) {
+        List<String> all = new ArrayList<>(Arrays.asList(command, "--module", module, "--terminal", reader));
+        all.addAll(Arrays.asList(arguments));
+        return run(all.toArray(new String[0]));
     }
 
     public static void assertPrints(String out, Result result) {

@@ -64,13 +64,14 @@ public final class Token {
      *
      * @param modulePath   the PKCS #11 module's file, as the dynamic loader takes it
      * @param terminalName the reader. A slot matches when its manufacturer or its description, without trailing blanks,
-     *                     begins with this name or is the beginning of it, so an empty name is any reader, and
-     *                     "Reader 1" also "Reader 10"; of several, the module's last is taken. Give it in full.
-     * @throws UnsatisfiedLinkError when this library cannot be loaded, see {@link NativeLibrary}
+     *                     begins with this name or is the beginning of it, so "Reader 1" is also "Reader 10"; of
+     *                     several, the module's last is taken. Give it in full.
+     * @throws IllegalArgumentException when the reader's name is empty, for that would be any reader
+     * @throws UnsatisfiedLinkError     when this library cannot be loaded, see {@link NativeLibrary}
      */
     public Token(String modulePath, String terminalName) {
         this.modulePath = Objects.requireNonNull(modulePath, "modulePath");
-        this.terminalName = Objects.requireNonNull(terminalName, "terminalName");
+        this.terminalName = notEmpty(terminalName, "terminalName");
         NativeLibrary.load();
     }
 
@@ -410,10 +411,11 @@ public final class Token {
      * worked is told on standard output only.
      *
      * @param readerName the reader's full name
-     * @throws UnsatisfiedLinkError when this library cannot be loaded
+     * @throws IllegalArgumentException when the name is empty
+     * @throws UnsatisfiedLinkError     when this library cannot be loaded
      */
     public static void resetTerminal(String readerName) {
-        Objects.requireNonNull(readerName, "readerName");
+        notEmpty(readerName, "readerName");
         NativeLibrary.load();
         locked(() -> {
             PcscUtils.resetTerminal(readerName);
@@ -460,6 +462,13 @@ public final class Token {
         if (code != ReturnCodes.OK) {
             throw new Pkcs11Exception(code, action);
         }
+    }
+
+    private static String notEmpty(String name, String parameter) {
+        if (Objects.requireNonNull(name, parameter).isEmpty()) {
+            throw new IllegalArgumentException(parameter + " is empty");
+        }
+        return name;
     }
 
     private static long locked(LongSupplier job) {

@@ -6,6 +6,7 @@ import com.tovr.smartcard.vornixtoken.TokenInfo;
 import com.tovr.smartcard.vornixtoken.TokenObject;
 
 import picocli.CommandLine.Command;
+import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Option;
 
 import java.nio.file.Path;
@@ -56,7 +57,7 @@ final class AdministrationCommands {
             footer = "  vornixtoken-tool change-pin --pin-file old.txt --new-pin-file new.txt")
     static final class ChangePin extends ToolCommand.AsUser {
         @Option(names = "--new-pin-file", paramLabel = "FILE",
-                description = "A file whose first line is the new PIN; else VORNIX_NEW_PIN, else you are asked.")
+                description = "A file whose first line is the new PIN, - for standard input; else VORNIX_NEW_PIN, else you are asked.")
         private Path newPinFile;
 
         @Override
@@ -70,7 +71,7 @@ final class AdministrationCommands {
     /** With a module, a reader and the security officer's PIN. */
     private abstract static class AsSecurityOfficer extends ToolCommand.OnToken {
         @Option(names = "--puk-file", paramLabel = "FILE",
-                description = "A file whose first line is the PUK; else VORNIX_SO_PIN, else you are asked.")
+                description = "A file whose first line is the PUK, - for standard input; else VORNIX_SO_PIN, else you are asked.")
         private Path pukFile;
 
         @Override
@@ -87,7 +88,7 @@ final class AdministrationCommands {
             footer = "  vornixtoken-tool change-puk --puk-file old.txt --new-puk-file new.txt")
     static final class ChangePuk extends AsSecurityOfficer {
         @Option(names = "--new-puk-file", paramLabel = "FILE",
-                description = "A file whose first line is the new PUK; else VORNIX_NEW_PIN, else you are asked.")
+                description = "A file whose first line is the new PUK, - for standard input; else VORNIX_NEW_PIN, else you are asked.")
         private Path newPukFile;
 
         @Override
@@ -100,8 +101,17 @@ final class AdministrationCommands {
 
     @Command(name = "init",
             description = "Initialises the token under the label \"VORNIX Token\". All its objects are lost.",
-            footer = "  vornixtoken-tool init --puk-file puk.txt")
+            footer = "  vornixtoken-tool init --puk-file puk.txt --yes")
     static final class Initialize extends AsSecurityOfficer {
+        @Mixin
+        private Erasure erasure;
+
+        @Override
+        void run(Token token) throws Exception {
+            erasure.askFor(token, terminal);
+            super.run(token);
+        }
+
         @Override
         void run(Token token, Pin puk) throws Exception {
             token.initialize(puk);
@@ -109,8 +119,17 @@ final class AdministrationCommands {
     }
 
     @Command(name = "clean", description = "Destroys all objects of the token; PINs and label stay.",
-            footer = "  vornixtoken-tool clean --pin-file pin.txt")
+            footer = "  vornixtoken-tool clean --pin-file pin.txt --yes")
     static final class Clean extends ToolCommand.AsUser {
+        @Mixin
+        private Erasure erasure;
+
+        @Override
+        void run(Token token) throws Exception {
+            erasure.askFor(token, terminal);
+            super.run(token);
+        }
+
         @Override
         void run(Token token, Pin pin) throws Exception {
             token.clean(pin);
@@ -122,13 +141,13 @@ final class AdministrationCommands {
                 "Only the library's own line tells a failure: the exit status is 0 in any case."},
             footer = "  vornixtoken-tool reset-terminal --terminal 'Reader 0'")
     static final class ResetTerminal extends ToolCommand {
-        @Option(names = {"-t", "--terminal"}, required = true, defaultValue = "${env:VORNIX_TERMINAL}",
-                paramLabel = "NAME", description = "The reader's full name; else VORNIX_TERMINAL.")
-        private String terminal;
+        @Option(names = {"-t", "--terminal"}, required = true, paramLabel = "NAME",
+                description = "The reader's full name; else VORNIX_TERMINAL.")
+        private ReaderName terminal;
 
         @Override
         void run() {
-            Token.resetTerminal(terminal);
+            Token.resetTerminal(terminal.toString());
         }
     }
 }

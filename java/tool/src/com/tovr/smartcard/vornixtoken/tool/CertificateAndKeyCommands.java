@@ -28,7 +28,7 @@ final class CertificateAndKeyCommands {
     @Command(name = "read-certificate", description = "Reads a certificate; prints it as PEM.",
             footer = "  vornixtoken-tool read-certificate --label 'my certificate' --id 01 -o my.der")
     static final class ReadCertificate extends OnObject {
-        @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead.")
+        @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead, - for standard output.")
         private Path out;
 
         @Override
@@ -40,7 +40,7 @@ final class CertificateAndKeyCommands {
     @Command(name = "read-public-key", description = "Reads an RSA public key; prints it as PEM.",
             footer = "  vornixtoken-tool read-public-key --label 'my key'")
     static final class ReadPublicKey extends OnObject {
-        @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead.")
+        @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead, - for standard output.")
         private Path out;
 
         @Override

@@ -34,7 +34,7 @@ final class Json {
             } else if (c >= ' ' && c <= '~') {
                 quoted.append(c);
             } else {
-                quoted.append(String.format("\\u%04x", (int) c));
+                quoted.append(Printable.code(c));
             }
         }
         return quoted.append('"').toString();

@@ -38,7 +38,7 @@ final class SignatureCommands {
                 description = "The module's mode word, such as 1 or 0x1 (default: ${DEFAULT-VALUE}).")
         private Word flags;
 
-        @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead.")
+        @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead, - for standard output.")
         private Path out;
 
         @Parameters(paramLabel = "FILE", description = "What is signed; - for standard input.")
@@ -94,7 +94,7 @@ final class SignatureCommands {
                 description = "An extension; may be repeated.")
         private List<NamedText> extensions = new ArrayList<>();
 
-        @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead.")
+        @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead, - for standard output.")
         private Path out;
 
         @Override

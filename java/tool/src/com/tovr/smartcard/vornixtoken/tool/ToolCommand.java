@@ -63,27 +63,37 @@ abstract class ToolCommand implements Callable<Integer> {
         say(line);
     }
 
-    /** A line of text alone. */
+    /** A line of text alone, with whatever a label holds made printable. */
     void say(String line) {
         if (!tool.wantsJson()) {
-            tool.print(line);
+            tool.print(Printable.text(line));
         }
     }
 
-    /** A DER structure: base64 for JSON; otherwise into a file, or as PEM. */
+    /** A DER structure: base64 for JSON; otherwise into a file, to standard output for "-", or as PEM. */
     void putDer(String name, byte[] der, String pemType, Path file) throws IOException {
         put(name, Base64.getEncoder().encodeToString(der));
-        if (file != null) {
+        if (file == null) {
+            say("-----BEGIN " + pemType + "-----");
+            for (String line : Base64.getMimeEncoder(64, new byte[] {'\n'}).encodeToString(der).split("\n")) {
+                say(line);
+            }
+            say("-----END " + pemType + "-----");
+        } else if (!isStandard(file)) {
             Files.write(file, der);
-        } else {
-            String base64 = Base64.getMimeEncoder(64, new byte[] {'\n'}).encodeToString(der);
-            say("-----BEGIN " + pemType + "-----\n" + base64 + "\n-----END " + pemType + "-----");
+        } else if (!tool.wantsJson()) {
+            tool.print(der);
         }
+    }
+
+    /** Tells whether a file's name means standard input or output. */
+    static boolean isStandard(Path file) {
+        return file.equals(Paths.get("-"));
     }
 
     /** Reads a file, or standard input for "-". */
     static byte[] read(Path file) throws IOException {
-        if (!file.equals(Paths.get("-"))) {
+        if (!isStandard(file)) {
             return Files.readAllBytes(file);
         }
         ByteArrayOutputStream all = new ByteArrayOutputStream();
@@ -111,20 +121,20 @@ abstract class ToolCommand implements Callable<Integer> {
 
     /** With a module. */
     abstract static class OnModule extends ToolCommand {
-        @Option(names = {"-m", "--module"}, required = true, defaultValue = "${env:VORNIX_MODULE}", paramLabel = "FILE",
+        @Option(names = {"-m", "--module"}, required = true, paramLabel = "FILE",
                 description = "The PKCS #11 module; else VORNIX_MODULE.")
         String module;
     }
 
     /** With a module and a reader. */
     abstract static class OnToken extends OnModule {
-        @Option(names = {"-t", "--terminal"}, required = true, defaultValue = "${env:VORNIX_TERMINAL}",
-                paramLabel = "NAME", description = "The reader; else VORNIX_TERMINAL.")
-        String terminal;
+        @Option(names = {"-t", "--terminal"}, required = true, paramLabel = "NAME",
+                description = "The reader; else VORNIX_TERMINAL.")
+        ReaderName terminal;
 
         @Override
         void run() throws Exception {
-            run(new Token(module, terminal));
+            run(new Token(module, terminal.toString()));
         }
 
         abstract void run(Token token) throws Exception;
@@ -133,7 +143,7 @@ abstract class ToolCommand implements Callable<Integer> {
     /** With a module, a reader and the user PIN. */
     abstract static class AsUser extends OnToken {
         @Option(names = "--pin-file", paramLabel = "FILE",
-                description = "A file whose first line is the PIN; else VORNIX_USER_PIN, else you are asked.")
+                description = "A file whose first line is the PIN, - for standard input; else VORNIX_USER_PIN, else you are asked.")
         Path pinFile;
 
         @Override

@@ -5,9 +5,13 @@ import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
 import picocli.AutoComplete;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
+import picocli.CommandLine.Model.ArgSpec;
+import picocli.CommandLine.Model.OptionSpec;
 import picocli.CommandLine.Option;
+import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.ParseResult;
 import picocli.CommandLine.ScopeType;
+import picocli.CommandLine.UnmatchedArgumentException;
 
 import java.io.PrintWriter;
 import java.math.BigInteger;
@@ -71,14 +75,15 @@ public final class VornixTokenTool {
 
     private VornixTokenTool() {
         commandLine = new CommandLine(this);
+        commandLine.setExpandAtFiles(false);
+        commandLine.setDefaultValueProvider(VornixTokenTool::fromEnvironment);
         commandLine.registerConverter(String.class, Decoding::checked);
+        commandLine.registerConverter(ReaderName.class, ReaderName::new);
         commandLine.registerConverter(Id.class, Id::new);
         commandLine.registerConverter(NamedText.class, NamedText::new);
         commandLine.registerConverter(Word.class, Word::new);
         commandLine.setExecutionExceptionHandler(this::report);
-        CommandLine.IParameterExceptionHandler explain = commandLine.getParameterExceptionHandler();
-        commandLine.setParameterExceptionHandler((failure, arguments) -> Arrays.asList(arguments).contains("--json")
-                ? reportUsage(failure) : explain.handleParseException(failure, arguments));
+        commandLine.setParameterExceptionHandler(this::reportUsage);
     }
 
     /**
@@ -87,7 +92,9 @@ public final class VornixTokenTool {
      * @param arguments the command line
      */
     public static void main(String[] arguments) {
-        System.exit(commandLine().execute(arguments));
+        CommandLine commandLine = commandLine();
+        int status = commandLine.execute(arguments);
+        System.exit(status == 0 && !isWritten(commandLine) ? FAILED : status);
     }
 
     /**
@@ -109,6 +116,33 @@ public final class VornixTokenTool {
         out.flush();
     }
 
+    void print(byte[] bytes) {
+        System.out.write(bytes, 0, bytes.length);
+        System.out.flush();
+    }
+
+    /** What could not be written is a failure, but no exception: Java's print streams keep it to themselves. */
+    private static boolean isWritten(CommandLine commandLine) {
+        commandLine.getOut().flush();
+        boolean written = !System.out.checkError();
+        if (!written) {
+            commandLine.getErr().println(commandLine.getCommandName() + ": standard output could not be written");
+        }
+        return written;
+    }
+
+    /** picocli's own way, ${env:...} as a default value, goes on to expand what the variable holds. */
+    private static String fromEnvironment(ArgSpec argument) {
+        switch (argument.isOption() ? ((OptionSpec) argument).longestName() : "") {
+            case "--module":
+                return System.getenv("VORNIX_MODULE");
+            case "--terminal":
+                return System.getenv("VORNIX_TERMINAL");
+            default:
+                return null;
+        }
+    }
+
     private int report(Exception failure, CommandLine command, ParseResult arguments) {
         boolean refused = failure instanceof Pkcs11Exception;
         if (json) {
@@ -121,19 +155,34 @@ public final class VornixTokenTool {
             result.put("message", message(failure));
             print(Json.text(result));
         } else {
-            PrintWriter err = commandLine.getErr();
-            err.println(commandLine.getCommandName() + " " + command.getCommandName() + ": " + message(failure));
-            err.flush();
+            String text = commandLine.getCommandName() + " " + command.getCommandName() + ": " + message(failure);
+            // Only the loader's message has lines of its own, one for each place where the library is not.
+            printError(failure.getCause() instanceof UnsatisfiedLinkError ? text.split("\n") : new String[] {text});
         }
         return refused ? REFUSED : FAILED;
     }
 
-    private int reportUsage(CommandLine.ParameterException failure) {
-        Map<String, Object> result = new LinkedHashMap<>();
-        result.put("ok", false);
-        result.put("message", failure.getMessage());
-        print(Json.text(result));
+    private int reportUsage(ParameterException failure, String[] arguments) {
+        if (Arrays.asList(arguments).contains("--json")) {
+            Map<String, Object> result = new LinkedHashMap<>();
+            result.put("ok", false);
+            result.put("message", failure.getMessage());
+            print(Json.text(result));
+        } else {
+            printError(failure.getMessage());
+            if (!UnmatchedArgumentException.printSuggestions(failure, commandLine.getErr())) {
+                failure.getCommandLine().usage(commandLine.getErr());
+            }
+        }
         return CommandLine.ExitCode.USAGE;
+    }
+
+    private void printError(String... lines) {
+        PrintWriter err = commandLine.getErr();
+        for (String line : lines) {
+            err.println(Printable.text(line));
+        }
+        err.flush();
     }
 
     /** Exceptions of the file system say little without their name. */
