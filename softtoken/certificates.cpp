@@ -1,6 +1,7 @@
 #include "softtoken/certificates.h"
 
 #include "softtoken/der.h"
+#include "softtoken/transaction.h"
 
 #include <string>
 
@@ -25,7 +26,7 @@ void addCertificate(const Session& session, std::string_view label, CK_BYTE_PTR 
     const Bytes subject = encode(i2d_X509_NAME, X509_get_subject_name(certificate), CKR_DATA_INVALID);
     const Bytes issuer = encode(i2d_X509_NAME, X509_get_issuer_name(certificate), CKR_DATA_INVALID);
     const Bytes serial = encode(i2d_ASN1_INTEGER, X509_get0_serialNumber(certificate), CKR_DATA_INVALID);
-    allOrNothing(session, [&] {
+    allOrNothing(session, Place::token, [&] {
         createObject(session, {attribute(CKA_CLASS, objectClass), attribute(CKA_CERTIFICATE_TYPE, type),
                                attribute(CKA_TOKEN, onToken), attribute(CKA_PRIVATE, isPrivate),
                                attribute(CKA_LABEL, label.data(), label.size()), attribute(CKA_ID, id, idLen),

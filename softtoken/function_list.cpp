@@ -4,39 +4,63 @@
 #include "softtoken/certificates.h"
 #include "softtoken/mechanisms.h"
 #include "softtoken/messages.h"
+#include "softtoken/pins.h"
 #include "softtoken/reader.h"
-#include "softtoken/recovery.h"
 #include "softtoken/requests.h"
+#include "softtoken/slot.h"
 #include "softtoken/store.h"
+#include "softtoken/turn.h"
 #include "softtoken/verification.h"
+#include "softtoken/writing_calls.h"
 
 namespace softtoken {
 namespace {
 
 using List = CK_FUNCTION_LIST;
 
+/// What works in memory alone needs no turn in the store.
+struct NoTurn {
+    explicit NoTurn(const List&) {}
+};
+
 /// A function of this token as callers see it.
-template <auto function>
+template <auto function, typename Access = Turn>
 struct Own;
-template <typename... Arguments, void (*function)(const List&, Arguments...)>
-struct Own<function> {
+template <typename... Arguments, void (*function)(const List&, Arguments...), typename Access>
+struct Own<function, Access> {
     static CK_RV call(Arguments... arguments)
     {
         return atBoundary([&](const List& softHsm) {
+            const Access access(softHsm);
             function(softHsm, arguments...);
             return CKR_OK;
         });
     }
 };
 
-/// A function of SoftHSM2's as callers see it.
-template <auto member>
-struct Forwarded;
-template <typename... Arguments, CK_RV (*List::*member)(Arguments...)>
-struct Forwarded<member> {
+/// Likewise one that returns its refusals.
+template <typename... Arguments, CK_RV (*function)(const List&, Arguments...), typename Access>
+struct Own<function, Access> {
     static CK_RV call(Arguments... arguments)
     {
-        return atBoundary([&](const List& softHsm) { return (softHsm.*member)(arguments...); });
+        return atBoundary([&](const List& softHsm) {
+            const Access access(softHsm);
+            return function(softHsm, arguments...);
+        });
+    }
+};
+
+/// A function of SoftHSM2's as callers see it.
+template <auto member, typename Access>
+struct Forwarded;
+template <typename... Arguments, CK_RV (*List::*member)(Arguments...), typename Access>
+struct Forwarded<member, Access> {
+    static CK_RV call(Arguments... arguments)
+    {
+        return atBoundary([&](const List& softHsm) {
+            const Access access(softHsm);
+            return (softHsm.*member)(arguments...);
+        });
     }
 };
 
@@ -47,23 +71,9 @@ template <typename... Arguments, CK_RV (*List::*member)(CK_SLOT_ID, Arguments...
 struct ForwardedForSlot<member> {
     static CK_RV call(CK_SLOT_ID slot, Arguments... arguments)
     {
-        return atBoundary(
-            [&](const List& softHsm) { return (softHsm.*member)(softHsmSlot(softHsm, slot), arguments...); });
-    }
-};
-
-/// Likewise one that changes a PIN.
-template <auto member>
-struct ForwardedAndKept;
-template <typename... Arguments, CK_RV (*List::*member)(Arguments...)>
-struct ForwardedAndKept<member> {
-    static CK_RV call(Arguments... arguments)
-    {
         return atBoundary([&](const List& softHsm) {
-            const CK_RV rv = (softHsm.*member)(arguments...);
-            if (rv == CKR_OK)
-                keepTokenFiles();
-            return rv;
+            const Turn turn(softHsm);
+            return (softHsm.*member)(softHsmSlot(softHsm, slot), arguments...);
         });
     }
 };
@@ -71,7 +81,14 @@ struct ForwardedAndKept<member> {
 template <auto... members>
 constexpr void forward(List& list)
 {
-    ((list.*members = Forwarded<members>::call), ...);
+    ((list.*members = Forwarded<members, NoTurn>::call), ...);
+}
+
+/// Functions that read objects.
+template <auto... members>
+constexpr void forwardInTurn(List& list)
+{
+    ((list.*members = Forwarded<members, Turn>::call), ...);
 }
 
 template <auto... members>
@@ -112,39 +129,46 @@ constexpr CK_TOVR_FUNCTION_LIST makeList()
     CK_TOVR_FUNCTION_LIST list = {};
     List& standard = list.standard;
     standard.version = {2, 40};
-    forward<&List::C_Finalize, &List::C_CloseSession, &List::C_GetOperationState, &List::C_SetOperationState,
-            &List::C_Login, &List::C_Logout, &List::C_CreateObject, &List::C_CopyObject, &List::C_DestroyObject,
-            &List::C_GetObjectSize, &List::C_GetAttributeValue, &List::C_SetAttributeValue, &List::C_FindObjectsInit,
-            &List::C_FindObjects, &List::C_FindObjectsFinal, &List::C_EncryptInit, &List::C_Encrypt,
-            &List::C_EncryptUpdate, &List::C_EncryptFinal, &List::C_DecryptInit, &List::C_Decrypt,
-            &List::C_DecryptUpdate, &List::C_DecryptFinal, &List::C_DigestInit, &List::C_Digest, &List::C_DigestUpdate,
-            &List::C_DigestKey, &List::C_DigestFinal, &List::C_SignInit, &List::C_Sign, &List::C_SignUpdate,
-            &List::C_SignFinal, &List::C_SignRecoverInit, &List::C_SignRecover, &List::C_VerifyInit, &List::C_Verify,
-            &List::C_VerifyUpdate, &List::C_VerifyFinal, &List::C_VerifyRecoverInit, &List::C_VerifyRecover,
-            &List::C_DigestEncryptUpdate, &List::C_DecryptDigestUpdate, &List::C_SignEncryptUpdate,
-            &List::C_DecryptVerifyUpdate, &List::C_GenerateKey, &List::C_WrapKey, &List::C_UnwrapKey,
-            &List::C_DeriveKey, &List::C_SeedRandom, &List::C_GenerateRandom, &List::C_GetFunctionStatus,
-            &List::C_CancelFunction, &List::C_WaitForSlotEvent>(standard);
+    forward<&List::C_CloseSession, &List::C_GetOperationState, &List::C_SetOperationState, &List::C_Logout,
+            &List::C_FindObjects, &List::C_FindObjectsFinal, &List::C_Encrypt, &List::C_EncryptUpdate,
+            &List::C_EncryptFinal, &List::C_Decrypt, &List::C_DecryptUpdate, &List::C_DecryptFinal, &List::C_DigestInit,
+            &List::C_Digest, &List::C_DigestUpdate, &List::C_DigestFinal, &List::C_Sign, &List::C_SignUpdate,
+            &List::C_SignFinal, &List::C_SignRecover, &List::C_Verify, &List::C_VerifyUpdate, &List::C_VerifyFinal,
+            &List::C_VerifyRecover, &List::C_DigestEncryptUpdate, &List::C_DecryptDigestUpdate,
+            &List::C_SignEncryptUpdate, &List::C_DecryptVerifyUpdate, &List::C_SeedRandom, &List::C_GenerateRandom,
+            &List::C_GetFunctionStatus, &List::C_CancelFunction, &List::C_WaitForSlotEvent>(standard);
+    forwardInTurn<&List::C_GetObjectSize, &List::C_GetAttributeValue, &List::C_FindObjectsInit, &List::C_EncryptInit,
+                  &List::C_DecryptInit, &List::C_DigestKey, &List::C_SignInit, &List::C_SignRecoverInit,
+                  &List::C_VerifyInit, &List::C_VerifyRecoverInit, &List::C_WrapKey>(standard);
     forwardForSlot<&List::C_OpenSession, &List::C_CloseAllSessions>(standard);
-    standard.C_InitPIN = ForwardedAndKept<&List::C_InitPIN>::call;
-    standard.C_SetPIN = ForwardedAndKept<&List::C_SetPIN>::call;
     standard.C_Initialize = initialiseAtBoundary;
-    standard.C_GetInfo = Own<getInfo>::call;
+    standard.C_Finalize = Own<finalise, NoTurn>::call;
+    standard.C_GetInfo = Own<getInfo, NoTurn>::call;
     // Not the exported symbol: where p11-kit is loaded too, that name may lead there.
     standard.C_GetFunctionList = getFunctionList;
-    standard.C_GetSlotList = Own<getSlotList>::call;
+    standard.C_GetSlotList = Own<getSlotList, NoTurn>::call;
     standard.C_GetSlotInfo = Own<getSlotInfo>::call;
     standard.C_GetTokenInfo = Own<getTokenInfo>::call;
     standard.C_GetMechanismList = Own<getMechanismList>::call;
     standard.C_GetMechanismInfo = Own<getMechanismInfo>::call;
     standard.C_InitToken = Own<initToken>::call;
-    standard.C_GetSessionInfo = Own<getSessionInfo>::call;
+    standard.C_InitPIN = Own<initPin>::call;
+    standard.C_SetPIN = Own<setPin>::call;
+    standard.C_Login = Own<login>::call;
+    standard.C_CreateObject = Own<objects::create>::call;
+    standard.C_CopyObject = Own<objects::copy>::call;
+    standard.C_DestroyObject = Own<objects::destroy>::call;
+    standard.C_SetAttributeValue = Own<objects::setAttributeValue>::call;
+    standard.C_GenerateKey = Own<objects::generateKey>::call;
+    standard.C_UnwrapKey = Own<objects::unwrapKey>::call;
+    standard.C_DeriveKey = Own<objects::deriveKey>::call;
+    standard.C_GetSessionInfo = Own<getSessionInfo, NoTurn>::call;
     standard.C_GenerateKeyPair = Own<generateKeyPair>::call;
     list.C_TOVR_ImportCert = Own<importCert>::call;
     list.C_TOVR_ImportX509Certificate = Own<importX509Certificate>::call;
     list.C_TOVR_CreateCSR = Own<createCsr>::call;
     list.C_TOVR_pkcs7Sign = Own<pkcs7Sign>::call;
-    list.C_TOVR_pkcs7Verify = Own<pkcs7Verify>::call;
+    list.C_TOVR_pkcs7Verify = Own<pkcs7Verify, NoTurn>::call;
     return list;
 }
 

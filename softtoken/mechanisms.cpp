@@ -1,7 +1,8 @@
 #include "softtoken/mechanisms.h"
 
 #include "softtoken/gost.h"
-#include "softtoken/reader.h"
+#include "softtoken/slot.h"
+#include "softtoken/transaction.h"
 
 #include <vector>
 
@@ -36,7 +37,9 @@ void generateKeyPair(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE handle, 
                      CK_ULONG privateCount, CK_OBJECT_HANDLE_PTR publicKey, CK_OBJECT_HANDLE_PTR privateKey)
 {
     const Session session = {softHsm, handle};
-    allOrNothing(session, [&] {
+    const Place place =
+        placeOf(publicTemplate, publicCount) == Place::token ? Place::token : placeOf(privateTemplate, privateCount);
+    allOrNothing(session, place, [&] {
         if (mechanism && mechanism->mechanism == CKM_GOSTR3410_KEY_PAIR_GEN)
             generateGostKeyPair(session, publicTemplate, publicCount, privateTemplate, privateCount, publicKey,
                                 privateKey);

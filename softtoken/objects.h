@@ -25,10 +25,6 @@ void requireClass(const Session& session, CK_OBJECT_HANDLE object, CK_OBJECT_CLA
 Bytes readBytes(const Session& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type);
 CK_ULONG readNumber(const Session& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type);
 
-/// Runs `job` and, when it fails, destroys the objects that it brought into being: SoftHSM2 leaves an object half-made
-/// when it refuses an entry of its template.
-void allOrNothing(const Session& session, const std::function<void()>& job);
-
 CK_OBJECT_HANDLE createObject(const Session& session, std::vector<CK_ATTRIBUTE> attributes);
 
 /// Fails with CKR_ARGUMENTS_BAD for a null pointer with a length or a count.

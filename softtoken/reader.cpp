@@ -1,19 +1,18 @@
 #include "softtoken/reader.h"
 
 #include "softtoken/failure.h"
-#include "softtoken/recovery.h"
+#include "softtoken/pins.h"
+#include "softtoken/slot.h"
 #include "softtoken/store.h"
+#include "softtoken/transaction.h"
 
 #include <algorithm>
 #include <iterator>
 #include <string_view>
-#include <vector>
 
 namespace softtoken {
 namespace {
 
-// Not 0, so that a caller who forgets to look the slot up is told.
-constexpr CK_SLOT_ID readerSlot = 1;
 constexpr std::string_view readerName = "Vornix Soft Reader 00 00";
 
 // Slots are looked up by manufacturer as well as by name. This one is neither blank nor the beginning of a reader's
@@ -31,12 +30,6 @@ void fill(CK_UTF8CHAR (&field)[size], std::string_view text)
     std::fill(std::copy(text.begin(), text.end(), field), std::end(field), ' ');
 }
 
-bool holdsToken(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot)
-{
-    CK_TOKEN_INFO info;
-    return softHsm.C_GetTokenInfo(slot, &info) == CKR_OK && (info.flags & CKF_TOKEN_INITIALIZED);
-}
-
 void setUserPin(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_UTF8CHAR_PTR soPin, CK_ULONG soPinLen)
 {
     CK_SESSION_HANDLE session;
@@ -51,20 +44,6 @@ void setUserPin(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_UTF8CHAR_PT
 }
 
 } // namespace
-
-// SoftHSM2 numbers its slots anew when a token appears and always lists a blank one behind it.
-CK_SLOT_ID softHsmSlot(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot)
-{
-    CK_ULONG count = 0;
-    check(softHsm.C_GetSlotList(CK_FALSE, nullptr, &count));
-    require(slot == readerSlot, CKR_SLOT_ID_INVALID);
-    std::vector<CK_SLOT_ID> slots(count);
-    check(softHsm.C_GetSlotList(CK_FALSE, slots.data(), &count));
-    require(!slots.empty(), CKR_DEVICE_ERROR);
-    const auto found =
-        std::find_if(slots.begin(), slots.end(), [&](CK_SLOT_ID each) { return holdsToken(softHsm, each); });
-    return found == slots.end() ? slots.back() : *found;
-}
 
 void getInfo(const CK_FUNCTION_LIST& softHsm, CK_INFO_PTR info)
 {
@@ -98,6 +77,7 @@ void getTokenInfo(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_TOKEN_INF
     check(softHsm.C_GetTokenInfo(softHsmSlot(softHsm, slot), info));
     fill(info->manufacturerID, manufacturer);
     fill(info->model, model);
+    showTries(*info);
 }
 
 void getSessionInfo(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE session, CK_SESSION_INFO_PTR info)
@@ -109,10 +89,13 @@ void getSessionInfo(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE session, 
 void initToken(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_UTF8CHAR_PTR pin, CK_ULONG pinLen,
                CK_UTF8CHAR_PTR label)
 {
-    const CK_SLOT_ID target = softHsmSlot(softHsm, slot);
-    check(softHsm.C_InitToken(target, pin, pinLen, label));
-    setUserPin(softHsm, target, pin, pinLen);
-    keepTokenFiles();
+    readPinsAgain(softHsm);
+    changeToken([&] {
+        const CK_SLOT_ID target = softHsmSlot(softHsm, slot);
+        check(softHsm.C_InitToken(target, pin, pinLen, label));
+        setUserPin(softHsm, target, pin, pinLen);
+        forgiveTries();
+    });
 }
 
 } // namespace softtoken

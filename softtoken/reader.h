@@ -5,9 +5,6 @@
 
 namespace softtoken {
 
-/// SoftHSM2's slot behind the slot that callers see; any other fails with CKR_SLOT_ID_INVALID.
-CK_SLOT_ID softHsmSlot(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot);
-
 void getInfo(const CK_FUNCTION_LIST& softHsm, CK_INFO_PTR info);
 void getSlotList(const CK_FUNCTION_LIST& softHsm, CK_BBOOL tokenPresent, CK_SLOT_ID_PTR slots, CK_ULONG_PTR count);
 void getSlotInfo(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_SLOT_INFO_PTR info);

@@ -1,57 +1,96 @@
 #include "softtoken/recovery.h"
 
-#include <cstdint>
-#include <string>
-#include <system_error>
+#include "softtoken/failure.h"
+#include "softtoken/files.h"
+#include "softtoken/object_file.h"
+#include "softtoken/snapshot.h"
 
 namespace softtoken {
 namespace {
 
 namespace fs = std::filesystem;
 
-fs::path folder; // that of the last initialisation
+/// A token's file and its copy.
+struct TokenFile {
+    explicit TokenFile(const fs::path& token)
+        : file(token / "token.object"), copy(token / "token.kept"), now(readFile(file)), kept(readFile(copy))
+    {
+    }
 
-/// In one step: whoever dies here leaves the old file or the new one, and an error leaves the old one.
-void replace(const fs::path& file, const fs::path& by)
-{
-    std::error_code ignored;
-    const fs::path fresh = file.string() + ".new";
-    if (fs::copy_file(by, fresh, fs::copy_options::overwrite_existing, ignored))
-        fs::rename(fresh, file, ignored);
-}
+    bool isWhole() const { return now && isWholeToken(*now); }
+    bool isKept() const { return isWhole() && kept && areSameToken(*now, *kept); }
 
-/// Calls `job(file, copy)` for every token.
+    void keep() const
+    {
+        syncToDisk(file);
+        replaceFile(copy, *now);
+    }
+
+    void restore() const
+    {
+        if (!kept || !isWholeToken(*kept))
+            return;
+        try {
+            replaceFile(file, renumbered(*kept));
+        } catch (const Failure&) {
+            overwriteFile(file, renumbered(*kept)); // the disk is full, but the file may still have its room
+        }
+    }
+
+    const fs::path file;
+    const fs::path copy;
+    const std::optional<Bytes> now;
+    const std::optional<Bytes> kept;
+};
+
 template <typename Job>
-void forEachToken(Job job)
+void forEachToken(const fs::path& store, Job job)
 {
-    std::error_code error;
-    for (const fs::directory_entry& token : fs::directory_iterator(folder, error))
-        job(token.path() / "token.object", token.path() / "token.kept");
-}
-
-/// 0 for a file that is not there.
-std::uintmax_t sizeOf(const fs::path& file)
-{
-    std::error_code error;
-    const std::uintmax_t size = fs::file_size(file, error);
-    return error ? 0 : size;
+    for (const fs::path& folder : tokenFolders(store))
+        job(TokenFile(folder));
 }
 
 } // namespace
 
-void restoreTokenFiles(const fs::path& tokens)
+bool recover(const fs::path& store)
 {
-    folder = tokens;
-    // Only a PIN's change alters the file's size, and that is when the copy is made anew.
-    forEachToken([](const fs::path& file, const fs::path& copy) {
-        if (sizeOf(file) < sizeOf(copy))
-            replace(file, copy);
+    const bool takenBack = rollBack(store);
+    forEachToken(store, [](const TokenFile& token) {
+        if (!token.isWhole())
+            token.restore();
+        else if (!token.isKept())
+            token.keep();
+    });
+    return takenBack;
+}
+
+void restoreTokenFiles(const fs::path& store)
+{
+    forEachToken(store, [](const TokenFile& token) {
+        if (!token.isWhole())
+            token.restore();
     });
 }
 
-void keepTokenFiles()
+void keepTokenFiles(const fs::path& store)
 {
-    forEachToken([](const fs::path& file, const fs::path& copy) { replace(copy, file); });
+    forEachToken(store, [](const TokenFile& token) {
+        require(token.isWhole(), CKR_DEVICE_MEMORY);
+        if (!token.isKept())
+            token.keep();
+    });
+}
+
+bool revertTokenFiles(const fs::path& store)
+{
+    bool reverted = false;
+    forEachToken(store, [&](const TokenFile& token) {
+        if (token.isKept())
+            return;
+        token.restore();
+        reverted = true;
+    });
+    return reverted;
 }
 
 } // namespace softtoken

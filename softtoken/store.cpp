@@ -1,28 +1,21 @@
 #include "softtoken/store.h"
 
 #include "softtoken/failure.h"
+#include "softtoken/folder.h"
 #include "softtoken/lifetime.h"
+#include "softtoken/opened_store.h"
 #include "softtoken/recovery.h"
 
 #include <gnutls/gnutls.h>
 #include <openssl/crypto.h>
 
 #include <dlfcn.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 namespace softtoken {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// Keeps the library that has this function loaded to the end of the process.
 template <typename Function>
@@ -76,49 +69,25 @@ private:
 
 Library library;
 
-fs::path fromEnvironment(const char* variable)
+bool isConfigured(const std::string& configuration)
 {
-    const char* value = std::getenv(variable);
-    return value ? value : "";
+    const char* value = std::getenv("SOFTHSM2_CONF");
+    return value && value == configuration;
 }
 
-fs::path directory()
+/// Starts SoftHSM2 on a store that nobody else changes meanwhile.
+void start(const CK_FUNCTION_LIST& softHsm, CK_VOID_PTR arguments)
 {
-    if (const fs::path named = fromEnvironment("VORNIX_SOFTTOKEN_DIR"); !named.empty()) {
-        const fs::path full = fs::absolute(named).lexically_normal();
-        return full.has_filename() ? full : full.parent_path();
-    }
-    fs::path data = fromEnvironment("XDG_DATA_HOME");
-    if (!data.is_absolute()) {
-        data = fromEnvironment("HOME");
-        require(data.is_absolute(), CKR_GENERAL_ERROR);
-        data /= ".local/share";
-    }
-    return data / "vornix-softtoken";
-}
-
-void makePrivateDirectory(const fs::path& path)
-{
-    require(mkdir(path.c_str(), S_IRWXU) == 0 || errno == EEXIST, CKR_GENERAL_ERROR);
-}
-
-std::string contents(const fs::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/// Replaced in one step and only when it changes: another process may be reading it.
-void writeConfiguration(const fs::path& path, const std::string& text)
-{
-    if (contents(path) == text)
-        return;
-    const fs::path fresh = path.string() + "." + std::to_string(getpid());
-    std::ofstream file(fresh, std::ios::binary);
-    const bool replaced = file << text << std::flush && std::rename(fresh.c_str(), path.c_str()) == 0;
-    if (!replaced)
-        (void)std::remove(fresh.c_str()); // where the disk is full it is there, but empty
-    require(replaced, CKR_GENERAL_ERROR);
+    OpenedStore& store = openedStore();
+    store.lock.open(store.folder(), store.settings.wait);
+    (void)store.lock.acquire(); // nothing is known yet of any store
+    writeConfiguration(store.folder());
+    (void)recover(store.folder()); // likewise
+    store.lock.record.writing = 0;
+    check(softHsm.C_Initialize(arguments));
+    store.hasRead();
+    store.lock.save();
+    store.lock.release();
 }
 
 } // namespace
@@ -136,26 +105,32 @@ bool isInitialised(const CK_FUNCTION_LIST& softHsm)
 
 void initialise(const CK_FUNCTION_LIST& softHsm, CK_VOID_PTR arguments)
 {
-    const fs::path home = directory();
+    const Settings settings = readSettings();
     // SoftHSM2 would cut a path short at these.
-    require(home.native().find_first_of("=#\r\n") == std::string::npos, CKR_GENERAL_ERROR);
-    const fs::path configuration = home / "softhsm2.conf";
-    const bool configured = fromEnvironment("SOFTHSM2_CONF") == configuration;
+    require(settings.folder.native().find_first_of("=#\r\n") == std::string::npos, CKR_GENERAL_ERROR);
+    const std::string configuration = configurationFile(settings.folder);
+    const bool configured = isConfigured(configuration);
 
     // SoftHSM2 runs once in a process. Where it already runs on another store, the tokens are somebody else's.
     require(!isInitialised(softHsm), configured ? CKR_CRYPTOKI_ALREADY_INITIALIZED : CKR_GENERAL_ERROR);
 
-    fs::create_directories(home.parent_path());
-    makePrivateDirectory(home);
-    makePrivateDirectory(home / "tokens");
-    writeConfiguration(configuration, "directories.tokendir = " + (home / "tokens").string() +
-                                          "\nobjectstore.backend = file\nlog.level = ERROR\nslots.removable = false\n");
-
+    prepareFolder(settings.folder);
     // The environment is the process's: written only when it changes.
     if (!configured)
         require(setenv("SOFTHSM2_CONF", configuration.c_str(), 1) == 0, CKR_HOST_MEMORY);
-    restoreTokenFiles(home / "tokens");
-    check(softHsm.C_Initialize(arguments));
+    openedStore().settings = settings;
+    try {
+        start(softHsm, arguments);
+    } catch (...) {
+        openedStore().lock.close();
+        throw;
+    }
+}
+
+void finalise(const CK_FUNCTION_LIST& softHsm, CK_VOID_PTR reserved)
+{
+    check(softHsm.C_Finalize(reserved));
+    openedStore().lock.close();
 }
 
 } // namespace softtoken

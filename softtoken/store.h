@@ -11,8 +11,11 @@ const CK_FUNCTION_LIST& softHsm();
 /// Whether SoftHSM2 runs. C_GetInfo is the one function that asks for nothing else.
 bool isInitialised(const CK_FUNCTION_LIST& softHsm);
 
-/// C_Initialize: makes the directory named by VORNIX_SOFTTOKEN_DIR ready, or the one under the user's data directory,
-/// and starts SoftHSM2 on it. The directory is looked up afresh each time.
+/// C_Initialize: makes the directory ready that the environment names, puts right what a dead process left unfinished
+/// in it, and starts SoftHSM2 on it. The environment is looked up afresh each time.
 void initialise(const CK_FUNCTION_LIST& softHsm, CK_VOID_PTR arguments);
+
+/// C_Finalize
+void finalise(const CK_FUNCTION_LIST& softHsm, CK_VOID_PTR reserved);
 
 } // namespace softtoken

@@ -120,6 +120,15 @@ CK_RV changePin(const std::string& from, const std::string& to)
     });
 }
 
+CK_RV changePuk(const std::string& from, const std::string& to)
+{
+    return onToken([&](P11Wrapper& token, CK_SLOT_ID slot) {
+        Text oldPuk(from);
+        Text newPuk(to);
+        return token.SetPuk(slot, oldPuk.data(), oldPuk.size(), newPuk.data(), newPuk.size());
+    });
+}
+
 void prepareToken(const Folder& folder)
 {
     setenv("VORNIX_SOFTTOKEN_DIR", (folder.path() / "token").c_str(), 1);

@@ -26,6 +26,7 @@ CK_RV sign(Bytes content, Bytes& message);
 CK_RV verify(Bytes message);
 CK_RV clean();
 CK_RV changePin(const std::string& from, const std::string& to);
+CK_RV changePuk(const std::string& from, const std::string& to);
 
 /// An initialised token with a key pair and its certificate, kept in `folder`.
 void prepareToken(const Folder& folder);

@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -110,7 +111,99 @@ TEST_F(Store, KeepsNoConfigurationThatItCouldNotWrite)
     (void)std::signal(SIGXFSZ, disposition);
     EXPECT_CKR(CKR_GENERAL_ERROR, rv);
     for (const fs::directory_entry& left : fs::directory_iterator(folder.path() / "token"))
-        EXPECT_EQ("tokens", left.path().filename());
+        EXPECT_EQ(std::string::npos, left.path().filename().string().find("softhsm2")) << left;
+}
+
+/// What C_Initialize says on standard error when it refuses a directory.
+std::string refusal(const Module& module)
+{
+    testing::internal::CaptureStderr();
+    EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
+    return testing::internal::GetCapturedStderr();
+}
+
+TEST_F(Store, TrustsNoDirectoryThatOthersMayWriteTo)
+{
+    const Module module;
+    const fs::path token = folder.path() / "token";
+    fs::create_directory(token);
+    for (const fs::perms others : {fs::perms(0720), fs::perms(0702), fs::perms(0777)}) {
+        fs::permissions(token, others);
+        EXPECT_NE(std::string::npos, refusal(module).find("others may write")) << mode(token);
+        EXPECT_TRUE(fs::is_empty(token));
+    }
+    fs::permissions(token, fs::perms(0700));
+    fs::create_directory(token / "tokens");
+    fs::permissions(token / "tokens", fs::perms(0777));
+    EXPECT_NE(std::string::npos, refusal(module).find("others may write"));
+    fs::permissions(token / "tokens", fs::perms(0700));
+    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+}
+
+TEST_F(Store, TrustsNoDirectoryOfAnotherUsers)
+{
+    const Module module;
+    if (geteuid() != 0) {
+        setenv("VORNIX_SOFTTOKEN_DIR", "/usr", 1); // only root can make one
+        EXPECT_NE(std::string::npos, refusal(module).find("belongs to another user"));
+        return;
+    }
+    const fs::path token = folder.path() / "token";
+    fs::create_directory(token);
+    ASSERT_EQ(0, chown(token.c_str(), 65534, 65534));
+    EXPECT_NE(std::string::npos, refusal(module).find("belongs to another user"));
+    EXPECT_TRUE(fs::is_empty(token));
+
+    fs::remove(token);
+    fs::create_directory(folder.path() / "own");
+    fs::create_directory_symlink("own", token);
+    ASSERT_EQ(0, lchown(token.c_str(), 65534, 65534));
+    EXPECT_NE(std::string::npos, refusal(module).find("belongs to another user")) << "of the link";
+    ASSERT_EQ(0, lchown(token.c_str(), 0, 0));
+    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+}
+
+TEST_F(Store, WritesThroughNoLink)
+{
+    const fs::path token = folder.path() / "token";
+    const fs::path victim = folder.path() / "victim";
+    for (const std::string name : {"softhsm2.conf", "softhsm2.conf.new", "undo.new"}) {
+        fs::remove_all(token);
+        fs::create_directory(token);
+        folder.write("victim", bytes("untouched"));
+        fs::create_symlink(victim, token / name);
+        fs::create_symlink(victim, token / ("softhsm2.conf." + std::to_string(getpid())));
+        const Module module;
+        EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr)) << name;
+        EXPECT_EQ(bytes("untouched"), folder.read("victim")) << name;
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(token / "softhsm2.conf"))) << name;
+    }
+    for (const std::string name : {"lock", "queue"}) {
+        fs::remove_all(token);
+        fs::create_directory(token);
+        fs::create_symlink(victim, token / name);
+        const Module module;
+        EXPECT_CKR(CKR_DEVICE_ERROR, module->standard.C_Initialize(nullptr)) << name;
+        EXPECT_EQ(bytes("untouched"), folder.read("victim")) << name;
+    }
+}
+
+TEST_F(Store, ReadsItsConfigurationFromARegularFileOfBoundedSize)
+{
+    const fs::path token = folder.path() / "token";
+    const fs::path configuration = token / "softhsm2.conf";
+    const Module module;
+    ASSERT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    const Bytes usual = folder.read("token/softhsm2.conf");
+    ASSERT_CKR(CKR_OK, module->standard.C_Finalize(nullptr));
+    fs::remove(configuration);
+    ASSERT_EQ(0, mkfifo(configuration.c_str(), 0600));
+    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr)) << "a pipe, which nobody writes to";
+    EXPECT_EQ(usual, folder.read("token/softhsm2.conf"));
+    ASSERT_CKR(CKR_OK, module->standard.C_Finalize(nullptr));
+    fs::resize_file(configuration, std::uintmax_t{1} << 40U); // takes no room on the disk
+    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_EQ(usual, folder.read("token/softhsm2.conf"));
 }
 
 TEST_F(Store, RefusesAPathThatItsStorageWouldCutShort)

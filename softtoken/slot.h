@@ -1,0 +1,14 @@
+// The token's one slot, and SoftHSM2's behind it.
+#pragma once
+
+#include "include/tovr_pkcs11.h"
+
+namespace softtoken {
+
+/// Not 0, so that a caller who forgets to look the slot up is told.
+inline constexpr CK_SLOT_ID readerSlot = 1;
+
+/// SoftHSM2's slot behind the slot that callers see; any other fails with CKR_SLOT_ID_INVALID.
+CK_SLOT_ID softHsmSlot(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot = readerSlot);
+
+} // namespace softtoken
