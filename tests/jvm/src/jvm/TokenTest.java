@@ -45,6 +45,7 @@ import java.util.stream.Collectors;
 @Tag("natives")
 class TokenTest extends ScriptedToken {
     private static final byte[] ALICE = {1};
+    private static final byte[] BORIS = {2, (byte) 0xff};
     private static final byte[] NOBODY = {9};
 
     private Token token;
@@ -116,7 +117,7 @@ class TokenTest extends ScriptedToken {
         assertArrayEquals(ALICE, objects.get(0).getId());
         assertEquals(Optional.empty(), objects.get(0).getKeyType());
         assertEquals(Optional.of(TokenObject.KeyType.GOSTR3410), objects.get(3).getKeyType());
-        assertArrayEquals(new byte[] {2, (byte) 0xff}, objects.get(4).getId());
+        assertArrayEquals(BORIS, objects.get(4).getId());
         assertEquals("02ff", objects.get(4).getIdText());
         assertEquals("private key 'boris' 02ff GOSTR3410", objects.get(4).toString());
         assertEquals(TokenObject.Kind.DATA, objects.get(5).getKind());
@@ -190,8 +191,8 @@ class TokenTest extends ScriptedToken {
 
     @Test
     void signingReturnsTheMessage() throws Exception {
-        assertEquals("certificate 101;private 103;certificates null;flags 1;data",
-                latin(token.sign(pin, ascii("data"), ALICE, ALICE, 1)));
+        assertEquals("certificate 101;private 105;certificates null;flags 1;data",
+                latin(token.sign(pin, ascii("data"), ALICE, BORIS, 1)));
         assertEquals("certificate 101;private 103;certificates {101, 101};flags 0;",
                 latin(token.sign(pin, NONE, ALICE, ALICE, 0, ALICE, ALICE)));
         assertRefused(6, "CKR_FUNCTION_FAILED", () -> token.sign(pin, NONE, NOBODY, ALICE, 0));
@@ -206,6 +207,13 @@ class TokenTest extends ScriptedToken {
     }
 
     @Test
+    void verificationInputsKeepTheirOrder() {
+        assertEquals("C_TOVR_pkcs7Verify(first \"one\" [3], second \"other\" [5]): CKR_SIGNATURE_INVALID",
+                Transcript.line("C_TOVR_pkcs7Verify", () -> assertRefused(0xC0, "CKR_SIGNATURE_INVALID",
+                        () -> token.verify(ascii("one"), ascii("other")))));
+    }
+
+    @Test
     void aRequestHoldsWhatWasCollected() throws Exception {
         RequestContent content = RequestContent.builder()
                 .subject("CN", "Alice").subject("C", "NO")
@@ -216,8 +224,8 @@ class TokenTest extends ScriptedToken {
         assertEquals("public 102;private 103;subject(2):CN,Alice,C,NO;attributes(1):challengePassword,word;"
                 + "extensions(2):keyUsage,critical,digitalSignature,extendedKeyUsage,,clientAuth;",
                 latin(token.createRequest(pin, ALICE, ALICE, content)));
-        assertEquals("public 102;private 103;subject(0):;attributes(0):;extensions(0):;",
-                latin(token.createRequest(pin, ALICE, ALICE, RequestContent.builder().build())));
+        assertEquals("public 102;private 105;subject(0):;attributes(0):;extensions(0):;",
+                latin(token.createRequest(pin, ALICE, BORIS, RequestContent.builder().build())));
         assertRefused(6, "CKR_FUNCTION_FAILED", () -> token.createRequest(pin, NOBODY, ALICE, content));
     }
 

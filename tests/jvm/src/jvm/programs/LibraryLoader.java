@@ -13,7 +13,8 @@ public final class LibraryLoader {
     public static void main(String[] arguments) {
         try {
             NativeLibrary.load();
-            NativeLibrary.load();
+            System.setProperty("vornixtoken.library", "/no/longer/there.so");
+            NativeLibrary.load(); // looks for nothing, since it is loaded
             System.out.println("result " + Pkcs11Wrapper.pkcs7Verify(Scripted.MODULE, null, null));
         } catch (UnsatisfiedLinkError failure) {
             System.out.println(failure.getMessage());

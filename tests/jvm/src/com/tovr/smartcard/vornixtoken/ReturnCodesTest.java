@@ -1,6 +1,7 @@
 package com.tovr.smartcard.vornixtoken;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertThrows;
 
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -81,7 +82,8 @@ class ReturnCodesTest {
             "ffffffffffffffff, CKR_VENDOR_DEFINED + 0xFFFFFFFF7FFFFFFF,     true",
     })
     void codesOf0x80000000AndAboveAreVendors(String hexadecimal, String name, boolean vendorDefined) {
-        Pkcs11Exception failure = new Pkcs11Exception(Long.parseUnsignedLong(hexadecimal, 16), "trying");
+        Pkcs11Exception failure = assertThrows(Pkcs11Exception.class,
+                () -> Token.check(Long.parseUnsignedLong(hexadecimal, 16), "trying"));
 
         assertEquals(name, failure.getCodeName());
         assertEquals(vendorDefined, failure.isVendorDefined());

@@ -458,7 +458,7 @@ public final class Token {
         return bytes(output);
     }
 
-    private static void check(long code, String action) throws Pkcs11Exception {
+    static void check(long code, String action) throws Pkcs11Exception {
         if (code != ReturnCodes.OK) {
             throw new Pkcs11Exception(code, action);
         }
