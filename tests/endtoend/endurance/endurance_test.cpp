@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -13,8 +13,8 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <map>
 #include <random>
-#include <set>
 #include <thread>
 
 namespace endtoend {
@@ -66,45 +66,50 @@ TEST_F(Endurance, ThousandCyclesLeaveMemoryDescriptorsAndMappingsAsTheyAre)
     EXPECT_EQ(descriptors(), open);
 }
 
+/// What a cycle may answer when another thread finalises the module under it, and perhaps has initialised it again, so
+/// that a handle has come to mean another object. Some codes could hide a fault, and come seldom: of 2,000 cycles 5 in
+/// 8, 6 in 4, 0x12 in 8, the others in none.
+enum class Share { any, little };
+const std::map<CK_RV, Share> lostRaces = {
+    {CKR_CRYPTOKI_NOT_INITIALIZED, Share::any},  {CKR_SESSION_HANDLE_INVALID, Share::any},
+    {CKR_OBJECT_HANDLE_INVALID, Share::any},     {CKR_KEY_HANDLE_INVALID, Share::any},
+    {CKR_OPERATION_ACTIVE, Share::any},          {CKR_OPERATION_NOT_INITIALIZED, Share::any},
+    {CKR_USER_NOT_LOGGED_IN, Share::little},     {CKR_USER_ALREADY_LOGGED_IN, Share::little},
+    {CKR_ATTRIBUTE_TYPE_INVALID, Share::little}, {CKR_CRYPTOKI_ALREADY_INITIALIZED, Share::little},
+    {CKR_FUNCTION_FAILED, Share::little},        {CKR_KEY_TYPE_INCONSISTENT, Share::little},
+    {CKR_GENERAL_ERROR, Share::little}};
+
 TEST_F(Endurance, ThreadsNeitherCrashNorDamageTheToken)
 {
-    // What a job may answer when another thread finalises the module under it, and perhaps has initialised it again, so
-    // that a handle has come to mean another object.
-    const std::set<CK_RV> lostRaces = {CKR_CRYPTOKI_NOT_INITIALIZED,
-                                       CKR_SESSION_HANDLE_INVALID,
-                                       CKR_OBJECT_HANDLE_INVALID,
-                                       CKR_KEY_HANDLE_INVALID,
-                                       CKR_OPERATION_ACTIVE,
-                                       CKR_OPERATION_NOT_INITIALIZED,
-                                       CKR_USER_NOT_LOGGED_IN,
-                                       CKR_USER_ALREADY_LOGGED_IN,
-                                       CKR_ATTRIBUTE_TYPE_INVALID,
-                                       CKR_CRYPTOKI_ALREADY_INITIALIZED,
-                                       CKR_FUNCTION_FAILED,
-                                       CKR_KEY_TYPE_INCONSISTENT,
-                                       CKR_GENERAL_ERROR};
     const char* seconds = std::getenv("ENDURANCE_SECONDS");
     const auto end = Clock::now() + std::chrono::seconds(seconds == nullptr ? 60 : std::strtol(seconds, nullptr, 10));
-    std::atomic<long> jobs{0};
-    std::atomic<long> completed{0};
-    std::atomic<CK_RV> surprise{CKR_OK};
+    std::array<std::map<CK_RV, long>, 8> answers;
     std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i)
+    for (auto& own : answers)
         threads.emplace_back([&] {
-            while (Clock::now() < end) {
-                const CK_RV rv = fullCycle();
-                ++jobs;
-                if (rv == CKR_OK)
-                    ++completed;
-                else if (lostRaces.count(rv) == 0)
-                    surprise = rv;
-            }
+            while (Clock::now() < end)
+                ++own[fullCycle()];
         });
     for (std::thread& thread : threads)
         thread.join();
-    std::cout << jobs << " cycles, " << completed << " of them undisturbed to their end\n";
-    EXPECT_EQ(CKR_OK, surprise.load());
-    EXPECT_LT(0, completed.load());
+    std::map<CK_RV, long> counts;
+    long cycles = 0;
+    for (const auto& own : answers)
+        for (const auto& [code, count] : own) {
+            counts[code] += count;
+            cycles += count;
+        }
+    std::cout << cycles << " cycles, by code:";
+    for (const auto& [code, count] : counts) {
+        std::cout << "  0x" << std::hex << code << std::dec << ": " << count;
+        if (code == CKR_OK)
+            continue;
+        const auto known = lostRaces.find(code);
+        ASSERT_NE(lostRaces.end(), known) << code;
+        EXPECT_TRUE(known->second == Share::any || 20 * count <= cycles) << code;
+    }
+    std::cout << '\n';
+    EXPECT_LE(cycles, 100 * counts[CKR_OK]) << "undisturbed to the end";
 
     EXPECT_EQ(CKR_OK, fullCycle()) << "the token is whole";
 }

@@ -1,6 +1,10 @@
 // The two ways to bring a certificate onto the token.
 #include "tests/endtoend/softtoken/soft_token.h"
 
+#include <sys/resource.h>
+
+#include <csignal>
+
 namespace endtoend {
 namespace {
 
@@ -97,6 +101,22 @@ TEST_F(Certificates, ThatCannotBeReadLeaveNothingBehind)
     EXPECT_EQ(0U, objectCount());
 }
 
+// SoftHSM2 has made the object by then.
+TEST_F(Certificates, ThatDoNotFitTheDiskLeaveNothingBehind)
+{
+    const Bytes der = selfSigned("/CN=Someone");
+    rlimit usual = {};
+    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &usual));
+    const rlimit little = {1 << 18, usual.rlim_max};
+    const auto disposition = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &little));
+    const CK_RV rv = import("label", std::string(1 << 20, 'i'), der);
+    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &usual));
+    (void)std::signal(SIGXFSZ, disposition);
+    EXPECT_NE(CKR_OK, rv);
+    EXPECT_EQ(0U, objectCount());
+}
+
 TEST_F(Certificates, WithNullPointersAreRefused)
 {
     Bytes der = selfSigned("/CN=Someone");
@@ -107,6 +127,17 @@ TEST_F(Certificates, WithNullPointersAreRefused)
     EXPECT_CKR(CKR_ARGUMENTS_BAD, module->C_TOVR_ImportX509Certificate(session, "label", nullptr, 0, nullptr, 1));
     EXPECT_CKR(CKR_ARGUMENTS_BAD, module->C_TOVR_ImportCert(session, nullptr, 1, nullptr, 0));
     EXPECT_CKR(CKR_ARGUMENTS_BAD, module->C_TOVR_ImportCert(session, der.data(), der.size(), nullptr, 1));
+    EXPECT_EQ(0U, objectCount());
+}
+
+TEST_F(Certificates, AreNotTheSecurityOfficersToImport)
+{
+    const Bytes der = selfSigned("/CN=Someone");
+    EXPECT_CKR(CKR_OK, standard->C_Logout(session));
+    std::string pin = soPin;
+    EXPECT_CKR(CKR_OK, standard->C_Login(session, CKU_SO, reinterpret_cast<CK_BYTE_PTR>(pin.data()), pin.size()));
+    EXPECT_CKR(CKR_USER_NOT_LOGGED_IN, import("label", "id", der));
+    EXPECT_CKR(CKR_USER_NOT_LOGGED_IN, importBlocks(der, "id"));
     EXPECT_EQ(0U, objectCount());
 }
 
