@@ -5,6 +5,7 @@
 // list, never the token's.
 #pragma once
 
+#include "softtoken/error_queue.h"
 #include "softtoken/failure.h"
 #include "softtoken/lifetime.h"
 #include "softtoken/store.h"
@@ -20,6 +21,7 @@ CK_RV behindGate(Job job) noexcept
 {
     try {
         const std::lock_guard lock(gate);
+        const ErrorQueueKeeper keeper;
         return job(softHsm());
     } catch (const Failure& failure) {
         return failure.code;

@@ -1,6 +1,8 @@
 // The token's judgement of messages that others made, and of messages put together here, which openssl judges as well.
 #include "tests/endtoend/softtoken/soft_token.h"
 
+#include <openssl/err.h>
+
 #include <algorithm>
 
 namespace endtoend {
@@ -304,6 +306,17 @@ TEST_F(Verification, KnowsEd25519)
         EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content))) << attributes;
         EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(message))) << attributes;
     }
+}
+
+TEST_F(Verification, LeavesOpensslsErrorQueueAsItWas)
+{
+    ERR_clear_error();
+    EXPECT_CKR(CKR_DATA_INVALID, verify(bytes("nonsense")));
+    EXPECT_EQ(0U, ERR_peek_error());
+    ERR_raise(ERR_LIB_USER, 1);
+    EXPECT_CKR(CKR_DATA_INVALID, verify(bytes("nonsense")));
+    EXPECT_EQ(ERR_PACK(ERR_LIB_USER, 0, 1), ERR_peek_last_error());
+    ERR_clear_error();
 }
 
 } // namespace
