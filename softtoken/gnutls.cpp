@@ -2,6 +2,7 @@
 
 #include <openssl/crypto.h>
 
+#include <algorithm>
 #include <climits>
 
 namespace softtoken {
@@ -39,6 +40,11 @@ gnutls_datum_t borrow(const unsigned char* data, std::size_t length)
 {
     require(length <= UINT_MAX, CKR_DATA_LEN_RANGE);
     return {const_cast<unsigned char*>(data), static_cast<unsigned>(length)};
+}
+
+bool equal(const gnutls_datum_t& a, const gnutls_datum_t& b)
+{
+    return std::equal(a.data, a.data + a.size, b.data, b.data + b.size);
 }
 
 } // namespace softtoken

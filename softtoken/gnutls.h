@@ -27,4 +27,7 @@ inline gnutls_datum_t borrow(const Bytes& bytes)
     return borrow(bytes.data(), bytes.size());
 }
 
+/// Whether the bytes are the same.
+bool equal(const gnutls_datum_t& a, const gnutls_datum_t& b);
+
 } // namespace softtoken

@@ -1,18 +1,14 @@
 #include "softtoken/verification.h"
 
 #include "softtoken/der.h"
-#include "softtoken/gnutls.h"
 #include "softtoken/objects.h"
+#include "softtoken/signed_message.h"
 #include "softtoken/store.h"
 
 #include <gnutls/crypto.h>
-#include <openssl/cms.h>
 #include <openssl/pkcs7.h>
 
-#include <algorithm>
 #include <map>
-#include <optional>
-#include <utility>
 
 namespace softtoken {
 namespace {
@@ -27,89 +23,9 @@ void freeList(STACK_OF(X509_ATTRIBUTE) * borrowed)
     sk_X509_ATTRIBUTE_free(borrowed);
 }
 
-using Message = Owned<CMS_ContentInfo, CMS_ContentInfo_free>;
 using Certificates = Owned<STACK_OF(X509), freeCertificates>;
 using Attributes = Owned<STACK_OF(X509_ATTRIBUTE), freeList>;
 using Digest = Owned<BIO, BIO_free>;
-
-/// Null unless the bytes are one such structure and nothing behind it.
-template <typename Owner, typename Decoder>
-Owner decode(Decoder* decoder, const unsigned char* der, CK_ULONG length)
-{
-    const unsigned char* end = der;
-    Owner decoded(decoder(nullptr, &end, static_cast<long>(length)));
-    return end == der + length ? std::move(decoded) : nullptr;
-}
-
-/// A message as CMS has it, and the enclosed content where CMS has no form for it.
-struct Parsed {
-    Message message;
-    std::optional<Bytes> structure;
-};
-
-/// Null unless the content is neither octets nor a message.
-ASN1_TYPE** structureIn(PKCS7* message)
-{
-    PKCS7* content = PKCS7_type_is_signed(message) && message->d.sign ? message->d.sign->contents : nullptr;
-    if (!content || !content->d.other || PKCS7_type_is_data(content) || PKCS7_type_is_signed(content) ||
-        PKCS7_type_is_enveloped(content) || PKCS7_type_is_signedAndEnveloped(content) ||
-        PKCS7_type_is_digest(content) || PKCS7_type_is_encrypted(content))
-        return nullptr;
-    return &content->d.other;
-}
-
-/// PKCS #7 lets a message enclose any structure, CMS only octets. The signature is over the structure without its tag
-/// and length (PKCS #7 v1.5, section 9.3); what is left is a detached message.
-Parsed parseWithStructure(const unsigned char* der, CK_ULONG length)
-{
-    const auto message = decode<Owned<PKCS7, PKCS7_free>>(d2i_PKCS7, der, length);
-    ASN1_TYPE** structure = message ? structureIn(message.get()) : nullptr;
-    require(structure && (*structure)->type == V_ASN1_SEQUENCE, CKR_DATA_INVALID);
-    const ASN1_STRING* encoded = (*structure)->value.sequence;
-    const unsigned char* start = ASN1_STRING_get0_data(encoded);
-    const unsigned char* end = start + ASN1_STRING_length(encoded);
-    long contentLength = 0;
-    int tag = 0;
-    int tagClass = 0;
-    require(ASN1_get_object(&start, &contentLength, &tag, &tagClass, end - start) == V_ASN1_CONSTRUCTED,
-            CKR_DATA_INVALID);
-    const Bytes content(start, start + contentLength);
-    ASN1_TYPE_free(*structure);
-    *structure = nullptr;
-    const Bytes detached = encode(i2d_PKCS7, message.get(), CKR_HOST_MEMORY);
-    return {decode<Message>(d2i_CMS_ContentInfo, detached.data(), detached.size()), content};
-}
-
-Parsed parse(const unsigned char* der, CK_ULONG length)
-{
-    Parsed parsed = {decode<Message>(d2i_CMS_ContentInfo, der, length), std::nullopt};
-    if (!parsed.message)
-        parsed = parseWithStructure(der, length);
-    require(parsed.message && OBJ_obj2nid(CMS_get0_type(parsed.message.get())) == NID_pkcs7_signed, CKR_DATA_INVALID);
-    return parsed;
-}
-
-gnutls_datum_t bytesOf(const ASN1_STRING* string)
-{
-    return borrow(ASN1_STRING_get0_data(string), static_cast<std::size_t>(ASN1_STRING_length(string)));
-}
-
-bool equal(const gnutls_datum_t& a, const gnutls_datum_t& b)
-{
-    return std::equal(a.data, a.data + a.size, b.data, b.data + b.size);
-}
-
-/// What the message encloses, otherwise what is named beside it. When it is both, it must be the same.
-gnutls_datum_t findContent(const Parsed& parsed, const gnutls_datum_t& named)
-{
-    ASN1_OCTET_STRING** octets = CMS_get0_content(parsed.message.get());
-    const bool encloses = octets && *octets;
-    if (!encloses && !parsed.structure)
-        return named;
-    const gnutls_datum_t content = encloses ? bytesOf(*octets) : borrow(*parsed.structure);
-    require(named.size == 0 || equal(named, content), CKR_SIGNATURE_INVALID);
-    return content;
-}
 
 /// By issuer and serial number, or by key identifier: whichever the signer gives. Null when no certificate fits.
 X509* findCertificate(CMS_SignerInfo* signer, const STACK_OF(X509) * certificates)
@@ -189,7 +105,7 @@ bool isKnownToOpenssl(const X509* certificate)
 
 bool verifyInOpenssl(CMS_SignerInfo* signer, X509* certificate, Digests& digests)
 {
-    // For 128 bits (MD5) a second content can be made that has the same digest.
+    // Two contents with the same digest of 128 bits (MD5) can be made.
     constexpr int weak = 16;
     const EVP_MD* algorithm = EVP_get_digestbyobj(digestAlgorithm(signer));
     if (!algorithm || EVP_MD_get_size(algorithm) <= weak)
@@ -218,7 +134,7 @@ bool namesDigest(const CMS_SignerInfo* signer, gnutls_digest_algorithm_t algorit
     Bytes digest(gnutls_hash_get_len(algorithm));
     return named && !digest.empty() &&
            gnutls_hash_fast(algorithm, content.data, content.size, digest.data()) == GNUTLS_E_SUCCESS &&
-           equal(bytesOf(named), borrow(digest));
+           equal(borrow(named), borrow(digest));
 }
 
 /// For the keys that OpenSSL does not know, or not in messages: GOST and Ed25519.
@@ -237,7 +153,7 @@ bool verifyInGnutls(CMS_SignerInfo* signer, const X509* certificate, const gnutl
     // GnuTLS counts GOST R 34.11-94 among the broken digests.
     const unsigned flags = algorithm == GNUTLS_SIGN_GOST_94 ? GNUTLS_VERIFY_ALLOW_BROKEN : 0;
 
-    const gnutls_datum_t signature = bytesOf(CMS_SignerInfo_get0_signature(signer));
+    const gnutls_datum_t signature = borrow(CMS_SignerInfo_get0_signature(signer));
     if (!hasAttributes(signer))
         return gnutls_pubkey_verify_data2(key.get(), algorithm, flags, &content, &signature) >= 0;
     const Bytes attributes = encodeAttributes(signer);
@@ -254,18 +170,17 @@ void pkcs7Verify(const CK_FUNCTION_LIST& softHsm, CK_BYTE_PTR message, CK_ULONG 
     require(isInitialised(softHsm), CKR_CRYPTOKI_NOT_INITIALIZED);
     requireInput(message, messageLen);
     requireInput(content, contentLen);
-    const Parsed parsed = parse(message, messageLen);
-    CMS_ContentInfo* signedData = parsed.message.get();
-    const gnutls_datum_t signedContent = findContent(parsed, borrow(content, contentLen));
+    const SignedMessage parsed(message, messageLen);
+    const gnutls_datum_t signedContent = parsed.content(borrow(content, contentLen));
     Digests digests(signedContent);
-    const Certificates certificates(CMS_get1_certs(signedData));
-    STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(signedData);
+    const Certificates certificates(CMS_get1_certs(parsed.get()));
+    STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(parsed.get());
     require(sk_CMS_SignerInfo_num(signers) > 0, CKR_SIGNATURE_INVALID);
     for (int i = 0; i < sk_CMS_SignerInfo_num(signers); ++i) {
         CMS_SignerInfo* signer = sk_CMS_SignerInfo_value(signers, i);
         X509* certificate = findCertificate(signer, certificates.get());
         require(certificate &&
-                    (!hasAttributes(signer) || namesContentType(signer, CMS_get0_eContentType(signedData))) &&
+                    (!hasAttributes(signer) || namesContentType(signer, CMS_get0_eContentType(parsed.get()))) &&
                     (isKnownToOpenssl(certificate) ? verifyInOpenssl(signer, certificate, digests)
                                                    : verifyInGnutls(signer, certificate, signedContent)),
                 CKR_SIGNATURE_INVALID);
