@@ -7,7 +7,7 @@ Inputs instantInputs()
 {
     Inputs in;
     in.module = INSTANT_MODULE;
-    in.reader = "Reader 0001";
+    in.reader = "Reader 1";
     in.userPin.assign(8, '1');
     in.soPin.assign(8, '2');
     in.label = "object";

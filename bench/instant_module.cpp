@@ -2,12 +2,13 @@
 // criterion.
 #include "bench/instant_module.h"
 
+#include <charconv>
 #include <cstring>
 
 namespace {
 
 constexpr CK_KEY_TYPE keyType = CKK_RSA;
-constexpr unsigned char id[] = {0x01, 0x02, 0x03, 0x04};
+constexpr unsigned char id[] = {0x01, 0x02};
 constexpr char label[] = {'o', 'b', 'j', 'e', 'c', 't'};
 constexpr unsigned char exponent[] = {0x01, 0x00, 0x01};
 
@@ -54,14 +55,13 @@ CK_RV C_GetSlotList(CK_BBOOL, CK_SLOT_ID_PTR list, CK_ULONG_PTR count)
 CK_RV C_GetSlotInfo(CK_SLOT_ID slot, CK_SLOT_INFO_PTR info)
 {
     static constexpr char manufacturer[] = "Benchmark                       ";
-    static constexpr char description[] = "Reader 0000                                                     ";
+    static constexpr char reader[] = "Reader                                                          ";
     static_assert(sizeof manufacturer == sizeof info->manufacturerID + 1);
-    static_assert(sizeof description == sizeof info->slotDescription + 1);
+    static_assert(sizeof reader == sizeof info->slotDescription + 1);
     std::memcpy(info->manufacturerID, manufacturer, sizeof info->manufacturerID);
-    std::memcpy(info->slotDescription, description, sizeof info->slotDescription);
-    unsigned char* digit = info->slotDescription + sizeof "Reader 0000" - 1;
-    for (; slot != 0; slot /= 10)
-        *--digit = static_cast<unsigned char>('0' + slot % 10);
+    std::memcpy(info->slotDescription, reader, sizeof info->slotDescription);
+    char* number = reinterpret_cast<char*>(info->slotDescription) + sizeof "Reader ";
+    (void)std::to_chars(number - 1, number + 10, slot); // has room for all slots there can be
     return CKR_OK;
 }
 

@@ -1,5 +1,5 @@
 // The instant module: a PKCS #11 module that answers at once. What a call costs beside it is its caller's own work and
-// the dynamic loader's. It holds `slots` readers, called "Reader 0000" and so on, each with the same token.
+// the dynamic loader's. It holds `slots` readers, called "Reader 0" and so on, each with the same token.
 #pragma once
 
 #include "include/tovr_pkcs11.h"
