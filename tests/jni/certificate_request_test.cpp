@@ -8,12 +8,9 @@
 namespace {
 
 using namespace stories;
-using scripted::answering;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
 
 class CreateCsr : public NativeMethodTest {
 protected:
@@ -66,17 +63,10 @@ TEST_F(CreateCsr, AppendsTheRequest)
                " -> length 2: CKR_OK\n";
     };
     EXPECT_EQ(createCsr(), 0);
-    EXPECT_EQ(story, copied("pin", 8) + copied("publicKeyId", 1) + copied("privateKeyId", 1) +
-                         modulePathAndTerminalNameRead() + allRead("subject", 4) + allRead("attributes", 2) +
-                         allRead("extensions", 3) + loaded() + slotFound() + loggedIn() +
-                         R"(C_FindObjectsInit(session 41, {CKA_CLASS CKO_PUBLIC_KEY [8], CKA_ID 01 [1]}): CKR_OK
-C_FindObjects(session 41, room for 1) -> {101}: CKR_OK
-C_FindObjectsFinal(session 41): CKR_OK
-C_FindObjectsInit(session 41, {CKA_CLASS CKO_PRIVATE_KEY [8], CKA_ID 01 [1]}): CKR_OK
-C_FindObjects(session 41, room for 1) -> {102}: CKR_OK
-C_FindObjectsFinal(session 41): CKR_OK
-)" + requestingInto("null") +
-                         requestingInto("zeros [2]") + sessionClosed() + delivered("csr", {0x30, 0x80}) + unloaded());
+    EXPECT_EQ(job(), inSession(found("{CKA_CLASS CKO_PUBLIC_KEY [8], CKA_ID 01 [1]}", "101") +
+                               found("{CKA_CLASS CKO_PRIVATE_KEY [8], CKA_ID 01 [1]}", "102") + requestingInto("null") +
+                               requestingInto("zeros [2]")) +
+                         delivered("csr", {0x30, 0x80}));
     EXPECT_THAT(jni.elements(csr), ElementsAre("Byte 48", "Byte -128"));
 }
 
@@ -143,24 +133,6 @@ TEST_F(CreateCsr, PassesEmptyArraysAsNull)
     EXPECT_THAT(story, HasSubstr(requesting("101", "null count 0", "null", "102", "null count 0", "null count 0")));
 }
 
-TEST_F(CreateCsr, WithoutAnyIdSearchesForNothing)
-{
-    publicKeyId = jni.bytes("publicKeyId", {});
-    privateKeyId = jni.bytes("privateKeyId", {});
-    EXPECT_EQ(createCsr(), 0);
-    EXPECT_THAT(story,
-                HasSubstr(loggedIn() + requesting("0", "null count 0", "null", "0", "null count 0", "null count 0")));
-}
-
-TEST_F(CreateCsr, RequestsNothingWithoutAPublicKeyUnderALoginThatHolds)
-{
-    publicKeyId = jni.bytes("publicKeyId", {});
-    module.C_Login = answering(CKR_USER_ALREADY_LOGGED_IN);
-    EXPECT_EQ(createCsr(), 256);
-    EXPECT_THAT(story, Not(HasSubstr("C_TOVR_CreateCSR")));
-    EXPECT_THAT(jni.elements(csr), IsEmpty());
-}
-
 TEST_F(CreateCsr, KeepsWhatTheListHolds)
 {
     csr = jni.list("csr", {"before"});
@@ -172,35 +144,7 @@ TEST_F(CreateCsr, TouchesNothingForAnEmptyRequest)
 {
     request.clear();
     EXPECT_EQ(createCsr(), 0);
-    EXPECT_THAT(story, EndsWith(" -> length 0: CKR_OK\n" + sessionClosed() + unloaded()));
-}
-
-TEST_F(CreateCsr, KeepsTheAnnouncedLengthOfAShorterRequest)
-{
-    module.C_TOVR_CreateCSR = [](auto, auto, auto, auto, CK_BYTE* csr, CK_ULONG* length, auto, auto, auto, auto, auto) {
-        *length = csr ? 1 : 3;
-        if (csr)
-            *csr = 0x30;
-        return CKR_OK;
-    };
-    EXPECT_EQ(createCsr(), 0);
-    EXPECT_THAT(jni.elements(csr), ElementsAre("Byte 48", "Byte 0", "Byte 0"));
-}
-
-TEST_F(CreateCsr, ReturnsSixForAMissingKey)
-{
-    privateKeyId = jni.bytes("privateKeyId", {0x77});
-    EXPECT_EQ(createCsr(), 6);
-    EXPECT_THAT(printed(), ElementsAre("C_FindObjects object not found #2. Code: 0"));
-    EXPECT_THAT(jni.elements(csr), IsEmpty());
-}
-
-TEST_F(CreateCsr, DropsARequestThatCouldNotBeFinished)
-{
-    scripted::failNth(module.C_TOVR_CreateCSR, 2, CKR_DEVICE_ERROR);
-    EXPECT_EQ(createCsr(), code(CKR_DEVICE_ERROR));
-    EXPECT_THAT(printed(), ElementsAre("C_TOVR_CreateCSR failed #2. Code: 48"));
-    EXPECT_THAT(jni.elements(csr), IsEmpty());
+    EXPECT_THAT(job(), EndsWith(" -> length 0: CKR_OK\n" + closed));
 }
 
 TEST_F(CreateCsr, GivesCharactersBackWhenTheyFitNoMemory)

@@ -1,17 +1,12 @@
 // getX509Certificate, getPublicKey, loadX509Certificate and loadCert; the rest has key_pair_generation_test.cpp.
 #include "tests/jni/native_method_test.h"
 
-#include <stdexcept>
-
 namespace {
 
 using namespace stories;
-using scripted::answering;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
 
 class GetX509Certificate : public NativeMethodTest {
 protected:
@@ -29,17 +24,13 @@ TEST_F(GetX509Certificate, AppendsItsBytesAsJavaBytes)
 {
     module.add(scripted::certificate("alice", {0x01}, {0x30, 0x80, 0xff, 0x00}));
     EXPECT_EQ(getX509Certificate(), 0);
-    EXPECT_EQ(
-        story,
-        copied("pin", 8) + copied("id", 1) + modulePathAndTerminalNameRead() + read("label") + loaded() + slotFound() +
-            loggedIn() +
-            R"(C_FindObjectsInit(session 41, {CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL "alice" [5], CKA_ID 01 [1]}): CKR_OK
-C_FindObjects(session 41, room for 1) -> {101}: CKR_OK
-C_GetAttributeValue(session 41, object 101, {CKA_VALUE null [0]}) -> [4]: CKR_OK
-C_GetAttributeValue(session 41, object 101, {CKA_VALUE zeros [4]}) -> [4]: CKR_OK
-C_FindObjectsFinal(session 41): CKR_OK
-)" + sessionClosed() +
-            delivered("certificate", {0x30, 0x80, 0xff, 0x00}) + unloaded());
+    EXPECT_EQ(job(),
+              inSession(searchStarted("{CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"alice\" [5], CKA_ID 01 [1]}") +
+                        next("101") +
+                        "C_GetAttributeValue(session 41, object 101, {CKA_VALUE null [0]}) -> [4]: CKR_OK\n"
+                        "C_GetAttributeValue(session 41, object 101, {CKA_VALUE zeros [4]}) -> [4]: CKR_OK\n" +
+                        searchEnded) +
+                  delivered("certificate", {0x30, 0x80, 0xff, 0x00}));
     EXPECT_THAT(jni.elements(certificate), ElementsAre("Byte 48", "Byte -128", "Byte -1", "Byte 0"));
 }
 
@@ -69,16 +60,7 @@ TEST_F(GetX509Certificate, TouchesNothingForAnEmptyCertificate)
 {
     module.add(scripted::certificate("alice", {0x01}, {}));
     EXPECT_EQ(getX509Certificate(), 0);
-    EXPECT_THAT(story, EndsWith(sessionClosed() + unloaded()));
-}
-
-TEST_F(GetX509Certificate, LeavesAnEmptyIdOutOfTheSearch)
-{
-    id = jni.bytes("id", {});
-    module.add(scripted::certificate("alice", {0x09}, {0x30}));
-    EXPECT_EQ(getX509Certificate(), 0);
-    EXPECT_THAT(story, HasSubstr("C_FindObjectsInit(session 41, {CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"alice\" "
-                                 "[5]}): CKR_OK\n"));
+    EXPECT_THAT(job(), EndsWith(closed));
 }
 
 TEST_F(GetX509Certificate, SendsAnEmptyLabel)
@@ -94,26 +76,6 @@ TEST_F(GetX509Certificate, SendsALabelBeyondAsciiAsModifiedUtf8)
     label = jni.string("label", "\xc3\xa9\xc0\x80");
     EXPECT_EQ(getX509Certificate(), 6);
     EXPECT_THAT(story, HasSubstr("CKA_LABEL c3a9c080 [4]"));
-}
-
-TEST_F(GetX509Certificate, DropsWhatItReadBeforeAFailure)
-{
-    module.add(scripted::certificate("alice", {0x01}, {0x30, 0x01}));
-    scripted::failNth(module.C_GetAttributeValue, 2, CKR_DEVICE_ERROR);
-    EXPECT_EQ(getX509Certificate(), code(CKR_DEVICE_ERROR));
-    EXPECT_THAT(printed(), ElementsAre("C_GetAttributeValue failed #2 for 101. Code: 48"));
-    EXPECT_THAT(jni.elements(certificate), IsEmpty());
-}
-
-TEST_F(GetX509Certificate, UnloadsTheModuleWhenTheBytesFitNoMemory)
-{
-    module.add(scripted::certificate("alice", {0x01}, {0x30}));
-    module.C_GetAttributeValue = [](auto, auto, CK_ATTRIBUTE* value, auto) {
-        value->ulValueLen = CK_ULONG{1} << 63;
-        return CKR_OK;
-    };
-    EXPECT_THROW(getX509Certificate(), std::length_error);
-    EXPECT_THAT(story, EndsWith("C_FindObjectsFinal(session 41): CKR_OK\n" + sessionClosed() + unloaded()));
 }
 
 class GetPublicKey : public NativeMethodTest {
@@ -133,17 +95,13 @@ TEST_F(GetPublicKey, AppendsModulusThenExponent)
 {
     module.add(scripted::rsaPublicKey("alice", {0x01}, {0x00, 0xc3, 0x80}, {0x01, 0x00, 0x01}));
     EXPECT_EQ(getPublicKey(), 0);
-    EXPECT_EQ(
-        story,
-        copied("pin", 8) + copied("id", 1) + modulePathAndTerminalNameRead() + read("label") + loaded() + slotFound() +
-            loggedIn() +
-            R"(C_FindObjectsInit(session 41, {CKA_CLASS CKO_PUBLIC_KEY [8], CKA_LABEL "alice" [5], CKA_ID 01 [1]}): CKR_OK
-C_FindObjects(session 41, room for 1) -> {101}: CKR_OK
-C_GetAttributeValue(session 41, object 101, {CKA_MODULUS null [0], CKA_PUBLIC_EXPONENT null [0]}) -> [3, 3]: CKR_OK
-C_GetAttributeValue(session 41, object 101, {CKA_MODULUS zeros [3], CKA_PUBLIC_EXPONENT zeros [3]}) -> [3, 3]: CKR_OK
-C_FindObjectsFinal(session 41): CKR_OK
-)" + sessionClosed() +
-            delivered("modulus", {0x00, 0xc3, 0x80}) + delivered("exponent", {0x01, 0x00, 0x01}) + unloaded());
+    const std::string reading = "C_GetAttributeValue(session 41, object 101, ";
+    EXPECT_EQ(job(),
+              inSession(searchStarted("{CKA_CLASS CKO_PUBLIC_KEY [8], CKA_LABEL \"alice\" [5], CKA_ID 01 [1]}") +
+                        next("101") + reading +
+                        "{CKA_MODULUS null [0], CKA_PUBLIC_EXPONENT null [0]}) -> [3, 3]: CKR_OK\n" + reading +
+                        "{CKA_MODULUS zeros [3], CKA_PUBLIC_EXPONENT zeros [3]}) -> [3, 3]: CKR_OK\n" + searchEnded) +
+                  delivered("modulus", {0x00, 0xc3, 0x80}) + delivered("exponent", {0x01, 0x00, 0x01}));
     EXPECT_THAT(jni.elements(modulus), ElementsAre("Byte 0", "Byte -61", "Byte -128"));
     EXPECT_THAT(jni.elements(exponent), ElementsAre("Byte 1", "Byte 0", "Byte 1"));
 }
@@ -162,31 +120,14 @@ TEST_F(GetPublicKey, TouchesNeitherListForAnEmptyModulus)
 {
     module.add(scripted::rsaPublicKey("alice", {0x01}, {}, {0x03}));
     EXPECT_EQ(getPublicKey(), 0);
-    EXPECT_THAT(story, EndsWith(sessionClosed() + unloaded()));
+    EXPECT_THAT(job(), EndsWith(closed));
 }
 
 TEST_F(GetPublicKey, DeliversTheModulusAloneForAnEmptyExponent)
 {
     module.add(scripted::rsaPublicKey("alice", {0x01}, {0x05}, {}));
     EXPECT_EQ(getPublicKey(), 0);
-    EXPECT_THAT(story, EndsWith(sessionClosed() + delivered("modulus", {0x05}) + unloaded()));
-}
-
-TEST_F(GetPublicKey, FailsForAKeyWithoutRsaAttributes)
-{
-    module.add(scripted::gostPublicKey("alice", {0x01}));
-    EXPECT_EQ(getPublicKey(), code(CKR_ATTRIBUTE_TYPE_INVALID));
-    EXPECT_THAT(printed(), ElementsAre("C_GetAttributeValue failed for 101. Code: 18"));
-    EXPECT_THAT(jni.elements(modulus), IsEmpty());
-    EXPECT_THAT(jni.elements(exponent), IsEmpty());
-}
-
-TEST_F(GetPublicKey, DropsBothComponentsWhenTheirReadFails)
-{
-    module.add(scripted::rsaPublicKey("alice", {0x01}, {0x05}, {0x03}));
-    scripted::failNth(module.C_GetAttributeValue, 2, CKR_DEVICE_ERROR);
-    EXPECT_EQ(getPublicKey(), code(CKR_DEVICE_ERROR));
-    EXPECT_THAT(story, EndsWith(sessionClosed() + unloaded()));
+    EXPECT_THAT(job(), EndsWith(closed + delivered("modulus", {0x05})));
 }
 
 class LoadX509Certificate : public NativeMethodTest {
@@ -204,11 +145,8 @@ protected:
 TEST_F(LoadX509Certificate, HandsLabelIdAndCertificateOver)
 {
     EXPECT_EQ(loadX509Certificate(), 0);
-    EXPECT_EQ(story, copied("pin", 8) + copied("id", 1) + copied("certificate", 2) + modulePathAndTerminalNameRead() +
-                         read("label") + loaded() + slotFound() + loggedIn() +
-                         "C_TOVR_ImportX509Certificate(session 41, label \"carol\", ID 03 [1], certificate 3000 [2]): "
-                         "CKR_OK\n" +
-                         sessionClosed() + unloaded());
+    EXPECT_EQ(job(), inSession("C_TOVR_ImportX509Certificate(session 41, label \"carol\", ID 03 [1], certificate 3000 "
+                               "[2]): CKR_OK\n"));
 }
 
 TEST_F(LoadX509Certificate, HandsEmptyArgumentsOver)
@@ -220,13 +158,6 @@ TEST_F(LoadX509Certificate, HandsEmptyArgumentsOver)
     EXPECT_THAT(story, HasSubstr("(session 41, label \"\", ID null [0], certificate null [0])"));
 }
 
-TEST_F(LoadX509Certificate, ReportsARefusal)
-{
-    module.C_TOVR_ImportX509Certificate = answering(CKR_DATA_INVALID);
-    EXPECT_EQ(loadX509Certificate(), code(CKR_DATA_INVALID));
-    EXPECT_THAT(story, EndsWith(sessionClosed() + "| Load failed. Code: 32\n" + unloaded()));
-}
-
 class LoadCert : public NativeMethodTest {
 protected:
     jbyteArray first = jni.bytes("first", {0x30, 0x00});
@@ -236,24 +167,7 @@ protected:
 TEST_F(LoadCert, HandsBothBlocksOverAndLogsInWithTheLastArgument)
 {
     EXPECT_EQ(call(natives::loadCert, terminalName, modulePath, first, second, pin), 0);
-    EXPECT_EQ(story, copied("first", 2) + copied("second", 1) + copied("pin", 8) + modulePathAndTerminalNameRead() +
-                         loaded() + slotFound() + loggedIn() +
-                         "C_TOVR_ImportCert(session 41, first 3000 [2], second 03 [1]): CKR_OK\n" + sessionClosed() +
-                         unloaded());
-}
-
-TEST_F(LoadCert, FailsAtLoginWhenThePinComesFirst)
-{
-    EXPECT_EQ(call(natives::loadCert, terminalName, modulePath, pin, first, second), code(CKR_PIN_INCORRECT));
-    EXPECT_THAT(printed(), ElementsAre("Login failed. Code: 160"));
-    EXPECT_THAT(story, Not(HasSubstr("C_TOVR_ImportCert")));
-}
-
-TEST_F(LoadCert, ReportsARefusal)
-{
-    module.C_TOVR_ImportCert = answering(CKR_DATA_INVALID);
-    EXPECT_EQ(call(natives::loadCert, terminalName, modulePath, first, second, pin), code(CKR_DATA_INVALID));
-    EXPECT_THAT(story, EndsWith(sessionClosed() + "| Load failed. Code: 32\n" + unloaded()));
+    EXPECT_EQ(job(), inSession("C_TOVR_ImportCert(session 41, first 3000 [2], second 03 [1]): CKR_OK\n"));
 }
 
 } // namespace

@@ -12,6 +12,7 @@ using namespace stories;
 using Bytes = scripted::Bytes;
 
 const Bytes aliceId = {0x01};
+const Bytes carolId = {0x03};
 
 template <typename... Parameters, typename... Arguments>
 std::function<jlong()> bind(RecordingJniEnv& jni, jlong (*native)(JNIEnv*, jobject, Parameters...),
@@ -20,36 +21,36 @@ std::function<jlong()> bind(RecordingJniEnv& jni, jlong (*native)(JNIEnv*, jobje
     return [=, &jni] { return native(jni.get(), nullptr, arguments...); };
 }
 
+/// A method that takes terminal name and module path first.
+template <typename Native, typename... Arguments>
+std::function<jlong()> onToken(RecordingJniEnv& jni, const CommonArguments& common, Native native,
+                               Arguments... arguments)
+{
+    return bind(jni, native, common.terminalName, common.modulePath, arguments...);
+}
+
 PreparedCall setPin(RecordingJniEnv& jni, const CommonArguments& common)
 {
-    return {bind(jni, natives::setPin, common.terminalName, common.modulePath, jni.bytes("oldPin", common.pin),
-                 jni.bytes("newPin", common.newPin)),
-            copied("oldPin", common.pin.size()) + copied("newPin", common.newPin.size()) +
-                modulePathAndTerminalNameRead(),
-            {}};
+    return {onToken(jni, common, natives::setPin, jni.bytes("oldPin", common.pin), jni.bytes("newPin", common.newPin)),
+            converted(copied("oldPin", common.pin.size()) + copied("newPin", common.newPin.size()))};
 }
 
 PreparedCall setPuk(RecordingJniEnv& jni, const CommonArguments& common)
 {
-    return {bind(jni, natives::setPuk, common.terminalName, common.modulePath, jni.bytes("oldPuk", common.pin),
-                 jni.bytes("newPuk", common.newPin)),
-            copied("oldPuk", common.pin.size()) + copied("newPuk", common.newPin.size()) +
-                modulePathAndTerminalNameRead(),
-            {}};
+    return {onToken(jni, common, natives::setPuk, jni.bytes("oldPuk", common.pin), jni.bytes("newPuk", common.newPin)),
+            converted(copied("oldPuk", common.pin.size()) + copied("newPuk", common.newPin.size()))};
 }
 
 PreparedCall initCard(RecordingJniEnv& jni, const CommonArguments& common)
 {
-    return {bind(jni, natives::initCard, common.terminalName, common.modulePath, jni.bytes("soPin", common.pin)),
-            copied("soPin", common.pin.size()) + modulePathAndTerminalNameRead(),
-            {}};
+    return {onToken(jni, common, natives::initCard, jni.bytes("soPin", common.pin)),
+            converted(copied("soPin", common.pin.size()))};
 }
 
 PreparedCall cleanCard(RecordingJniEnv& jni, const CommonArguments& common)
 {
-    return {bind(jni, natives::cleanCard, common.terminalName, common.modulePath, jni.bytes("pin", common.pin)),
-            copied("pin", common.pin.size()) + modulePathAndTerminalNameRead(),
-            {}};
+    return {onToken(jni, common, natives::cleanCard, jni.bytes("pin", common.pin)),
+            converted(copied("pin", common.pin.size()))};
 }
 
 PreparedCall getTokenInfo(RecordingJniEnv& jni, const CommonArguments& common)
@@ -59,27 +60,25 @@ PreparedCall getTokenInfo(RecordingJniEnv& jni, const CommonArguments& common)
     const jobjectArray model = jni.outputArray("model");
     const jobjectArray serialNumber = jni.outputArray("serialNumber");
     const jobjectArray flags = jni.outputArray("flags");
-    return {bind(jni, natives::getTokenInfo, common.terminalName, common.modulePath, label, manufacturer, model,
-                 serialNumber, flags),
-            modulePathAndTerminalNameRead(),
+    return {onToken(jni, common, natives::getTokenInfo, label, manufacturer, model, serialNumber, flags),
+            converted(""),
             {label, manufacturer, model, serialNumber, flags}};
 }
 
 PreparedCall listObjects(RecordingJniEnv& jni, const CommonArguments& common)
 {
     const jobject objects = jni.list("objects", {"before"});
-    return {
-        bind(jni, natives::listObjects, common.terminalName, common.modulePath, jni.bytes("pin", common.pin), objects),
-        copied("pin", common.pin.size()) + modulePathAndTerminalNameRead(),
-        {objects}};
+    return {onToken(jni, common, natives::listObjects, jni.bytes("pin", common.pin), objects),
+            converted(copied("pin", common.pin.size())),
+            {objects}};
 }
 
 PreparedCall getX509Certificate(RecordingJniEnv& jni, const CommonArguments& common)
 {
     const jobject certificate = jni.list("certificate", {"before"});
-    return {bind(jni, natives::getX509Certificate, common.terminalName, common.modulePath, jni.bytes("pin", common.pin),
-                 jni.string("label", "alice"), jni.bytes("id", aliceId), certificate),
-            copied("pin", common.pin.size()) + copied("id", 1) + modulePathAndTerminalNameRead() + read("label"),
+    return {onToken(jni, common, natives::getX509Certificate, jni.bytes("pin", common.pin),
+                    jni.string("label", "alice"), jni.bytes("id", aliceId), certificate),
+            converted(copied("pin", common.pin.size()) + copied("id", 1), read("label")),
             {certificate}};
 }
 
@@ -87,56 +86,48 @@ PreparedCall getPublicKey(RecordingJniEnv& jni, const CommonArguments& common)
 {
     const jobject modulus = jni.list("modulus", {"before"});
     const jobject exponent = jni.list("exponent", {"before"});
-    return {bind(jni, natives::getPublicKey, common.terminalName, common.modulePath, jni.bytes("pin", common.pin),
-                 jni.string("label", "alice"), jni.bytes("id", aliceId), modulus, exponent),
-            copied("pin", common.pin.size()) + copied("id", 1) + modulePathAndTerminalNameRead() + read("label"),
+    return {onToken(jni, common, natives::getPublicKey, jni.bytes("pin", common.pin), jni.string("label", "alice"),
+                    jni.bytes("id", aliceId), modulus, exponent),
+            converted(copied("pin", common.pin.size()) + copied("id", 1), read("label")),
             {modulus, exponent}};
 }
 
 PreparedCall loadX509Certificate(RecordingJniEnv& jni, const CommonArguments& common)
 {
-    return {bind(jni, natives::loadX509Certificate, common.terminalName, common.modulePath,
-                 jni.bytes("pin", common.pin), jni.string("label", "carol"), jni.bytes("id", {0x03}),
-                 jni.bytes("certificate", {0x30, 0x00})),
-            copied("pin", common.pin.size()) + copied("id", 1) + copied("certificate", 2) +
-                modulePathAndTerminalNameRead() + read("label"),
-            {}};
+    return {onToken(jni, common, natives::loadX509Certificate, jni.bytes("pin", common.pin),
+                    jni.string("label", "carol"), jni.bytes("id", carolId), jni.bytes("certificate", {0x30, 0x00})),
+            converted(copied("pin", common.pin.size()) + copied("id", 1) + copied("certificate", 2), read("label"))};
 }
 
 PreparedCall loadCert(RecordingJniEnv& jni, const CommonArguments& common)
 {
-    return {bind(jni, natives::loadCert, common.terminalName, common.modulePath, jni.bytes("first", {0x30, 0x00}),
-                 jni.bytes("second", {0x03}), jni.bytes("pin", common.pin)),
-            copied("first", 2) + copied("second", 1) + copied("pin", common.pin.size()) +
-                modulePathAndTerminalNameRead(),
-            {}};
+    return {onToken(jni, common, natives::loadCert, jni.bytes("first", {0x30, 0x00}), jni.bytes("second", {0x03}),
+                    jni.bytes("pin", common.pin)),
+            converted(copied("first", 2) + copied("second", 1) + copied("pin", common.pin.size()))};
 }
 
 PreparedCall generateKeyPair(RecordingJniEnv& jni, const CommonArguments& common)
 {
-    return {bind(jni, natives::generateKeyPair, common.terminalName, common.modulePath, jni.bytes("pin", common.pin),
-                 2048, jni.string("label", "carol"), jni.bytes("id", {0x03})),
-            copied("pin", common.pin.size()) + copied("id", 1) + modulePathAndTerminalNameRead() + read("label"),
-            {}};
+    return {onToken(jni, common, natives::generateKeyPair, jni.bytes("pin", common.pin), 2048,
+                    jni.string("label", "carol"), jni.bytes("id", carolId)),
+            converted(copied("pin", common.pin.size()) + copied("id", 1), read("label"))};
 }
 
 PreparedCall generateGostR3410_2001KeyPair(RecordingJniEnv& jni, const CommonArguments& common)
 {
-    return {bind(jni, natives::generateGostR3410_2001KeyPair, common.terminalName, common.modulePath,
-                 jni.bytes("pin", common.pin), jni.string("label", "carol"), jni.bytes("id", {0x03})),
-            copied("pin", common.pin.size()) + copied("id", 1) + modulePathAndTerminalNameRead() + read("label"),
-            {}};
+    return {onToken(jni, common, natives::generateGostR3410_2001KeyPair, jni.bytes("pin", common.pin),
+                    jni.string("label", "carol"), jni.bytes("id", carolId)),
+            converted(copied("pin", common.pin.size()) + copied("id", 1), read("label"))};
 }
 
 PreparedCall pkcs7Sign(RecordingJniEnv& jni, const CommonArguments& common)
 {
     const jobject signature = jni.list("signature", {"before"});
-    return {bind(jni, natives::pkcs7Sign, common.terminalName, common.modulePath, jni.bytes("pin", common.pin),
-                 jni.bytes("data", {'d', 'a', 't', 'a'}), jni.bytes("certId", aliceId), jni.bytes("keyId", aliceId),
-                 jni.byteArrays("certIds", {aliceId}), 0, signature),
-            copied("pin", common.pin.size()) + copied("data", 4) + copied("certId", 1) + copied("keyId", 1) +
-                "GetArrayLength(certIds)\nGetObjectArrayElement(certIds, 0)\n" + copied("certIds[0]", 1) +
-                modulePathAndTerminalNameRead(),
+    return {onToken(jni, common, natives::pkcs7Sign, jni.bytes("pin", common.pin),
+                    jni.bytes("data", {'d', 'a', 't', 'a'}), jni.bytes("certId", aliceId), jni.bytes("keyId", aliceId),
+                    jni.byteArrays("certIds", {aliceId}), 0, signature),
+            converted(copied("pin", common.pin.size()) + copied("data", 4) + copied("certId", 1) + copied("keyId", 1) +
+                      "GetArrayLength(certIds)\nGetObjectArrayElement(certIds, 0)\n" + copied("certIds[0]", 1)),
             {signature}};
 }
 
@@ -144,21 +135,51 @@ PreparedCall pkcs7Verify(RecordingJniEnv& jni, const CommonArguments& common)
 {
     return {bind(jni, natives::pkcs7Verify, common.modulePath, jni.bytes("firstInput", {0x01, 0x02}),
                  jni.bytes("secondInput", {0x01, 0x02})),
-            read("modulePath") + copied("secondInput", 2) + copied("firstInput", 2),
-            {}};
+            read("modulePath") + copied("secondInput", 2) + copied("firstInput", 2)};
 }
 
 PreparedCall createCSR(RecordingJniEnv& jni, const CommonArguments& common)
 {
     const jobject csr = jni.list("csr", {"before"});
-    return {bind(jni, natives::createCSR, common.terminalName, common.modulePath, jni.bytes("pin", common.pin),
-                 jni.bytes("publicKeyId", aliceId), jni.bytes("privateKeyId", aliceId),
-                 jni.strings("subject", {"CN", "Alice"}), jni.strings("attributes", {"challengePassword", "none"}),
-                 jni.strings("extensions", {"keyUsage", "critical", "digitalSignature"}), csr),
-            copied("pin", common.pin.size()) + copied("publicKeyId", 1) + copied("privateKeyId", 1) +
-                modulePathAndTerminalNameRead() + allRead("subject", 2) + allRead("attributes", 2) +
-                allRead("extensions", 3),
+    return {onToken(jni, common, natives::createCSR, jni.bytes("pin", common.pin), jni.bytes("publicKeyId", aliceId),
+                    jni.bytes("privateKeyId", aliceId), jni.strings("subject", {"CN", "Alice"}),
+                    jni.strings("attributes", {"challengePassword", "none"}),
+                    jni.strings("extensions", {"keyUsage", "critical", "digitalSignature"}), csr),
+            converted(copied("pin", common.pin.size()) + copied("publicKeyId", 1) + copied("privateKeyId", 1),
+                      allRead("subject", 2) + allRead("attributes", 2) + allRead("extensions", 3)),
             {csr}};
+}
+
+using Prepare = PreparedCall (*)(RecordingJniEnv&, const CommonArguments&);
+
+NativeCall nativeCall(const char* name, Prepare prepare, std::size_t secrets, bool looksUpSlot)
+{
+    NativeCall call;
+    call.name = name;
+    call.secrets = secrets;
+    call.looksUpSlot = looksUpSlot;
+    call.prepare = prepare;
+    return call;
+}
+
+NativeCall withTwoPins(const char* name, Prepare prepare)
+{
+    return nativeCall(name, prepare, 2, true);
+}
+
+NativeCall withPin(const char* name, Prepare prepare)
+{
+    return nativeCall(name, prepare, 1, true);
+}
+
+NativeCall withoutPin(const char* name, Prepare prepare)
+{
+    return nativeCall(name, prepare, 0, true);
+}
+
+NativeCall withoutToken(const char* name, Prepare prepare)
+{
+    return nativeCall(name, prepare, 0, false);
 }
 
 template <typename Condition>
@@ -179,21 +200,23 @@ std::string nameOf(const testing::TestParamInfo<NativeCall>& call)
 
 std::vector<NativeCall> allNativeCalls()
 {
-    return {{"setPin", 2, true, setPin},
-            {"setPuk", 2, true, setPuk},
-            {"initCard", 1, true, initCard},
-            {"cleanCard", 1, true, cleanCard},
-            {"getTokenInfo", 0, true, getTokenInfo},
-            {"listObjects", 1, true, listObjects},
-            {"getX509Certificate", 1, true, getX509Certificate},
-            {"getPublicKey", 1, true, getPublicKey},
-            {"loadX509Certificate", 1, true, loadX509Certificate},
-            {"loadCert", 1, true, loadCert},
-            {"generateKeyPair", 1, true, generateKeyPair},
-            {"generateGostR3410_2001KeyPair", 1, true, generateGostR3410_2001KeyPair},
-            {"pkcs7Sign", 1, true, pkcs7Sign},
-            {"pkcs7Verify", 0, false, pkcs7Verify},
-            {"createCSR", 1, true, createCSR}};
+    return {
+        withTwoPins("setPin", setPin),
+        withTwoPins("setPuk", setPuk),
+        withPin("initCard", initCard),
+        withPin("cleanCard", cleanCard),
+        withoutPin("getTokenInfo", getTokenInfo),
+        withPin("listObjects", listObjects),
+        withPin("getX509Certificate", getX509Certificate),
+        withPin("getPublicKey", getPublicKey),
+        withPin("loadX509Certificate", loadX509Certificate),
+        withPin("loadCert", loadCert),
+        withPin("generateKeyPair", generateKeyPair),
+        withPin("generateGostR3410_2001KeyPair", generateGostR3410_2001KeyPair),
+        withPin("pkcs7Sign", pkcs7Sign),
+        withoutToken("pkcs7Verify", pkcs7Verify),
+        withPin("createCSR", createCSR),
+    };
 }
 
 std::vector<NativeCall> nativeCallsWithSlot()

@@ -22,8 +22,8 @@ struct CommonArguments {
 /// A call with its Java arguments made.
 struct PreparedCall {
     std::function<jlong()> run;
-    std::string conversions;      ///< the story of its arguments' conversion
-    std::vector<jobject> outputs; ///< the lists and arrays that it fills
+    std::string conversions;           ///< the story of its arguments' conversion
+    std::vector<jobject> outputs = {}; ///< the lists and arrays that it fills
 };
 
 struct NativeCall {

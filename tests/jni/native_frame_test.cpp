@@ -61,8 +61,8 @@ TEST_P(NativeFrame, ConvertsItsArgumentsThenLoadsThenUnloadsTheModule)
 {
     const PreparedCall call = prepare();
     EXPECT_EQ(run(call.run), 0);
-    EXPECT_THAT(story, StartsWith(call.conversions + loaded() + (GetParam().looksUpSlot ? slotFound() : "")));
-    EXPECT_THAT(story, EndsWith(unloaded()));
+    EXPECT_THAT(story, StartsWith(call.conversions + loaded + (GetParam().looksUpSlot ? slotFound : "")));
+    EXPECT_THAT(story, EndsWith(unloaded));
     EXPECT_THAT(printed(), IsEmpty());
 }
 
@@ -123,7 +123,7 @@ TEST_P(NativeFrame, AcceptsAModuleThatIsInitialisedAlready)
     };
     EXPECT_EQ(run(prepare().run), 0);
     EXPECT_THAT(story, HasSubstr("C_Initialize(null): CKR_CRYPTOKI_ALREADY_INITIALIZED\n"));
-    EXPECT_THAT(story, EndsWith(unloaded()));
+    EXPECT_THAT(story, EndsWith(unloaded));
     EXPECT_THAT(printed(), IsEmpty());
 }
 
@@ -132,7 +132,7 @@ TEST_P(NativeFrame, ReturnsAllBitsOfTheOperationsCode)
     constexpr CK_RV strange = 0xfedcba9876543210;
     module.failCall(frameCalls() + 1, strange);
     EXPECT_EQ(failingCall(), code(strange));
-    EXPECT_THAT(story, EndsWith(unloaded()));
+    EXPECT_THAT(story, EndsWith(unloaded));
 }
 
 TEST_P(NativeFrame, TouchesItsOutputsOnlyOnSuccessWhicheverCallFails)
@@ -168,17 +168,17 @@ TEST_P(NativeFrameWithSlot, ReturnsSixForAReaderThatIsNotThere)
 {
     terminalName = jni.string("terminalName", "Another Reader");
     EXPECT_EQ(failingCall(), 6);
-    EXPECT_EQ(story, prepare().conversions + loaded() + slotFound() + "| Terminal not found\n" + unloaded());
+    EXPECT_EQ(story, prepare().conversions + loaded + slotFound + "| Terminal not found\n" + unloaded);
 }
 
 TEST_P(NativeFrameWithSlot, ReturnsTheLookupsCodeAndDoesNoJob)
 {
-    module.slots.push_back({8, "Other Reader", "Other Works", CKR_DEVICE_REMOVED});
+    module.slots.push_back(scripted::unreadable({8, "Other Reader", "Other Works"}, CKR_DEVICE_REMOVED));
     EXPECT_EQ(failingCall(), code(CKR_DEVICE_REMOVED));
     EXPECT_THAT(printed(), ElementsAre("C_GetSlotInfo failed. Code: 50"));
     EXPECT_THAT(story, EndsWith("C_GetSlotInfo(slot 8): CKR_DEVICE_REMOVED\n"
                                 "| C_GetSlotInfo failed. Code: 50\n" +
-                                unloaded()));
+                                unloaded));
 }
 
 TEST_P(NativeFrameWithSlot, TurnsToSlotZeroWhenTheModuleHasNone)
@@ -199,7 +199,7 @@ TEST_P(NativeFrameWithSlot, UnloadsTheModuleWhenMemoryRunsOut)
     const auto before = contents(call.outputs);
     EXPECT_THROW(run(call.run), std::length_error);
     EXPECT_EQ(contents(call.outputs), before);
-    EXPECT_THAT(story, EndsWith(unloaded()));
+    EXPECT_THAT(story, EndsWith(unloaded));
 }
 
 } // namespace

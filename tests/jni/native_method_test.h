@@ -42,6 +42,18 @@ protected:
         return result.get();    // or what was thrown
     }
 
+    /// The last call's story between slot lookup and unloading. What stands around it is the same for all methods and
+    /// told by the tests of the frame; a story without it comes back whole.
+    std::string job() const
+    {
+        const std::size_t begin = story.find(stories::slotFound);
+        const std::size_t end = story.rfind(stories::unloaded);
+        if (begin == std::string::npos || end == std::string::npos)
+            return story;
+        const std::size_t start = begin + stories::slotFound.size();
+        return story.substr(start, end - start);
+    }
+
     /// The lines written to standard output.
     Lines printed() const
     {

@@ -1,6 +1,7 @@
-// Pieces from which the expected story of a native call is put together.
+// Pieces of which the expected story of a native call is put together, beside those of the module.
 #pragma once
 
+#include "tests/support/stories.h"
 #include "tests/support/transcript.h"
 
 #include <string>
@@ -27,6 +28,12 @@ inline std::string modulePathAndTerminalNameRead()
     return read("modulePath") + read("terminalName");
 }
 
+/// The arguments of a method that works on a token: `binaries` and `texts` are its own ones.
+inline std::string converted(const std::string& binaries, const std::string& texts = "")
+{
+    return binaries + modulePathAndTerminalNameRead() + texts;
+}
+
 /// A String[] whose elements are copied.
 inline std::string allRead(const std::string& array, std::size_t length)
 {
@@ -36,45 +43,6 @@ inline std::string allRead(const std::string& array, std::size_t length)
         story += "GetObjectArrayElement(" + array + ", " + index + ")\n" + read(array + "[" + index + "]");
     }
     return story;
-}
-
-// --- The module ---
-
-inline std::string loaded()
-{
-    return "module loaded\n"
-           "C_GetFunctionList: CKR_OK\n"
-           "C_Initialize(null): CKR_OK\n"
-           "C_GetSlotList(token present 0, list null, count 0) -> count 1: CKR_OK\n";
-}
-
-inline std::string slotFound()
-{
-    return "C_GetSlotList(token present 0, list null, count 0) -> count 1: CKR_OK\n"
-           "C_GetSlotList(token present 0, list {0}, count 1) -> count 1: CKR_OK\n"
-           "C_GetSlotInfo(slot 7): CKR_OK\n";
-}
-
-inline std::string sessionOpened()
-{
-    return "C_OpenSession(slot 7, flags 0x6, application null, notify null) -> session 41: CKR_OK\n";
-}
-
-/// The user's session, as far as the operation's own job.
-inline std::string loggedIn()
-{
-    return sessionOpened() + "C_Login(session 41, CKU_USER, PIN \"12345678\" [8]): CKR_OK\n";
-}
-
-inline std::string sessionClosed()
-{
-    return "C_CloseSession(session 41): CKR_OK\n";
-}
-
-inline std::string unloaded()
-{
-    return "C_Finalize(null): CKR_OK\n"
-           "module unloaded\n";
 }
 
 // --- Results ---

@@ -5,6 +5,7 @@
 #include <exception>
 
 using namespace scripted;
+using namespace stories;
 using namespace std::string_literals;
 
 namespace {
@@ -46,35 +47,38 @@ TEST(CertificateRequest, ForAKeyPairEndsTidilyWhicheverCallFails)
 {
     const std::string csr = answer("101", "102");
     const std::string length = std::to_string(csr.size());
-    sweep({addKeyPair,
-           [](P11Wrapper& token) -> Outcome {
-               Buffer pin = "12345678";
-               Buffer publicId = Bytes{0x01};
-               Buffer privateId = Bytes{0x02};
-               Buffer subject = bytesOf("CN\0Alice\0"s);
-               Buffer attributes = bytesOf("a\0b\0c\0d\0"s);
-               Buffer extensions = bytesOf("x\0y\0z\0"s);
-               Bytes out = bytesOf("old");
-               const CK_RV rv = token.createCSR(slotId, pin.data(), pin.size(), publicId.data(), publicId.size(),
-                                                privateId.data(), privateId.size(), subject.data(), 1,
-                                                attributes.data(), 2, extensions.data(), 1, out);
-               return {rv, std::string(out.begin(), out.end())};
-           },
-           {openSession,
-            userLogin,
-            startSearch(publicKeyWith("01 [1]"), " #1"),
-            findOne(101, " #1"),
-            endSearch,
-            startSearch(privateKeyWith("02 [1]"), " #2"),
-            findOne(102, " #2"),
-            endSearch,
-            {request("101", "null", "102"), " -> length " + length,
-             "| C_TOVR_CreateCSR failed #1. Code: {code}\n" + closed},
-            {request("101", "zeros [" + length + "]", "102"), " -> length " + length,
-             "| C_TOVR_CreateCSR failed #2. Code: {code}\n{rest}"},
-            closeSession},
-           csr,
-           "old"});
+    Operation operation;
+    operation.prepare = addKeyPair;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer pin = "12345678";
+        Buffer publicId = Bytes{0x01};
+        Buffer privateId = Bytes{0x02};
+        Buffer subject = bytesOf("CN\0Alice\0"s);
+        Buffer attributes = bytesOf("a\0b\0c\0d\0"s);
+        Buffer extensions = bytesOf("x\0y\0z\0"s);
+        Bytes out = bytesOf("old");
+        const CK_RV rv =
+            token.createCSR(slotId, pin.data(), pin.size(), publicId.data(), publicId.size(), privateId.data(),
+                            privateId.size(), subject.data(), 1, attributes.data(), 2, extensions.data(), 1, out);
+        return {rv, std::string(out.begin(), out.end())};
+    };
+    operation.steps = inSession({
+        startSearch(publicKeyWith("01 [1]"), " #1"),
+        findOne(101, " #1"),
+        endSearch,
+        startSearch(privateKeyWith("02 [1]"), " #2"),
+        findOne(102, " #2"),
+        endSearch,
+        Step(request("101", "null", "102"))
+            .gives("length " + length)
+            .onFailure("| C_TOVR_CreateCSR failed #1. Code: {code}\n" + closed),
+        Step(request("101", "zeros [" + length + "]", "102"))
+            .gives("length " + length)
+            .onFailure("| C_TOVR_CreateCSR failed #2. Code: {code}\n{rest}"),
+    });
+    operation.outputs = csr;
+    operation.outputsOfFailure = "old";
+    sweep(operation);
 }
 
 class CertificateRequestTest : public WrapperTest {
@@ -112,35 +116,28 @@ protected:
                result;
     }
 
-    static std::string searched(const std::string& attributes, const std::string& handle)
-    {
-        return "C_FindObjectsInit(session 41, " + attributes + "): CKR_OK\n" +
-               "C_FindObjects(session 41, room for 1) -> {" + handle + "}: CKR_OK\n";
-    }
-
     std::string csr() const { return std::string(out.begin(), out.end()); }
 
-    const std::string publicKeyFound = searched(publicKeyWith("01 [1]"), "101") + searchEnded;
+    const std::string publicKeyFound = found(publicKeyWith("01 [1]"), "101");
     Bytes out = bytesOf("old");
 };
 
 TEST_F(CertificateRequestTest, WithoutIdsTheModuleReceivesNoHandles)
 {
-    EXPECT_EQ(create("", ""), opened + loggedIn + created("0", "0") + closed);
+    EXPECT_EQ(create("", ""), inSession(created("0", "0")));
     EXPECT_CKR(CKR_OK, rv);
     EXPECT_EQ(csr(), answer("0", "0"));
 }
 
 TEST_F(CertificateRequestTest, WithAPublicKeyIdAlone)
 {
-    EXPECT_EQ(create(Bytes{0x01}, ""), opened + loggedIn + publicKeyFound + created("101", "0") + closed);
+    EXPECT_EQ(create(Bytes{0x01}, ""), inSession(publicKeyFound + created("101", "0")));
     EXPECT_CKR(CKR_OK, rv);
 }
 
 TEST_F(CertificateRequestTest, WithAPrivateKeyIdAlone)
 {
-    EXPECT_EQ(create("", Bytes{0x02}), opened + loggedIn + searched(privateKeyWith("02 [1]"), "102") + searchEnded +
-                                           created("0", "102") + closed);
+    EXPECT_EQ(create("", Bytes{0x02}), inSession(found(privateKeyWith("02 [1]"), "102") + created("0", "102")));
     EXPECT_CKR(CKR_OK, rv);
 }
 
@@ -149,9 +146,7 @@ TEST_F(CertificateRequestTest, EarlierLoginWithoutPublicKeyIdEndsWithoutRequest)
     module.C_Login = answering(CKR_USER_ALREADY_LOGGED_IN);
     for (const char* const privateId : {"", "\x02"}) {
         module.nextSession = 41;
-        EXPECT_EQ(create("", privateId),
-                  opened + "C_Login(session 41, CKU_USER, PIN \"12345678\" [8]): CKR_USER_ALREADY_LOGGED_IN\n" +
-                      closed);
+        EXPECT_EQ(create("", privateId), endedByEarlierLogin);
         EXPECT_CKR(CKR_USER_ALREADY_LOGGED_IN, rv);
         EXPECT_EQ(csr(), "old");
     }
@@ -159,18 +154,14 @@ TEST_F(CertificateRequestTest, EarlierLoginWithoutPublicKeyIdEndsWithoutRequest)
 
 TEST_F(CertificateRequestTest, MissingPublicKeySkipsTheSecondSearch)
 {
-    EXPECT_EQ(create(Bytes{0x99}, Bytes{0x02}), opened + loggedIn + searched(publicKeyWith("99 [1]"), "") +
-                                                    "| C_FindObjects object not found #1. Code: 0\n" + searchEnded +
-                                                    closed);
+    EXPECT_EQ(create(Bytes{0x99}, Bytes{0x02}), inSession(missed(publicKeyWith("99 [1]"), " #1")));
     EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
     EXPECT_EQ(csr(), "old");
 }
 
 TEST_F(CertificateRequestTest, MissingPrivateKeyEndsWithoutRequest)
 {
-    EXPECT_EQ(create(Bytes{0x01}, Bytes{0x99}),
-              opened + loggedIn + publicKeyFound + searched(privateKeyWith("99 [1]"), "") +
-                  "| C_FindObjects object not found #2. Code: 0\n" + searchEnded + closed);
+    EXPECT_EQ(create(Bytes{0x01}, Bytes{0x99}), inSession(publicKeyFound + missed(privateKeyWith("99 [1]"), " #2")));
     EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
     EXPECT_EQ(csr(), "old");
 }
@@ -208,7 +199,7 @@ TEST_F(CertificateRequestTest, LengthZeroEmptiesTheRequest)
         *length = 0;
         return CKR_OK;
     };
-    EXPECT_EQ(create("", ""), opened + loggedIn + call("0", "null", "0") + " -> length 0: CKR_OK\n" + closed);
+    EXPECT_EQ(create("", ""), inSession(call("0", "null", "0") + " -> length 0: CKR_OK\n"));
     EXPECT_CKR(CKR_OK, rv);
     EXPECT_EQ(csr(), "");
 }
@@ -242,7 +233,7 @@ TEST_F(CertificateRequestTest, RequestThatCannotBeHeldLeavesAsExceptionWithTheSe
     };
     Buffer none = "";
     EXPECT_EQ(story([&] { EXPECT_THROW(run(none, none), std::exception); }),
-              opened + loggedIn + call("0", "null", "0") + " -> length 18446744073709551615: CKR_OK\n" + closed);
+              inSession(call("0", "null", "0") + " -> length 18446744073709551615: CKR_OK\n"));
     EXPECT_EQ(csr(), "old");
 }
 

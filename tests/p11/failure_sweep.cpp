@@ -3,6 +3,9 @@
 #include "tests/p11/wrapper_test.h"
 
 namespace scripted {
+
+using namespace stories;
+
 namespace {
 
 struct Told {
@@ -77,11 +80,11 @@ void failingAt(const Operation& operation, std::size_t failing, CK_RV code)
     SCOPED_TRACE(step.call + " answers " + codeName(code));
     const std::string rest = succeeded(operation.steps, failing + 1, operation.steps.size());
     const std::string after = replaced(replaced(step.afterFailure, "{code}", std::to_string(code)), "{rest}", rest);
-    const bool succeeds = step.ends == Ends::withSuccess;
     const Told told = tell(operation, [&](ScriptedModule& module) { module.failCall(failing + 1, code); });
     EXPECT_EQ(told.story, succeeded(operation.steps, 0, failing) + step.call + ": " + codeName(code) + "\n" + after);
-    EXPECT_CKR(succeeds ? CKR_OK : code, told.outcome.code);
-    EXPECT_EQ(told.outcome.outputs, step.outputs.value_or(succeeds ? operation.outputs : operation.outputsOfFailure));
+    EXPECT_CKR(step.isForgiven ? CKR_OK : code, told.outcome.code);
+    EXPECT_EQ(told.outcome.outputs,
+              step.left.value_or(step.isForgiven ? operation.outputs : operation.outputsOfFailure));
 }
 
 void beforeInitialize(const Operation& operation)
@@ -99,25 +102,36 @@ void beforeInitialize(const Operation& operation)
 
 } // namespace
 
-const Step openSession{"C_OpenSession(slot 7, flags 0x6, application null, notify null)", " -> session 41", ""};
+const Step openSession = Step("C_OpenSession(slot 7, flags 0x6, application null, notify null)").gives("session 41");
 
-const Step userLogin{"C_Login(session 41, CKU_USER, PIN \"12345678\" [8])", "",
-                     closed + "| Login failed. Code: {code}\n"};
+const Step closeSession = Step("C_CloseSession(session 41)").onFailure("{rest}").forgiven();
 
-const Step closeSession{"C_CloseSession(session 41)", "", "{rest}", Ends::withSuccess};
+const Step endSearch = Step("C_FindObjectsFinal(session 41)").onFailure("{rest}").forgiven();
 
-const Step endSearch{"C_FindObjectsFinal(session 41)", "", "{rest}", Ends::withSuccess};
+Step logIn(const std::string& arguments)
+{
+    return Step("C_Login(session 41, " + arguments + ")").onFailure(closed + "| Login failed. Code: {code}\n");
+}
+
+std::vector<Step> inSession(const std::vector<Step>& job)
+{
+    std::vector<Step> steps = {openSession, logIn(userAndPin)};
+    steps.insert(steps.end(), job.begin(), job.end());
+    steps.push_back(closeSession);
+    return steps;
+}
 
 Step startSearch(const std::string& attributes, const std::string& number)
 {
-    return {"C_FindObjectsInit(session 41, " + attributes + ")", "",
-            closed + "| C_FindObjectsInit failed" + number + ". Code: {code}\n"};
+    return Step("C_FindObjectsInit(session 41, " + attributes + ")")
+        .onFailure(closed + "| C_FindObjectsInit failed" + number + ". Code: {code}\n");
 }
 
-Step findOne(CK_OBJECT_HANDLE found, const std::string& number)
+Step findOne(CK_OBJECT_HANDLE object, const std::string& number)
 {
-    return {"C_FindObjects(session 41, room for 1)", " -> {" + std::to_string(found) + "}",
-            "| C_FindObjects failed" + number + ". Code: {code}\n" + searchEnded + closed};
+    return Step(findNext)
+        .gives("{" + std::to_string(object) + "}")
+        .onFailure("| C_FindObjects failed" + number + ". Code: {code}\n" + searchEnded + closed);
 }
 
 void sweep(const Operation& operation)

@@ -7,35 +7,65 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace scripted {
 
-/// What an operation ends with when one of its calls fails.
-enum class Ends { withTheCode, withSuccess };
-
-/// One module call of an operation and what follows when it fails.
+/// One module call of an operation, as the transcript tells it, and what follows when it fails.
 struct Step {
-    std::string call;                                  ///< as in the transcript, without answer and code
-    std::string answer;                                ///< " -> session 41" and the like, when it succeeds
-    std::string afterFailure;                          ///< the rest of the story when it fails; see below
-    Ends ends = Ends::withTheCode;                     ///< the result in that case …
-    std::optional<std::string> outputs = std::nullopt; ///< … and the outputs, if not those that go with the result
+    explicit Step(std::string call) : call(std::move(call)) {}
+
+    /// What the transcript shows behind the call when it succeeds: "session 41" and the like.
+    Step& gives(const std::string& outputs)
+    {
+        answer = " -> " + outputs;
+        return *this;
+    }
+
+    /// The rest of the story when the call fails; see below.
+    Step& onFailure(std::string rest)
+    {
+        afterFailure = std::move(rest);
+        return *this;
+    }
+
+    /// The operation succeeds although the call fails.
+    Step& forgiven()
+    {
+        isForgiven = true;
+        return *this;
+    }
+
+    /// The operation's outputs when the call fails, if not those that go with its result.
+    Step& leaves(std::string outputs)
+    {
+        left = std::move(outputs);
+        return *this;
+    }
+
+    std::string call;
+    std::string answer;
+    std::string afterFailure;
+    bool isForgiven = false;
+    std::optional<std::string> left;
 };
 
-// In afterFailure "{code}" stands for the code in decimal and "{rest}" for all the later calls, undisturbed.
+// In the story after a failure "{code}" stands for the code in decimal and "{rest}" for all the later calls,
+// undisturbed.
 
 struct Outcome {
     CK_RV code;
     std::string outputs = ""; ///< what the caller's output arguments hold
 };
 
+/// Tests set the members by name.
 struct Operation {
-    std::function<void(ScriptedModule&)> prepare;
+    std::function<void(ScriptedModule&)> prepare = [](ScriptedModule&) {};
     std::function<Outcome(P11Wrapper&)> perform;
     std::vector<Step> steps;
-    std::string outputs = "";          ///< after success
-    std::string outputsOfFailure = ""; ///< after a failure, if its step does not tell otherwise
+    std::string outputs;          ///< after success
+    std::string outputsOfFailure; ///< after a failure, if its step does not tell otherwise
 };
 
 /// Checks the operation undisturbed, with an already logged-in user (if it logs in at all), with each call failing once
@@ -46,14 +76,19 @@ void sweep(const Operation& operation);
 // --- Steps that many operations share ---
 
 extern const Step openSession;
-extern const Step userLogin;
 extern const Step closeSession; ///< whose failure is ignored
 extern const Step endSearch;    ///< likewise
+
+/// C_Login with these arguments ("CKU_SO, PIN null [0]"), whose failure closes the session.
+Step logIn(const std::string& arguments);
+
+/// An operation in the user's session: these steps between opening and login before, closing behind.
+std::vector<Step> inSession(const std::vector<Step>& job);
 
 /// C_FindObjectsInit whose failure closes the session; `number` is " #1" and the like.
 Step startSearch(const std::string& attributes, const std::string& number = "");
 
 /// C_FindObjects of one handle whose failure ends the search and closes the session.
-Step findOne(CK_OBJECT_HANDLE found, const std::string& number = "");
+Step findOne(CK_OBJECT_HANDLE object, const std::string& number = "");
 
 } // namespace scripted

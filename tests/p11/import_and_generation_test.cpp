@@ -3,6 +3,7 @@
 #include "tests/p11/wrapper_test.h"
 
 using namespace scripted;
+using namespace stories;
 
 namespace {
 
@@ -10,36 +11,33 @@ namespace {
 
 TEST(CertificateImport, UnderLabelAndIdEndsTidilyWhicheverCallFails)
 {
-    sweep({[](ScriptedModule&) {},
-           [](P11Wrapper& token) -> Outcome {
-               Buffer pin = "12345678";
-               Buffer id = Bytes{0x01, 0xff};
-               Buffer der = Bytes{0x30, 0x00};
-               return {token.ImportX509Certificate(slotId, pin.data(), pin.size(), "alice", id.data(), id.size(),
-                                                   der.data(), der.size())};
-           },
-           {openSession,
-            userLogin,
-            {"C_TOVR_ImportX509Certificate(session 41, label \"alice\", ID 01ff [2], certificate 3000 [2])", "",
-             closed + "| Load failed. Code: {code}\n"},
-            closeSession}});
+    Operation operation;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer pin = "12345678";
+        Buffer id = Bytes{0x01, 0xff};
+        Buffer der = Bytes{0x30, 0x00};
+        return {token.ImportX509Certificate(slotId, pin.data(), pin.size(), "alice", id.data(), id.size(), der.data(),
+                                            der.size())};
+    };
+    operation.steps =
+        inSession({Step("C_TOVR_ImportX509Certificate(session 41, label \"alice\", ID 01ff [2], certificate 3000 [2])")
+                       .onFailure(closed + "| Load failed. Code: {code}\n")});
+    sweep(operation);
 }
 
 TEST(CertificateImport, OfTwoBlocksEndsTidilyWhicheverCallFails)
 {
-    sweep({[](ScriptedModule&) {},
-           [](P11Wrapper& token) -> Outcome {
-               Buffer pin = "12345678";
-               Buffer first = "first";
-               Buffer second = Bytes{0x00, 0xff};
-               return {token.ImportCert(slotId, first.data(), first.size(), second.data(), second.size(), pin.data(),
-                                        pin.size())};
-           },
-           {openSession,
-            userLogin,
-            {"C_TOVR_ImportCert(session 41, first \"first\" [5], second 00ff [2])", "",
-             closed + "| Load failed. Code: {code}\n"},
-            closeSession}});
+    Operation operation;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer pin = "12345678";
+        Buffer first = "first";
+        Buffer second = Bytes{0x00, 0xff};
+        return {
+            token.ImportCert(slotId, first.data(), first.size(), second.data(), second.size(), pin.data(), pin.size())};
+    };
+    operation.steps = inSession({Step("C_TOVR_ImportCert(session 41, first \"first\" [5], second 00ff [2])")
+                                     .onFailure(closed + "| Load failed. Code: {code}\n")});
+    sweep(operation);
 }
 
 using CertificateImportTest = WrapperTest;
@@ -48,16 +46,14 @@ TEST_F(CertificateImportTest, EmptyArgumentsReachTheModuleAsTheyAre)
 {
     EXPECT_EQ(
         story([&] { rv = token.ImportX509Certificate(slotId, pin.data(), pin.size(), "", nullptr, 0, nullptr, 0); }),
-        opened + loggedIn +
-            "C_TOVR_ImportX509Certificate(session 41, label \"\", ID null [0], certificate null [0]): CKR_OK\n" +
-            closed);
+        inSession("C_TOVR_ImportX509Certificate(session 41, label \"\", ID null [0], certificate null [0]): CKR_OK\n"));
     EXPECT_CKR(CKR_OK, rv);
 }
 
 TEST_F(CertificateImportTest, EmptyBlocksReachTheModuleAsTheyAre)
 {
     EXPECT_EQ(story([&] { rv = token.ImportCert(slotId, nullptr, 0, nullptr, 0, pin.data(), pin.size()); }),
-              opened + loggedIn + "C_TOVR_ImportCert(session 41, first null [0], second null [0]): CKR_OK\n" + closed);
+              inSession("C_TOVR_ImportCert(session 41, first null [0], second null [0]): CKR_OK\n"));
     EXPECT_CKR(CKR_OK, rv);
 }
 
@@ -69,8 +65,7 @@ TEST_F(CertificateImportTest, PinOfTheTwoBlocksComesLast)
                   rv = token.ImportCert(slotId, pin.data(), pin.size(), first.data(), first.size(), second.data(),
                                         second.size());
               }),
-              opened + "C_Login(session 41, CKU_USER, PIN \"second\" [6]): CKR_PIN_INCORRECT\n" + closed +
-                  "| Login failed. Code: 160\n");
+              loginRefused("CKU_USER, PIN \"second\" [6]", CKR_PIN_INCORRECT));
     EXPECT_CKR(CKR_PIN_INCORRECT, rv);
 }
 
@@ -110,29 +105,30 @@ std::string gostGeneration(const std::string& appended)
 }
 
 const std::string named = ", CKA_LABEL \"alice\" [5], CKA_ID 01ff [2]";
-const std::string generated = " -> public 101, private 102";
+const std::string generated = "public 101, private 102";
 
 TEST(KeyPairGeneration, OfRsaEndsTidilyWhicheverCallFails)
 {
-    sweep({[](ScriptedModule&) {},
-           [](P11Wrapper& token) -> Outcome {
-               Buffer pin = "12345678";
-               Buffer id = Bytes{0x01, 0xff};
-               return {token.GenerateKeyPair(slotId, pin.data(), pin.size(), 2048, "alice", id.data(), id.size())};
-           },
-           {openSession, userLogin, {rsaGeneration("2048", named), generated, closed}, closeSession}});
+    Operation operation;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer pin = "12345678";
+        Buffer id = Bytes{0x01, 0xff};
+        return {token.GenerateKeyPair(slotId, pin.data(), pin.size(), 2048, "alice", id.data(), id.size())};
+    };
+    operation.steps = inSession({Step(rsaGeneration("2048", named)).gives(generated).onFailure(closed)});
+    sweep(operation);
 }
 
 TEST(KeyPairGeneration, OfGostEndsTidilyWhicheverCallFails)
 {
-    sweep({[](ScriptedModule&) {},
-           [](P11Wrapper& token) -> Outcome {
-               Buffer pin = "12345678";
-               Buffer id = Bytes{0x01, 0xff};
-               return {
-                   token.GenerateGostR3410_2001KeyPair(slotId, pin.data(), pin.size(), "alice", id.data(), id.size())};
-           },
-           {openSession, userLogin, {gostGeneration(named), generated, closed}, closeSession}});
+    Operation operation;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer pin = "12345678";
+        Buffer id = Bytes{0x01, 0xff};
+        return {token.GenerateGostR3410_2001KeyPair(slotId, pin.data(), pin.size(), "alice", id.data(), id.size())};
+    };
+    operation.steps = inSession({Step(gostGeneration(named)).gives(generated).onFailure(closed)});
+    sweep(operation);
 }
 
 class KeyPairGenerationTest : public WrapperTest {
@@ -150,10 +146,7 @@ protected:
         });
     }
 
-    static std::string around(const std::string& call)
-    {
-        return opened + loggedIn + call + generated + ": CKR_OK\n" + closed;
-    }
+    static std::string around(const std::string& call) { return inSession(call + " -> " + generated + ": CKR_OK\n"); }
 };
 
 TEST_F(KeyPairGenerationTest, LabelAndIdAreSentOnlyIfGiven)

@@ -30,9 +30,7 @@ inline std::string textOf(const Records& records)
     return text.str();
 }
 
-inline const std::string noTemplate = "null [0]";
-inline const std::string searchStarted = "C_FindObjectsInit(session 41, null [0]): CKR_OK\n";
-inline const std::string findNext = "C_FindObjects(session 41, room for 1)";
+inline const std::string everything = "null [0]"; // the template of a search for all objects
 inline const std::string lengthQuery =
     "{CKA_CLASS null [0], CKA_ID null [0], CKA_LABEL null [0], CKA_KEY_TYPE null [0]}";
 

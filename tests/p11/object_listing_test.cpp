@@ -3,20 +3,22 @@
 #include "tests/p11/listing_test.h"
 
 using namespace scripted;
+using namespace stories;
 
 namespace {
 
 // --- Two keys, each call failing in turn ---
 
 const std::string keyBuffers = "{CKA_CLASS zeros [8], CKA_ID zeros [1], CKA_LABEL zeros [5], CKA_KEY_TYPE zeros [8]}";
-const std::string keyLengths = " -> [8, 1, 5, 8]";
+const std::string keyLengths = "[8, 1, 5, 8]";
 // The lengths of one object stand in the query for the next until the module replaces them.
 const std::string secondLengthQuery =
     "{CKA_CLASS null [8], CKA_ID null [1], CKA_LABEL null [5], CKA_KEY_TYPE null [8]}";
 
 std::string reading(CK_OBJECT_HANDLE object, const std::string& query)
 {
-    return read(object, query) + keyLengths + ": CKR_OK\n" + read(object, keyBuffers) + keyLengths + ": CKR_OK\n";
+    const std::string lengths = " -> " + keyLengths + ": CKR_OK\n";
+    return read(object, query) + lengths + read(object, keyBuffers) + lengths;
 }
 
 TEST(ObjectListing, OfTwoKeysEndsTidilyWhicheverCallFails)
@@ -26,53 +28,64 @@ TEST(ObjectListing, OfTwoKeysEndsTidilyWhicheverCallFails)
     const std::string boris = "private key/boris/02/GOSTR3410 ";
     const std::string readAlice = reading(101, lengthQuery);
     const std::string readBoris = reading(102, secondLengthQuery);
-    sweep({[](ScriptedModule& module) {
-               module.add(privateKey("alice", {0x01}));
-               module.add(privateKey("boris", {0x02}, CKK_GOSTR3410));
-           },
-           [](P11Wrapper& token) -> Outcome {
-               Buffer pin = "12345678";
-               Records records = {{"before", "", "", ""}};
-               const CK_RV rv = token.ListObjects(slotId, pin.data(), pin.size(), records);
-               return {rv, textOf(records)};
-           },
-           {openSession,
-            userLogin,
-            startSearch(noTemplate),
-            {findNext, " -> {101}", searchEnded + closed, Ends::withSuccess, before},
-            {findNext, " -> {102}", searchEnded + readAlice + closed, Ends::withSuccess, before + alice},
-            {findNext, " -> {}", searchEnded + readAlice + readBoris + closed, Ends::withSuccess},
-            {"C_FindObjectsFinal(session 41)", "", "| C_FindObjectsFinal failed. Code: {code}\n{rest}",
-             Ends::withSuccess},
-            {read(101, lengthQuery), keyLengths,
-             "| C_GetAttributeValue failed for 101. Code: {code}\n" + reading(102, lengthQuery) + closed,
-             Ends::withSuccess, before + boris},
-            {read(101, keyBuffers), keyLengths, "| C_GetAttributeValue #2 failed for 101. Code: {code}\n{rest}",
-             Ends::withSuccess, before + boris},
-            {read(102, secondLengthQuery), keyLengths, "| C_GetAttributeValue failed for 102. Code: {code}\n" + closed,
-             Ends::withTheCode, before + alice},
-            {read(102, keyBuffers), keyLengths, "| C_GetAttributeValue #2 failed for 102. Code: {code}\n{rest}",
-             Ends::withTheCode, before + alice},
-            closeSession},
-           before + alice + boris,
-           before});
+    Operation operation;
+    operation.prepare = [](ScriptedModule& module) {
+        module.add(privateKey("alice", {0x01}));
+        module.add(privateKey("boris", {0x02}, CKK_GOSTR3410));
+    };
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer pin = "12345678";
+        Records records = {{"before", "", "", ""}};
+        const CK_RV rv = token.ListObjects(slotId, pin.data(), pin.size(), records);
+        return {rv, textOf(records)};
+    };
+    operation.steps = inSession({
+        startSearch(everything),
+        Step(findNext).gives("{101}").onFailure(searchEnded + closed).forgiven().leaves(before),
+        Step(findNext).gives("{102}").onFailure(searchEnded + readAlice + closed).forgiven().leaves(before + alice),
+        Step(findNext).gives("{}").onFailure(searchEnded + readAlice + readBoris + closed).forgiven(),
+        Step("C_FindObjectsFinal(session 41)")
+            .onFailure("| C_FindObjectsFinal failed. Code: {code}\n{rest}")
+            .forgiven(),
+        Step(read(101, lengthQuery))
+            .gives(keyLengths)
+            .onFailure("| C_GetAttributeValue failed for 101. Code: {code}\n" + reading(102, lengthQuery) + closed)
+            .forgiven()
+            .leaves(before + boris),
+        Step(read(101, keyBuffers))
+            .gives(keyLengths)
+            .onFailure("| C_GetAttributeValue #2 failed for 101. Code: {code}\n{rest}")
+            .forgiven()
+            .leaves(before + boris),
+        Step(read(102, secondLengthQuery))
+            .gives(keyLengths)
+            .onFailure("| C_GetAttributeValue failed for 102. Code: {code}\n" + closed)
+            .leaves(before + alice),
+        Step(read(102, keyBuffers))
+            .gives(keyLengths)
+            .onFailure("| C_GetAttributeValue #2 failed for 102. Code: {code}\n{rest}")
+            .leaves(before + alice),
+    });
+    operation.outputs = before + alice + boris;
+    operation.outputsOfFailure = before;
+    sweep(operation);
 }
 
 TEST(ObjectListing, OfAnEmptyTokenEndsTidilyWhicheverCallFails)
 {
-    sweep({[](ScriptedModule&) {},
-           [](P11Wrapper& token) -> Outcome {
-               Buffer pin = "12345678";
-               Records records;
-               const CK_RV rv = token.ListObjects(slotId, pin.data(), pin.size(), records);
-               return {rv, textOf(records)};
-           },
-           {openSession,
-            userLogin,
-            startSearch(noTemplate),
-            {findNext, " -> {}", "{rest}", Ends::withSuccess},
-            {"C_FindObjectsFinal(session 41)", "", "| C_FindObjectsFinal failed. Code: {code}\n{rest}"},
-            closeSession}});
+    Operation operation;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer pin = "12345678";
+        Records records;
+        const CK_RV rv = token.ListObjects(slotId, pin.data(), pin.size(), records);
+        return {rv, textOf(records)};
+    };
+    operation.steps = inSession({
+        startSearch(everything),
+        Step(findNext).gives("{}").onFailure("{rest}").forgiven(),
+        Step("C_FindObjectsFinal(session 41)").onFailure("| C_FindObjectsFinal failed. Code: {code}\n{rest}"),
+    });
+    sweep(operation);
 }
 
 // --- Results ---
@@ -80,11 +93,10 @@ TEST(ObjectListing, OfAnEmptyTokenEndsTidilyWhicheverCallFails)
 TEST_F(ObjectListingTest, MissingAttributeIsNoFailure)
 {
     module.add(dataObject("note"));
-    EXPECT_EQ(list(), opened + loggedIn + searchStarted + findNext + " -> {101}: CKR_OK\n" + findNext +
-                          " -> {}: CKR_OK\n" + searchEnded + read(101, lengthQuery) + ": CKR_ATTRIBUTE_TYPE_INVALID\n" +
-                          read(101, "{CKA_CLASS zeros [8], CKA_ID null [0], CKA_LABEL zeros [4], "
-                                    "CKA_KEY_TYPE null [0]}") +
-                          ": CKR_ATTRIBUTE_TYPE_INVALID\n" + closed);
+    EXPECT_EQ(list(), inSession(allFound({"101"}) + read(101, lengthQuery) + ": CKR_ATTRIBUTE_TYPE_INVALID\n" +
+                                read(101, "{CKA_CLASS zeros [8], CKA_ID null [0], CKA_LABEL zeros [4], "
+                                          "CKA_KEY_TYPE null [0]}") +
+                                ": CKR_ATTRIBUTE_TYPE_INVALID\n"));
     EXPECT_CKR(CKR_OK, rv);
     EXPECT_EQ(records, (Records{{"data", "note", "", ""}}));
 }
@@ -99,26 +111,24 @@ TEST_F(ObjectListingTest, OpenSessionThatMissesAnAttributeCountsAsSuccess)
 TEST_F(ObjectListingTest, LoginThatMissesAnAttributeFails)
 {
     module.C_Login = answering(CKR_ATTRIBUTE_TYPE_INVALID);
-    EXPECT_EQ(list(), opened + "C_Login(session 41, CKU_USER, PIN \"12345678\" [8]): CKR_ATTRIBUTE_TYPE_INVALID\n" +
-                          closed + "| Login failed. Code: 18\n");
+    EXPECT_EQ(list(), loginRefused(userAndPin, CKR_ATTRIBUTE_TYPE_INVALID));
     EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, rv);
 }
 
 TEST_F(ObjectListingTest, SearchStartThatMissesAnAttributeFails)
 {
     module.C_FindObjectsInit = answering(CKR_ATTRIBUTE_TYPE_INVALID);
-    EXPECT_EQ(list(), opened + loggedIn + "C_FindObjectsInit(session 41, null [0]): CKR_ATTRIBUTE_TYPE_INVALID\n" +
-                          closed + "| C_FindObjectsInit failed. Code: 18\n");
+    EXPECT_EQ(list(), inSession("C_FindObjectsInit(session 41, null [0]): CKR_ATTRIBUTE_TYPE_INVALID\n") +
+                          "| C_FindObjectsInit failed. Code: 18\n");
     EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, rv);
 }
 
 TEST_F(ObjectListingTest, SearchEndThatMissesAnAttributeIsReportedAndCountsAsSuccess)
 {
     module.C_FindObjectsFinal = answering(CKR_ATTRIBUTE_TYPE_INVALID);
-    EXPECT_EQ(list(), opened + loggedIn + searchStarted + findNext + " -> {}: CKR_OK\n" +
-                          "C_FindObjectsFinal(session 41): CKR_ATTRIBUTE_TYPE_INVALID\n"
-                          "| C_FindObjectsFinal failed. Code: 18\n" +
-                          closed);
+    EXPECT_EQ(list(), inSession(searchStarted(everything) + next("") +
+                                "C_FindObjectsFinal(session 41): CKR_ATTRIBUTE_TYPE_INVALID\n"
+                                "| C_FindObjectsFinal failed. Code: 18\n"));
     EXPECT_CKR(CKR_OK, rv);
 }
 
@@ -126,9 +136,8 @@ TEST_F(ObjectListingTest, SensitiveAttributeLeavesTheObjectOut)
 {
     module.add(privateKey("alice", {0x01}));
     module.objects[101][CKA_ID] = std::nullopt;
-    EXPECT_EQ(list(), opened + loggedIn + searchStarted + findNext + " -> {101}: CKR_OK\n" + findNext +
-                          " -> {}: CKR_OK\n" + searchEnded + read(101, lengthQuery) + ": CKR_ATTRIBUTE_SENSITIVE\n" +
-                          "| C_GetAttributeValue failed for 101. Code: 17\n" + closed);
+    EXPECT_EQ(list(), inSession(allFound({"101"}) + read(101, lengthQuery) + ": CKR_ATTRIBUTE_SENSITIVE\n" +
+                                "| C_GetAttributeValue failed for 101. Code: 17\n"));
     EXPECT_CKR(CKR_ATTRIBUTE_SENSITIVE, rv);
     EXPECT_TRUE(records.empty());
 }

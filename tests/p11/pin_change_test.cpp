@@ -3,35 +3,35 @@
 #include "tests/p11/wrapper_test.h"
 
 using namespace scripted;
+using namespace stories;
 
 namespace {
 
 TEST(PinChange, OfTheUserPinEndsTidilyWhicheverCallFails)
 {
-    sweep({[](ScriptedModule&) {},
-           [](P11Wrapper& token) -> Outcome {
-               Buffer oldPin = "12345678";
-               Buffer newPin = "new pin";
-               return {token.SetPin(slotId, oldPin.data(), oldPin.size(), newPin.data(), newPin.size())};
-           },
-           {openSession,
-            userLogin,
-            {"C_SetPIN(session 41, old \"12345678\" [8], new \"new pin\" [7])", "", closed},
-            closeSession}});
+    Operation operation;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer oldPin = "12345678";
+        Buffer newPin = "new pin";
+        return {token.SetPin(slotId, oldPin.data(), oldPin.size(), newPin.data(), newPin.size())};
+    };
+    operation.steps =
+        inSession({Step("C_SetPIN(session 41, old \"12345678\" [8], new \"new pin\" [7])").onFailure(closed)});
+    sweep(operation);
 }
 
 TEST(PinChange, OfTheSecurityOfficersPinEndsTidilyWhicheverCallFails)
 {
-    sweep({[](ScriptedModule&) {},
-           [](P11Wrapper& token) -> Outcome {
-               Buffer oldPuk = "87654321";
-               Buffer newPuk = "new puk";
-               return {token.SetPuk(slotId, oldPuk.data(), oldPuk.size(), newPuk.data(), newPuk.size())};
-           },
-           {openSession,
-            {"C_Login(session 41, CKU_SO, PIN \"87654321\" [8])", "", closed + "| Login failed. Code: {code}\n"},
-            {"C_SetPIN(session 41, old \"87654321\" [8], new \"new puk\" [7])", "", closed},
-            closeSession}});
+    Operation operation;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer oldPuk = "87654321";
+        Buffer newPuk = "new puk";
+        return {token.SetPuk(slotId, oldPuk.data(), oldPuk.size(), newPuk.data(), newPuk.size())};
+    };
+    operation.steps = {openSession, logIn("CKU_SO, PIN \"87654321\" [8]"),
+                       Step("C_SetPIN(session 41, old \"87654321\" [8], new \"new puk\" [7])").onFailure(closed),
+                       closeSession};
+    sweep(operation);
 }
 
 using PinChangeTest = WrapperTest;
@@ -40,8 +40,7 @@ TEST_F(PinChangeTest, WrongOldPinIsReportedAfterTheSessionWasClosed)
 {
     Buffer wrong = "0000";
     EXPECT_EQ(story([&] { rv = token.SetPin(slotId, wrong.data(), wrong.size(), pin.data(), pin.size()); }),
-              opened + "C_Login(session 41, CKU_USER, PIN \"0000\" [4]): CKR_PIN_INCORRECT\n" + closed +
-                  "| Login failed. Code: 160\n");
+              loginRefused("CKU_USER, PIN \"0000\" [4]", CKR_PIN_INCORRECT));
     EXPECT_CKR(CKR_PIN_INCORRECT, rv);
     EXPECT_EQ(module.token.userPin, "12345678");
 }
@@ -49,8 +48,7 @@ TEST_F(PinChangeTest, WrongOldPinIsReportedAfterTheSessionWasClosed)
 TEST_F(PinChangeTest, UserPinIsNoPuk)
 {
     EXPECT_EQ(story([&] { rv = token.SetPuk(slotId, pin.data(), pin.size(), pin.data(), pin.size()); }),
-              opened + "C_Login(session 41, CKU_SO, PIN \"12345678\" [8]): CKR_PIN_INCORRECT\n" + closed +
-                  "| Login failed. Code: 160\n");
+              loginRefused("CKU_SO, PIN \"12345678\" [8]", CKR_PIN_INCORRECT));
     EXPECT_CKR(CKR_PIN_INCORRECT, rv);
 }
 
@@ -58,8 +56,8 @@ TEST_F(PinChangeTest, EmptyPinsReachTheModuleAsNull)
 {
     module.token.userPin = "";
     EXPECT_EQ(story([&] { rv = token.SetPin(slotId, nullptr, 0, nullptr, 0); }),
-              opened + "C_Login(session 41, CKU_USER, PIN null [0]): CKR_OK\n" +
-                  "C_SetPIN(session 41, old null [0], new null [0]): CKR_OK\n" + closed);
+              opened + login("CKU_USER, PIN null [0]") + "C_SetPIN(session 41, old null [0], new null [0]): CKR_OK\n" +
+                  closed);
     EXPECT_CKR(CKR_OK, rv);
 }
 
@@ -67,7 +65,7 @@ TEST_F(PinChangeTest, PinsAreBytesOfAnyValue)
 {
     Buffer newPin = Bytes{0x00, 0xff, 0x0a};
     EXPECT_EQ(story([&] { rv = token.SetPin(slotId, pin.data(), pin.size(), newPin.data(), newPin.size()); }),
-              opened + loggedIn + "C_SetPIN(session 41, old \"12345678\" [8], new 00ff0a [3]): CKR_OK\n" + closed);
+              inSession("C_SetPIN(session 41, old \"12345678\" [8], new 00ff0a [3]): CKR_OK\n"));
     EXPECT_CKR(CKR_OK, rv);
     EXPECT_EQ(bytesOf(module.token.userPin), newPin.bytes);
 }

@@ -5,6 +5,7 @@
 #include <exception>
 
 using namespace scripted;
+using namespace stories;
 using namespace std::string_literals;
 
 namespace {
@@ -53,60 +54,51 @@ std::string signedWith(const std::string& certificate, const std::string& key, c
            sign(certificate, "zeros [" + length + "]", key, certificates + " count " + count) + result;
 }
 
-std::string found(const std::string& attributes, const std::string& handle)
-{
-    return "C_FindObjectsInit(session 41, " + attributes + "): CKR_OK\n" +
-           "C_FindObjects(session 41, room for 1) -> {" + handle + "}: CKR_OK\n" + searchEnded;
-}
-
-std::string missed(const std::string& attributes, const std::string& number)
-{
-    return "C_FindObjectsInit(session 41, " + attributes + "): CKR_OK\n" +
-           "C_FindObjects(session 41, room for 1) -> {}: CKR_OK\n"
-           "| C_FindObjects object not found" +
-           number + ". Code: 0\n" + searchEnded;
-}
-
 TEST(Pkcs7Signing, WithAChainEndsTidilyWhicheverCallFails)
 {
     const std::string handles = "{103, 104}";
     const std::string signature = answer("101", "102", handles);
     const std::string length = std::to_string(signature.size());
-    sweep({addChain,
-           [](P11Wrapper& token) -> Outcome {
-               Buffer pin = "12345678";
-               Buffer data = "data";
-               Buffer certId = Bytes{0x01};
-               Buffer keyId = Bytes{0x02};
-               Bytes out = bytesOf("old");
-               const CK_RV rv = token.pkcs7Sign(slotId, pin.data(), pin.size(), data.data(), data.size(), certId.data(),
-                                                certId.size(), keyId.data(), keyId.size(), Ids{{0x03}, {0x04}}, 5, out);
-               return {rv, std::string(out.begin(), out.end())};
-           },
-           {openSession,
-            userLogin,
-            startSearch(certificateWith("01 [1]"), " #1"),
-            findOne(101, " #1"),
-            endSearch,
-            startSearch(keyWith("02 [1]"), " #2"),
-            findOne(102, " #2"),
-            endSearch,
-            startSearch(certificateWith("03 [1]"), " #3, Step: 1"),
-            {"C_FindObjects(session 41, room for 1)", " -> {103}",
-             "| C_FindObjects failed #3, Step: 1. Code: {code}\n" + searchEnded +
-                 found(certificateWith("04 [1]"), "104") + signedWith("101", "102", "{0, 104}", "2") + closed,
-             Ends::withSuccess, answer("101", "102", "{0, 104}")},
-            endSearch,
-            startSearch(certificateWith("04 [1]"), " #3, Step: 2"),
-            findOne(104, " #3, Step: 2"),
-            endSearch,
-            {sign("101", "null", "102", handles + " count 2"), " -> length " + length,
-             "| C_TOVR_pkcs7Sign failed #1. Code: {code}\n" + closed},
-            {sign("101", "zeros [" + length + "]", "102", handles + " count 2"), " -> length " + length,
-             "| C_TOVR_pkcs7Sign failed #2. Code: {code}\n{rest}"},
-            closeSession},
-           signature,
-           "old"});
+    Operation operation;
+    operation.prepare = addChain;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer pin = "12345678";
+        Buffer data = "data";
+        Buffer certId = Bytes{0x01};
+        Buffer keyId = Bytes{0x02};
+        Bytes out = bytesOf("old");
+        const CK_RV rv = token.pkcs7Sign(slotId, pin.data(), pin.size(), data.data(), data.size(), certId.data(),
+                                         certId.size(), keyId.data(), keyId.size(), Ids{{0x03}, {0x04}}, 5, out);
+        return {rv, std::string(out.begin(), out.end())};
+    };
+    operation.steps = inSession({
+        startSearch(certificateWith("01 [1]"), " #1"),
+        findOne(101, " #1"),
+        endSearch,
+        startSearch(keyWith("02 [1]"), " #2"),
+        findOne(102, " #2"),
+        endSearch,
+        startSearch(certificateWith("03 [1]"), " #3, Step: 1"),
+        Step(findNext)
+            .gives("{103}")
+            .onFailure("| C_FindObjects failed #3, Step: 1. Code: {code}\n" + searchEnded +
+                       found(certificateWith("04 [1]"), "104") + signedWith("101", "102", "{0, 104}", "2") + closed)
+            .forgiven()
+            .leaves(answer("101", "102", "{0, 104}")),
+        endSearch,
+        startSearch(certificateWith("04 [1]"), " #3, Step: 2"),
+        findOne(104, " #3, Step: 2"),
+        endSearch,
+        Step(sign("101", "null", "102", handles + " count 2"))
+            .gives("length " + length)
+            .onFailure("| C_TOVR_pkcs7Sign failed #1. Code: {code}\n" + closed),
+        Step(sign("101", "zeros [" + length + "]", "102", handles + " count 2"))
+            .gives("length " + length)
+            .onFailure("| C_TOVR_pkcs7Sign failed #2. Code: {code}\n{rest}"),
+    });
+    operation.outputs = signature;
+    operation.outputsOfFailure = "old";
+    sweep(operation);
 }
 
 class Pkcs7SigningTest : public WrapperTest {
@@ -135,28 +127,27 @@ protected:
 
 TEST_F(Pkcs7SigningTest, WithoutIdsTheModuleReceivesNoHandles)
 {
-    EXPECT_EQ(sign("", ""), opened + loggedIn + signedWith("0", "0", "null", "0") + closed);
+    EXPECT_EQ(sign("", ""), inSession(signedWith("0", "0", "null", "0")));
     EXPECT_CKR(CKR_OK, rv);
     EXPECT_EQ(signature(), answer("0", "0", "null"));
 }
 
 TEST_F(Pkcs7SigningTest, WithACertificateIdAlone)
 {
-    EXPECT_EQ(sign(Bytes{0x01}, ""), opened + loggedIn + signerFound + signedWith("101", "0", "null", "0") + closed);
+    EXPECT_EQ(sign(Bytes{0x01}, ""), inSession(signerFound + signedWith("101", "0", "null", "0")));
     EXPECT_CKR(CKR_OK, rv);
 }
 
 TEST_F(Pkcs7SigningTest, WithAKeyIdAlone)
 {
-    EXPECT_EQ(sign("", Bytes{0x02}), opened + loggedIn + keyFound + signedWith("0", "102", "null", "0") + closed);
+    EXPECT_EQ(sign("", Bytes{0x02}), inSession(keyFound + signedWith("0", "102", "null", "0")));
     EXPECT_CKR(CKR_OK, rv);
 }
 
 TEST_F(Pkcs7SigningTest, EarlierLoginWithoutCertificateIdEndsUnsigned)
 {
     module.C_Login = answering(CKR_USER_ALREADY_LOGGED_IN);
-    EXPECT_EQ(sign("", Bytes{0x02}, {{0x03}}),
-              opened + "C_Login(session 41, CKU_USER, PIN \"12345678\" [8]): CKR_USER_ALREADY_LOGGED_IN\n" + closed);
+    EXPECT_EQ(sign("", Bytes{0x02}, {{0x03}}), endedByEarlierLogin);
     EXPECT_CKR(CKR_USER_ALREADY_LOGGED_IN, rv);
     EXPECT_EQ(signature(), "old");
 }
@@ -164,23 +155,20 @@ TEST_F(Pkcs7SigningTest, EarlierLoginWithoutCertificateIdEndsUnsigned)
 TEST_F(Pkcs7SigningTest, EarlierLoginWithoutAnyIdEndsUnsigned)
 {
     module.C_Login = answering(CKR_USER_ALREADY_LOGGED_IN);
-    EXPECT_EQ(sign("", ""),
-              opened + "C_Login(session 41, CKU_USER, PIN \"12345678\" [8]): CKR_USER_ALREADY_LOGGED_IN\n" + closed);
+    EXPECT_EQ(sign("", ""), endedByEarlierLogin);
     EXPECT_CKR(CKR_USER_ALREADY_LOGGED_IN, rv);
 }
 
 TEST_F(Pkcs7SigningTest, MissingCertificateSkipsEverythingElse)
 {
-    EXPECT_EQ(sign(Bytes{0x99}, Bytes{0x02}, {{0x03}}),
-              opened + loggedIn + missed(certificateWith("99 [1]"), " #1") + closed);
+    EXPECT_EQ(sign(Bytes{0x99}, Bytes{0x02}, {{0x03}}), inSession(missed(certificateWith("99 [1]"), " #1")));
     EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
     EXPECT_EQ(signature(), "old");
 }
 
 TEST_F(Pkcs7SigningTest, MissingKeySkipsTheFurtherCertificates)
 {
-    EXPECT_EQ(sign(Bytes{0x01}, Bytes{0x99}, {{0x03}}),
-              opened + loggedIn + signerFound + missed(keyWith("99 [1]"), " #2") + closed);
+    EXPECT_EQ(sign(Bytes{0x01}, Bytes{0x99}, {{0x03}}), inSession(signerFound + missed(keyWith("99 [1]"), " #2")));
     EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
     EXPECT_EQ(signature(), "old");
 }
@@ -188,9 +176,8 @@ TEST_F(Pkcs7SigningTest, MissingKeySkipsTheFurtherCertificates)
 TEST_F(Pkcs7SigningTest, MissingFurtherCertificateInTheMiddleIsOnlyReported)
 {
     EXPECT_EQ(sign(Bytes{0x01}, Bytes{0x02}, {{0x03}, {0x99}, {0x04}}),
-              opened + loggedIn + signerFound + keyFound + middleFound +
-                  missed(certificateWith("99 [1]"), " #3, Step: 2") + found(certificateWith("04 [1]"), "104") +
-                  signedWith("101", "102", "{103, 0, 104}", "3") + closed);
+              inSession(signerFound + keyFound + middleFound + missed(certificateWith("99 [1]"), " #3, Step: 2") +
+                        found(certificateWith("04 [1]"), "104") + signedWith("101", "102", "{103, 0, 104}", "3")));
     EXPECT_CKR(CKR_OK, rv);
     EXPECT_EQ(signature(), answer("101", "102", "{103, 0, 104}"));
 }
@@ -198,8 +185,8 @@ TEST_F(Pkcs7SigningTest, MissingFurtherCertificateInTheMiddleIsOnlyReported)
 TEST_F(Pkcs7SigningTest, MissingLastFurtherCertificateEndsUnsigned)
 {
     EXPECT_EQ(sign(Bytes{0x01}, Bytes{0x02}, {{0x03}, {0x04}, {0x99}}),
-              opened + loggedIn + signerFound + keyFound + middleFound + found(certificateWith("04 [1]"), "104") +
-                  missed(certificateWith("99 [1]"), " #3, Step: 3") + closed);
+              inSession(signerFound + keyFound + middleFound + found(certificateWith("04 [1]"), "104") +
+                        missed(certificateWith("99 [1]"), " #3, Step: 3")));
     EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
     EXPECT_EQ(signature(), "old");
 }
@@ -220,7 +207,7 @@ TEST_F(Pkcs7SigningTest, HandleThatTheModuleLeftAtAMissIsHandedOn)
 
 TEST_F(Pkcs7SigningTest, EmptyFurtherIdIsSearchedFor)
 {
-    EXPECT_EQ(sign("", "", {{}}), opened + loggedIn + missed(certificateWith("null [0]"), " #3, Step: 1") + closed);
+    EXPECT_EQ(sign("", "", {{}}), inSession(missed(certificateWith("null [0]"), " #3, Step: 1")));
     EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
 }
 
@@ -239,8 +226,7 @@ TEST_F(Pkcs7SigningTest, LengthZeroEmptiesTheSignature)
         *length = 0;
         return CKR_OK;
     };
-    EXPECT_EQ(sign("", ""),
-              opened + loggedIn + ::sign("0", "null", "0", "null count 0") + " -> length 0: CKR_OK\n" + closed);
+    EXPECT_EQ(sign("", ""), inSession(::sign("0", "null", "0", "null count 0") + " -> length 0: CKR_OK\n"));
     EXPECT_CKR(CKR_OK, rv);
     EXPECT_EQ(signature(), "");
 }
@@ -274,8 +260,7 @@ TEST_F(Pkcs7SigningTest, SignatureThatCannotBeHeldLeavesAsExceptionWithTheSessio
     };
     Buffer none = "";
     EXPECT_EQ(story([&] { EXPECT_THROW(run(none, none, {}), std::exception); }),
-              opened + loggedIn + ::sign("0", "null", "0", "null count 0") +
-                  " -> length 18446744073709551615: CKR_OK\n" + closed);
+              inSession(::sign("0", "null", "0", "null count 0") + " -> length 18446744073709551615: CKR_OK\n"));
     EXPECT_EQ(signature(), "old");
 }
 

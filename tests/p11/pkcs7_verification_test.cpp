@@ -8,13 +8,14 @@ namespace {
 
 TEST(Pkcs7Verification, EndsTidilyWhicheverCallFails)
 {
-    sweep({[](ScriptedModule&) {},
-           [](P11Wrapper& token) -> Outcome {
-               Buffer first = "same";
-               Buffer second = "same";
-               return {token.pkcs7Verify(first.data(), first.size(), second.data(), second.size())};
-           },
-           {{"C_TOVR_pkcs7Verify(first \"same\" [4], second \"same\" [4])", "", ""}}});
+    Operation operation;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer first = "same";
+        Buffer second = "same";
+        return {token.pkcs7Verify(first.data(), first.size(), second.data(), second.size())};
+    };
+    operation.steps = {Step("C_TOVR_pkcs7Verify(first \"same\" [4], second \"same\" [4])")};
+    sweep(operation);
 }
 
 using Pkcs7VerificationTest = WrapperTest;

@@ -5,6 +5,7 @@
 #include <exception>
 
 using namespace scripted;
+using namespace stories;
 
 namespace {
 
@@ -25,27 +26,28 @@ const std::string keyOfAlice = "{CKA_CLASS CKO_PUBLIC_KEY [8], CKA_LABEL \"alice
 TEST(CertificateRetrieval, ByLabelAndIdEndsTidilyWhicheverCallFails)
 {
     const Bytes old = {0xee};
-    sweep({[](ScriptedModule& module) { module.add(certificate("alice", {0x01}, der)); },
-           [&](P11Wrapper& token) -> Outcome {
-               Buffer pin = "12345678";
-               Buffer id = Bytes{0x01};
-               Bytes out = old;
-               const CK_RV rv =
-                   token.GetX509Certificate(slotId, pin.data(), pin.size(), "alice", id.data(), id.size(), out);
-               return {rv, hex(out)};
-           },
-           {openSession,
-            userLogin,
-            startSearch(certificateOfAlice),
-            findOne(101),
-            {"C_GetAttributeValue(session 41, object 101, {CKA_VALUE null [0]})", " -> [5]",
-             "| C_GetAttributeValue failed for 101. Code: {code}\n" + searchEnded + closed},
-            {"C_GetAttributeValue(session 41, object 101, {CKA_VALUE zeros [5]})", " -> [5]",
-             "| C_GetAttributeValue failed #2 for 101. Code: {code}\n{rest}", Ends::withTheCode, hex(Bytes(5, 0))},
-            endSearch,
-            closeSession},
-           hex(der),
-           hex(old)});
+    Operation operation;
+    operation.prepare = [](ScriptedModule& module) { module.add(certificate("alice", {0x01}, der)); };
+    operation.perform = [&](P11Wrapper& token) -> Outcome {
+        Buffer pin = "12345678";
+        Buffer id = Bytes{0x01};
+        Bytes out = old;
+        const CK_RV rv = token.GetX509Certificate(slotId, pin.data(), pin.size(), "alice", id.data(), id.size(), out);
+        return {rv, hex(out)};
+    };
+    operation.steps =
+        inSession({startSearch(certificateOfAlice), findOne(101),
+                   Step("C_GetAttributeValue(session 41, object 101, {CKA_VALUE null [0]})")
+                       .gives("[5]")
+                       .onFailure("| C_GetAttributeValue failed for 101. Code: {code}\n" + searchEnded + closed),
+                   Step("C_GetAttributeValue(session 41, object 101, {CKA_VALUE zeros [5]})")
+                       .gives("[5]")
+                       .onFailure("| C_GetAttributeValue failed #2 for 101. Code: {code}\n{rest}")
+                       .leaves(hex(Bytes(5, 0))),
+                   endSearch});
+    operation.outputs = hex(der);
+    operation.outputsOfFailure = hex(old);
+    sweep(operation);
 }
 
 class RetrievalTest : public WrapperTest {
@@ -63,13 +65,7 @@ protected:
     }
 
     /// The story of a search that finds nothing.
-    static std::string missed(const std::string& attributes)
-    {
-        return opened + loggedIn + "C_FindObjectsInit(session 41, " + attributes + "): CKR_OK\n" +
-               "C_FindObjects(session 41, room for 1) -> {}: CKR_OK\n"
-               "| C_FindObjects object not found. Code: 0\n" +
-               searchEnded + closed;
-    }
+    static std::string inVain(const std::string& attributes) { return inSession(missed(attributes)); }
 
     const Bytes old = {0xee};
     Bytes out = old;
@@ -79,26 +75,26 @@ protected:
 TEST_F(RetrievalTest, MissingCertificateFailsAndPrintsZero)
 {
     module.add(rsaPublicKey("alice", {0x01}, modulus, exponent));
-    EXPECT_EQ(getCertificate("alice", Bytes{0x01}), missed(certificateOfAlice));
+    EXPECT_EQ(getCertificate("alice", Bytes{0x01}), inVain(certificateOfAlice));
     EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
     EXPECT_EQ(out, old);
 }
 
 TEST_F(RetrievalTest, EmptyIdLeavesTheIdOutOfTheSearch)
 {
-    EXPECT_EQ(getCertificate("alice"), missed("{CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"alice\" [5]}"));
+    EXPECT_EQ(getCertificate("alice"), inVain("{CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"alice\" [5]}"));
 }
 
 TEST_F(RetrievalTest, IdOfLengthZeroIsLeftOutWhateverItsPointer)
 {
     unsigned char id = 0x01;
     EXPECT_EQ(story([&] { rv = token.GetX509Certificate(slotId, pin.data(), pin.size(), "alice", &id, 0, out); }),
-              missed("{CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"alice\" [5]}"));
+              inVain("{CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"alice\" [5]}"));
 }
 
 TEST_F(RetrievalTest, EmptyLabelIsStillSent)
 {
-    EXPECT_EQ(getCertificate(""), missed("{CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"\" [0]}"));
+    EXPECT_EQ(getCertificate(""), inVain("{CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"\" [0]}"));
 }
 
 TEST_F(RetrievalTest, FirstOfSeveralCertificatesWins)
@@ -172,11 +168,9 @@ TEST_F(RetrievalTest, CertificateThatCannotBeHeldLeavesAsExceptionWithTheSession
                   EXPECT_THROW(token.GetX509Certificate(slotId, pin.data(), pin.size(), "alice", nullptr, 0, out),
                                std::exception);
               }),
-              opened + loggedIn +
-                  "C_FindObjectsInit(session 41, {CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"alice\" [5]}): CKR_OK\n"
-                  "C_FindObjects(session 41, room for 1) -> {101}: CKR_OK\n"
-                  "C_GetAttributeValue(session 41, object 101, {CKA_VALUE null [0]}) -> [none]: CKR_OK\n" +
-                  searchEnded + closed);
+              inSession(searchStarted("{CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"alice\" [5]}") + next("101") +
+                        "C_GetAttributeValue(session 41, object 101, {CKA_VALUE null [0]}) -> [none]: CKR_OK\n" +
+                        searchEnded));
     EXPECT_EQ(out, old);
 }
 
@@ -185,34 +179,37 @@ TEST_F(RetrievalTest, CertificateThatCannotBeHeldLeavesAsExceptionWithTheSession
 TEST(PublicKeyRetrieval, ByLabelAndIdEndsTidilyWhicheverCallFails)
 {
     const std::string old = "\"m\" [1] \"e\" [1]";
-    sweep({[](ScriptedModule& module) { module.add(rsaPublicKey("alice", {0x01}, modulus, exponent)); },
-           [](P11Wrapper& token) -> Outcome {
-               Buffer pin = "12345678";
-               Buffer id = Bytes{0x01};
-               Bytes m = {'m'};
-               Bytes e = {'e'};
-               const CK_RV rv = token.GetPublicKey(slotId, pin.data(), pin.size(), "alice", id.data(), id.size(), m, e);
-               return {rv, hex(m) + " " + hex(e)};
-           },
-           {openSession,
-            userLogin,
-            startSearch(keyOfAlice),
-            findOne(101),
-            {"C_GetAttributeValue(session 41, object 101, {CKA_MODULUS null [0], CKA_PUBLIC_EXPONENT null [0]})",
-             " -> [4, 3]", "| C_GetAttributeValue failed for 101. Code: {code}\n" + searchEnded + closed},
-            {"C_GetAttributeValue(session 41, object 101, {CKA_MODULUS zeros [4], CKA_PUBLIC_EXPONENT zeros [3]})",
-             " -> [4, 3]", "| C_GetAttributeValue failed #2 for 101. Code: {code}\n{rest}", Ends::withTheCode,
-             hex(Bytes(4, 0)) + " " + hex(Bytes(3, 0))},
-            endSearch,
-            closeSession},
-           hex(modulus) + " " + hex(exponent),
-           old});
+    Operation operation;
+    operation.prepare = [](ScriptedModule& module) { module.add(rsaPublicKey("alice", {0x01}, modulus, exponent)); };
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer pin = "12345678";
+        Buffer id = Bytes{0x01};
+        Bytes m = {'m'};
+        Bytes e = {'e'};
+        const CK_RV rv = token.GetPublicKey(slotId, pin.data(), pin.size(), "alice", id.data(), id.size(), m, e);
+        return {rv, hex(m) + " " + hex(e)};
+    };
+    operation.steps = inSession({
+        startSearch(keyOfAlice),
+        findOne(101),
+        Step("C_GetAttributeValue(session 41, object 101, {CKA_MODULUS null [0], CKA_PUBLIC_EXPONENT null [0]})")
+            .gives("[4, 3]")
+            .onFailure("| C_GetAttributeValue failed for 101. Code: {code}\n" + searchEnded + closed),
+        Step("C_GetAttributeValue(session 41, object 101, {CKA_MODULUS zeros [4], CKA_PUBLIC_EXPONENT zeros [3]})")
+            .gives("[4, 3]")
+            .onFailure("| C_GetAttributeValue failed #2 for 101. Code: {code}\n{rest}")
+            .leaves(hex(Bytes(4, 0)) + " " + hex(Bytes(3, 0))),
+        endSearch,
+    });
+    operation.outputs = hex(modulus) + " " + hex(exponent);
+    operation.outputsOfFailure = old;
+    sweep(operation);
 }
 
 TEST_F(RetrievalTest, MissingPublicKeyFailsAndPrintsZero)
 {
     module.add(certificate("alice", {0x01}, der));
-    EXPECT_EQ(getKey("alice", Bytes{0x01}), missed(keyOfAlice));
+    EXPECT_EQ(getKey("alice", Bytes{0x01}), inVain(keyOfAlice));
     EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
     EXPECT_EQ(out, old);
     EXPECT_EQ(out2, old);
@@ -232,13 +229,12 @@ TEST_F(RetrievalTest, KeyWithoutRsaComponentsGivesTheModulesCode)
 {
     module.add(gostPublicKey("boris", {0x02}));
     EXPECT_EQ(getKey("boris"),
-              opened + loggedIn +
-                  "C_FindObjectsInit(session 41, {CKA_CLASS CKO_PUBLIC_KEY [8], CKA_LABEL \"boris\" [5]}): CKR_OK\n"
-                  "C_FindObjects(session 41, room for 1) -> {101}: CKR_OK\n"
-                  "C_GetAttributeValue(session 41, object 101, {CKA_MODULUS null [0], CKA_PUBLIC_EXPONENT null [0]}): "
-                  "CKR_ATTRIBUTE_TYPE_INVALID\n"
-                  "| C_GetAttributeValue failed for 101. Code: 18\n" +
-                  searchEnded + closed);
+              inSession(searchStarted("{CKA_CLASS CKO_PUBLIC_KEY [8], CKA_LABEL \"boris\" [5]}") + next("101") +
+                        "C_GetAttributeValue(session 41, object 101, {CKA_MODULUS null [0], CKA_PUBLIC_EXPONENT null "
+                        "[0]}): "
+                        "CKR_ATTRIBUTE_TYPE_INVALID\n"
+                        "| C_GetAttributeValue failed for 101. Code: 18\n" +
+                        searchEnded));
     EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, rv);
     EXPECT_EQ(out, old);
     EXPECT_EQ(out2, old);

@@ -3,6 +3,7 @@
 #include "tests/p11/listing_test.h"
 
 using namespace scripted;
+using namespace stories;
 
 namespace {
 
@@ -84,7 +85,7 @@ TEST_F(SilentModuleTest, SearchWithoutACountFindsNothing)
 {
     module.C_FindObjects = answering(CKR_OK);
     EXPECT_EQ(storyOnSoiledStack([&] { return token.ListObjects(slotId, pin.data(), pin.size(), records); }),
-              opened + loggedIn + searchStarted + findNext + " -> {}: CKR_OK\n" + searchEnded + closed);
+              inSession(allFound({})));
     EXPECT_CKR(CKR_OK, rv);
     EXPECT_TRUE(records.empty());
 }
@@ -112,12 +113,11 @@ TEST_F(SilentModuleTest, ObjectWithoutAHandleIsZero)
     Bytes out;
     EXPECT_EQ(storyOnSoiledStack(
                   [&] { return token.GetX509Certificate(slotId, pin.data(), pin.size(), "alice", nullptr, 0, out); }),
-              opened + loggedIn +
-                  "C_FindObjectsInit(session 41, {CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"alice\" [5]}): CKR_OK\n" +
-                  findNext + " -> {0}: CKR_OK\n" + read(0, "{CKA_VALUE null [0]}") +
-                  ": CKR_OBJECT_HANDLE_INVALID\n"
-                  "| C_GetAttributeValue failed for 0. Code: 130\n" +
-                  searchEnded + closed);
+              inSession(searchStarted("{CKA_CLASS CKO_CERTIFICATE [8], CKA_LABEL \"alice\" [5]}") + next("0") +
+                        read(0, "{CKA_VALUE null [0]}") +
+                        ": CKR_OBJECT_HANDLE_INVALID\n"
+                        "| C_GetAttributeValue failed for 0. Code: 130\n" +
+                        searchEnded));
     EXPECT_CKR(CKR_OBJECT_HANDLE_INVALID, rv);
 }
 

@@ -3,6 +3,7 @@
 
 #include <exception>
 #include <ostream>
+#include <utility>
 
 using namespace scripted;
 
@@ -149,7 +150,7 @@ TEST_F(SlotLookupTest, CountThatCannotBeHeldLeavesAsException)
 
 TEST_F(SlotLookupTest, UnreadableSlotIsReportedAndPassedOver)
 {
-    module.slots = {{3, "Reader A"}, {5, "Reader A 2", "Scripted Works", CKR_DEVICE_REMOVED}, {4, "Reader B"}};
+    module.slots = {{3, "Reader A"}, unreadable({5, "Reader A 2"}, CKR_DEVICE_REMOVED), {4, "Reader B"}};
     EXPECT_EQ(lookUp("Reader A"), counted + " -> count 3: CKR_OK\n" +
                                       "C_GetSlotList(token present 0, list {0, 0, 0}, count 3) -> count 3: CKR_OK\n"
                                       "C_GetSlotInfo(slot 3): CKR_OK\n"
@@ -162,7 +163,7 @@ TEST_F(SlotLookupTest, UnreadableSlotIsReportedAndPassedOver)
 
 TEST_F(SlotLookupTest, UnreadableLastSlotDecidesTheResultDespiteAMatch)
 {
-    module.slots = {{3, "Reader A"}, {5, "Reader A 2", "Scripted Works", widestCode}};
+    module.slots = {{3, "Reader A"}, unreadable({5, "Reader A 2"}, widestCode)};
     EXPECT_EQ(lookUp("Reader A"), counted + " -> count 2: CKR_OK\n" +
                                       "C_GetSlotList(token present 0, list {0, 0}, count 2) -> count 2: CKR_OK\n"
                                       "C_GetSlotInfo(slot 3): CKR_OK\n"
@@ -186,7 +187,7 @@ TEST_F(SlotLookupTest, UnreadableSlotsAloneAreNoTerminal)
 
 TEST_F(SlotLookupTest, EmptyNameSelectsTheLastReadableSlot)
 {
-    module.slots = {{3, "Reader A"}, {5, "Reader B"}, {4, "Reader C", "Scripted Works", CKR_DEVICE_REMOVED}};
+    module.slots = {{3, "Reader A"}, {5, "Reader B"}, unreadable({4, "Reader C"}, CKR_DEVICE_REMOVED)};
     lookUp("");
     EXPECT_CKR(CKR_DEVICE_REMOVED, rv);
     EXPECT_EQ(found, 5);
@@ -197,10 +198,24 @@ TEST_F(SlotLookupTest, EmptyNameSelectsTheLastReadableSlot)
 struct Pair {
     const char* title;
     std::string name;
-    std::string description;
-    std::string manufacturer;
+    Slot slot;
     bool match;
 };
+
+Slot reader(std::string description, std::string manufacturer = "Maker")
+{
+    return {slotId, std::move(description), std::move(manufacturer)};
+}
+
+Pair match(const char* title, std::string name, Slot slot)
+{
+    return {title, std::move(name), std::move(slot), true};
+}
+
+Pair noMatch(const char* title, std::string name, Slot slot)
+{
+    return {title, std::move(name), std::move(slot), false};
+}
 
 std::ostream& operator<<(std::ostream& stream, const Pair& pair)
 {
@@ -216,37 +231,37 @@ std::string nulPadded(std::string text, std::size_t width)
 const std::string wide(64, 'r');
 
 const Pair pairs[] = {
-    {"TheDescription", "Reader 0", "Reader 0", "Maker", true},
-    {"TheManufacturer", "Maker", "Reader 0", "Maker", true},
-    {"NameIsPrefixOfDescription", "Reader 1", "Reader 10", "Maker", true},
-    {"DescriptionIsPrefixOfName", "Reader 0 Extra", "Reader 0", "Maker", true},
-    {"NameIsPrefixOfManufacturer", "Mak", "Reader 0", "Maker", true},
-    {"ManufacturerIsPrefixOfName", "Maker's reader", "Reader 0", "Maker", true},
-    {"AnotherReader", "Reader 1", "Reader 0", "Maker", false},
-    {"PieceFromTheMiddle", "eader", "Reader 0", "Maker", false},
-    {"OtherCase", "reader 0", "Reader 0", "Maker", false},
-    {"BothFieldsJoined", "Maker Reader 0", "Reader 0", "Makers", false},
-    {"BlankManufacturerMatchesAnything", "Elsewhere", "Reader 0", "", true},
-    {"BlankDescriptionMatchesAnything", "Elsewhere", "", "Maker", true},
-    {"EmptyNameMatchesAnything", "", "Reader 0", "Maker", true},
-    {"BlankInsideTheField", "Reader 0 ", "Reader 0 A", "Maker", true},
-    {"BlankBehindTheName", "Reader 0 ", "Reader 0", "Maker", true},
-    {"LeadingBlankIsText", "Reader 0", " Reader 0", "Maker", false},
-    {"LeadingBlankInBoth", " Reader 0", " Reader 0", "Maker", true},
-    {"OneLetterField", "R", "Q", "R", true},
-    {"FieldOfFullWidth", wide, wide, "Maker", true},
-    {"NameLongerThanAFullField", wide + "x", wide, "Maker", true},
-    {"DifferenceInTheLastByteOfAFullField", std::string(63, 'r') + "s", wide, "Maker", false},
-    {"ManufacturerOfFullWidth", std::string(33, 'm'), "Reader 0", std::string(32, 'm'), true},
-    {"ManufacturerIsNotReadPastItsEnd", std::string(32, 'm') + "Reader", "Other", std::string(32, 'm'), true},
-    {"NulPaddedFieldIsNoPrefix", "Reader 0 Extra", nulPadded("Reader 0", 64), "Maker", false},
-    {"NulPaddedFieldMatchesItsText", "Reader 0", nulPadded("Reader 0", 64), "Maker", true},
-    {"NulPaddedFieldMatchesAPrefixOfItsText", "Read", nulPadded("Reader 0", 64), "Maker", true},
-    {"NulPaddedManufacturerIsNoPrefix", "Maker Extra", "Reader 0", nulPadded("Maker", 32), false},
-    {"FieldOfNulsAloneMatchesNoName", "Reader 0", nulPadded("", 64), "Maker", false},
-    {"NulBeforeTheBlanks", "Reader 0 Extra", nulPadded("Reader 0", 9), "Maker", false},
-    {"BytesAboveAscii", "\xd0\xa7\xd0\xb8", "\xd0\xa7\xd0\xb8\xd1\x82", "Maker", true},
-    {"OtherBytesAboveAscii", "\xd0\xa7\xd0\xb9", "\xd0\xa7\xd0\xb8\xd1\x82", "Maker", false},
+    match("TheDescription", "Reader 0", reader("Reader 0")),
+    match("TheManufacturer", "Maker", reader("Reader 0")),
+    match("NameIsPrefixOfDescription", "Reader 1", reader("Reader 10")),
+    match("DescriptionIsPrefixOfName", "Reader 0 Extra", reader("Reader 0")),
+    match("NameIsPrefixOfManufacturer", "Mak", reader("Reader 0")),
+    match("ManufacturerIsPrefixOfName", "Maker's reader", reader("Reader 0")),
+    noMatch("AnotherReader", "Reader 1", reader("Reader 0")),
+    noMatch("PieceFromTheMiddle", "eader", reader("Reader 0")),
+    noMatch("OtherCase", "reader 0", reader("Reader 0")),
+    noMatch("BothFieldsJoined", "Maker Reader 0", reader("Reader 0", "Makers")),
+    match("BlankManufacturerMatchesAnything", "Elsewhere", reader("Reader 0", "")),
+    match("BlankDescriptionMatchesAnything", "Elsewhere", reader("")),
+    match("EmptyNameMatchesAnything", "", reader("Reader 0")),
+    match("BlankInsideTheField", "Reader 0 ", reader("Reader 0 A")),
+    match("BlankBehindTheName", "Reader 0 ", reader("Reader 0")),
+    noMatch("LeadingBlankIsText", "Reader 0", reader(" Reader 0")),
+    match("LeadingBlankInBoth", " Reader 0", reader(" Reader 0")),
+    match("OneLetterField", "R", reader("Q", "R")),
+    match("FieldOfFullWidth", wide, reader(wide)),
+    match("NameLongerThanAFullField", wide + "x", reader(wide)),
+    noMatch("DifferenceInTheLastByteOfAFullField", std::string(63, 'r') + "s", reader(wide)),
+    match("ManufacturerOfFullWidth", std::string(33, 'm'), reader("Reader 0", std::string(32, 'm'))),
+    match("ManufacturerIsNotReadPastItsEnd", std::string(32, 'm') + "Reader", reader("Other", std::string(32, 'm'))),
+    noMatch("NulPaddedFieldIsNoPrefix", "Reader 0 Extra", reader(nulPadded("Reader 0", 64))),
+    match("NulPaddedFieldMatchesItsText", "Reader 0", reader(nulPadded("Reader 0", 64))),
+    match("NulPaddedFieldMatchesAPrefixOfItsText", "Read", reader(nulPadded("Reader 0", 64))),
+    noMatch("NulPaddedManufacturerIsNoPrefix", "Maker Extra", reader("Reader 0", nulPadded("Maker", 32))),
+    noMatch("FieldOfNulsAloneMatchesNoName", "Reader 0", reader(nulPadded("", 64))),
+    noMatch("NulBeforeTheBlanks", "Reader 0 Extra", reader(nulPadded("Reader 0", 9))),
+    match("BytesAboveAscii", "\xd0\xa7\xd0\xb8", reader("\xd0\xa7\xd0\xb8\xd1\x82")),
+    noMatch("OtherBytesAboveAscii", "\xd0\xa7\xd0\xb9", reader("\xd0\xa7\xd0\xb8\xd1\x82")),
 };
 
 class SlotMatchTest : public SlotLookupTest, public testing::WithParamInterface<Pair> {};
@@ -254,7 +269,7 @@ class SlotMatchTest : public SlotLookupTest, public testing::WithParamInterface<
 TEST_P(SlotMatchTest, IsAPrefixTestInBothDirections)
 {
     const Pair& pair = GetParam();
-    module.slots = {{7, pair.description, pair.manufacturer}};
+    module.slots = {pair.slot};
     const std::string told = lookUp(pair.name.c_str());
     EXPECT_CKR(pair.match ? CKR_OK : CKR_FUNCTION_FAILED, rv);
     EXPECT_EQ(found, pair.match ? 7 : untouched);

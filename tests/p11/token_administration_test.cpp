@@ -3,6 +3,7 @@
 #include "tests/p11/wrapper_test.h"
 
 using namespace scripted;
+using namespace stories;
 using namespace std::string_literals;
 
 namespace {
@@ -11,13 +12,15 @@ namespace {
 
 TEST(TokenInitialisation, EndsTidilyWhicheverCallFails)
 {
-    sweep({[](ScriptedModule&) {},
-           [](P11Wrapper& token) -> Outcome {
-               Buffer soPin = "87654321";
-               return {token.InitCard(slotId, soPin.data(), soPin.size())};
-           },
-           {{"C_InitToken(slot 7, PIN \"87654321\" [8], label \"VORNIX Token                    \" [32])", "",
-             "| C_InitToken failed. Code: {code}\n"}}});
+    Operation operation;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer soPin = "87654321";
+        return {token.InitCard(slotId, soPin.data(), soPin.size())};
+    };
+    operation.steps = {
+        Step("C_InitToken(slot 7, PIN \"87654321\" [8], label \"VORNIX Token                    \" [32])")
+            .onFailure("| C_InitToken failed. Code: {code}\n")};
+    sweep(operation);
 }
 
 using TokenInitialisationTest = WrapperTest;
@@ -42,48 +45,48 @@ TEST_F(TokenInitialisationTest, LabelReadsBackWithoutItsBlanks)
 
 // --- Cleaning ---
 
-const std::string findNext = "C_FindObjects(session 41, room for 1)";
 const std::string destroyed101 = "C_DestroyObject(session 41, object 101): CKR_OK\n";
 const std::string destroyed102 = "C_DestroyObject(session 41, object 102): CKR_OK\n";
 
 TEST(TokenCleaning, OfTwoObjectsEndsTidilyWhicheverCallFails)
 {
-    sweep(
-        {[](ScriptedModule& module) {
-             module.add(dataObject("first"));
-             module.add(dataObject("second"));
-         },
-         [](P11Wrapper& token) -> Outcome {
-             Buffer pin = "12345678";
-             return {token.CleanCard(slotId, pin.data(), pin.size())};
-         },
-         {openSession,
-          userLogin,
-          startSearch("null [0]"),
-          {findNext, " -> {101}", searchEnded + closed, Ends::withSuccess},
-          {findNext, " -> {102}", searchEnded + destroyed101 + closed, Ends::withSuccess},
-          {findNext, " -> {}", searchEnded + destroyed101 + destroyed102 + closed, Ends::withSuccess},
-          {"C_FindObjectsFinal(session 41)", "", "| C_FindObjectsFinal failed. Code: {code}\n{rest}",
-           Ends::withSuccess},
-          {"C_DestroyObject(session 41, object 101)", "", "| C_DestroyObject failed for 101. Code: {code}\n{rest}",
-           Ends::withSuccess},
-          {"C_DestroyObject(session 41, object 102)", "", "| C_DestroyObject failed for 102. Code: {code}\n" + closed},
-          closeSession}});
+    Operation operation;
+    operation.prepare = [](ScriptedModule& module) {
+        module.add(dataObject("first"));
+        module.add(dataObject("second"));
+    };
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer pin = "12345678";
+        return {token.CleanCard(slotId, pin.data(), pin.size())};
+    };
+    operation.steps =
+        inSession({startSearch("null [0]"), Step(findNext).gives("{101}").onFailure(searchEnded + closed).forgiven(),
+                   Step(findNext).gives("{102}").onFailure(searchEnded + destroyed101 + closed).forgiven(),
+                   Step(findNext).gives("{}").onFailure(searchEnded + destroyed101 + destroyed102 + closed).forgiven(),
+                   Step("C_FindObjectsFinal(session 41)")
+                       .onFailure("| C_FindObjectsFinal failed. Code: {code}\n{rest}")
+                       .forgiven(),
+                   Step("C_DestroyObject(session 41, object 101)")
+                       .onFailure("| C_DestroyObject failed for 101. Code: {code}\n{rest}")
+                       .forgiven(),
+                   Step("C_DestroyObject(session 41, object 102)")
+                       .onFailure("| C_DestroyObject failed for 102. Code: {code}\n" + closed)});
+    sweep(operation);
 }
 
 TEST(TokenCleaning, OfAnEmptyTokenEndsTidilyWhicheverCallFails)
 {
-    sweep({[](ScriptedModule&) {},
-           [](P11Wrapper& token) -> Outcome {
-               Buffer pin = "12345678";
-               return {token.CleanCard(slotId, pin.data(), pin.size())};
-           },
-           {openSession,
-            userLogin,
-            startSearch("null [0]"),
-            {findNext, " -> {}", searchEnded + closed, Ends::withSuccess},
-            {"C_FindObjectsFinal(session 41)", "", "| C_FindObjectsFinal failed. Code: {code}\n" + closed},
-            closeSession}});
+    Operation operation;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        Buffer pin = "12345678";
+        return {token.CleanCard(slotId, pin.data(), pin.size())};
+    };
+    operation.steps = inSession({
+        startSearch("null [0]"),
+        Step(findNext).gives("{}").onFailure(searchEnded + closed).forgiven(),
+        Step("C_FindObjectsFinal(session 41)").onFailure("| C_FindObjectsFinal failed. Code: {code}\n" + closed),
+    });
+    sweep(operation);
 }
 
 class TokenCleaningTest : public WrapperTest {
@@ -107,8 +110,7 @@ TEST_F(TokenCleaningTest, WrongPinLeavesTheObjects)
     module.addSampleObjects();
     const auto before = module.objects;
     pin = "0000";
-    EXPECT_EQ(clean(), opened + "C_Login(session 41, CKU_USER, PIN \"0000\" [4]): CKR_PIN_INCORRECT\n" + closed +
-                           "| Login failed. Code: 160\n");
+    EXPECT_EQ(clean(), loginRefused("CKU_USER, PIN \"0000\" [4]", CKR_PIN_INCORRECT));
     EXPECT_CKR(CKR_PIN_INCORRECT, rv);
     EXPECT_EQ(module.objects, before);
 }
@@ -120,8 +122,7 @@ TEST_F(TokenCleaningTest, HandleThatCameWithAnErrorIsNotDestroyed)
         *count = 1;
         return CKR_DEVICE_ERROR;
     };
-    EXPECT_EQ(clean(), opened + loggedIn + "C_FindObjectsInit(session 41, null [0]): CKR_OK\n" + findNext +
-                           ": CKR_DEVICE_ERROR\n" + searchEnded + closed);
+    EXPECT_EQ(clean(), inSession(searchStarted("null [0]") + findNext + ": CKR_DEVICE_ERROR\n" + searchEnded));
     EXPECT_CKR(CKR_OK, rv);
 }
 
@@ -129,11 +130,9 @@ TEST_F(TokenCleaningTest, HandlesAreWrittenInFullAndUnsigned)
 {
     module.objects[widestCode] = dataObject("last");
     module.C_DestroyObject = answering(widestCode);
-    EXPECT_EQ(clean(), opened + loggedIn + "C_FindObjectsInit(session 41, null [0]): CKR_OK\n" + findNext +
-                           " -> {18446744073709551615}: CKR_OK\n" + findNext + " -> {}: CKR_OK\n" + searchEnded +
-                           "C_DestroyObject(session 41, object 18446744073709551615): 0xffffffffffffffff\n"
-                           "| C_DestroyObject failed for 18446744073709551615. Code: 18446744073709551615\n" +
-                           closed);
+    EXPECT_EQ(clean(), inSession(allFound({"18446744073709551615"}) +
+                                 "C_DestroyObject(session 41, object 18446744073709551615): 0xffffffffffffffff\n"
+                                 "| C_DestroyObject failed for 18446744073709551615. Code: 18446744073709551615\n"));
     EXPECT_CKR(widestCode, rv);
 }
 
@@ -163,15 +162,16 @@ struct TokenFields {
 TEST(TokenDescription, EndsTidilyWhicheverCallFails)
 {
     const std::string emptied = "||||";
-    sweep({[](ScriptedModule&) {},
-           [](P11Wrapper& token) -> Outcome {
-               TokenFields fields;
-               const CK_RV rv = fields.read(token);
-               return {rv, fields.text()};
-           },
-           {{"C_GetTokenInfo(slot 7)", "", ""}},
-           "Scripted Token|Scripted Works|Scripted Model|0123456789abcdef|000000000000040d",
-           emptied});
+    Operation operation;
+    operation.perform = [](P11Wrapper& token) -> Outcome {
+        TokenFields fields;
+        const CK_RV rv = fields.read(token);
+        return {rv, fields.text()};
+    };
+    operation.steps = {Step("C_GetTokenInfo(slot 7)")};
+    operation.outputs = "Scripted Token|Scripted Works|Scripted Model|0123456789abcdef|000000000000040d";
+    operation.outputsOfFailure = emptied;
+    sweep(operation);
 }
 
 class TokenDescriptionTest : public WrapperTest {

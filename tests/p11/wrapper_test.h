@@ -1,10 +1,11 @@
-// What the tests of P11Wrapper share: a wrapper on the scripted module and the parts that most stories have in common.
+// What the tests of P11Wrapper share: a wrapper on the scripted module, and the arguments of its operations.
 #pragma once
 
 #include "p11/P11Wrapper.h"
 #include "tests/support/ckr.h"
 #include "tests/support/scripted_module.h"
 #include "tests/support/scripted_module_file.h"
+#include "tests/support/stories.h"
 #include "tests/support/told.h"
 
 #include <gtest/gtest.h>
@@ -25,12 +26,6 @@ struct Buffer {
 };
 
 inline constexpr CK_SLOT_ID slotId = 7;
-
-inline const std::string opened =
-    "C_OpenSession(slot 7, flags 0x6, application null, notify null) -> session 41: CKR_OK\n";
-inline const std::string loggedIn = "C_Login(session 41, CKU_USER, PIN \"12345678\" [8]): CKR_OK\n";
-inline const std::string searchEnded = "C_FindObjectsFinal(session 41): CKR_OK\n";
-inline const std::string closed = "C_CloseSession(session 41): CKR_OK\n";
 
 /// A code that only 64 bits hold: 18446744073709551615.
 inline constexpr CK_RV widestCode = ~CK_RV{0};

@@ -35,6 +35,12 @@ struct Slot {
     CK_RV infoResult = CKR_OK;                   // what C_GetSlotInfo answers
 };
 
+inline Slot unreadable(Slot slot, CK_RV code)
+{
+    slot.infoResult = code;
+    return slot;
+}
+
 struct Token {
     std::string label = "Scripted Token";                                                             // 32 bytes
     std::string manufacturer = "Scripted Works";                                                      // 32 bytes
