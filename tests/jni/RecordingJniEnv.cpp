@@ -11,19 +11,19 @@ std::string indexed(const std::string& name, std::size_t index)
 
 } // namespace
 
-RecordingJniEnv::RecordingJniEnv(scripted::Transcript& transcript) : transcript(transcript)
+RecordingJniEnv::RecordingJniEnv(scripted::Transcript& transcript) : transcript_(transcript)
 {
-    env.functions = &functionTable();
-    env.recorder = this;
+    env_.functions = &functionTable();
+    env_.recorder = this;
     transcript.onLine = [this](const std::string& line) {
-        EXPECT_EQ(loans.size(), 0u) << line << " while characters of a string are borrowed";
+        EXPECT_EQ(loans_.size(), 0u) << line << " while characters of a string are borrowed";
     };
 }
 
 RecordingJniEnv::~RecordingJniEnv()
 {
-    transcript.onLine = nullptr;
-    EXPECT_EQ(loans.size(), 0u) << "characters of strings never given back";
+    transcript_.onLine = nullptr;
+    EXPECT_EQ(loans_.size(), 0u) << "characters of strings never given back";
 }
 
 jstring RecordingJniEnv::string(const std::string& name, const std::string& modifiedUtf8)
@@ -64,7 +64,7 @@ RecordingJniEnv::Lines RecordingJniEnv::elements(jobject sequence) const
     Lines contents;
     if (auto* object = checked<JavaSequence>(sequence, "elements"))
         for (const JavaObject* element : object->elements)
-            contents.push_back(element ? element->content() : "null");
+            contents.push_back(element != nullptr ? element->content() : "null");
     return contents;
 }
 
@@ -82,17 +82,17 @@ const char* RecordingJniEnv::lend(const JavaString& string)
     std::unique_ptr<char, decltype(&std::free)> characters(static_cast<char*>(std::malloc(size)), &std::free);
     std::memcpy(characters.get(), string.utf.c_str(), size);
     const char* address = characters.get();
-    loans.emplace(address, Loan{&string, std::move(characters)});
+    loans_.emplace(address, Loan{&string, std::move(characters)});
     return address;
 }
 
 void RecordingJniEnv::takeBack(const JavaString* string, const char* characters)
 {
-    const auto loan = loans.find(characters);
-    EXPECT_TRUE(loan != loans.end() && loan->second.string == string)
-        << "characters given back that were not lent of " << (string ? string->name : "null");
-    if (loan == loans.end())
+    const auto loan = loans_.find(characters);
+    EXPECT_TRUE(loan != loans_.end() && loan->second.string == string)
+        << "characters given back that were not lent of " << (string != nullptr ? string->name : "null");
+    if (loan == loans_.end())
         return;
     std::memset(loan->second.characters.get(), '?', loan->second.string->utf.size()); // nobody may read on
-    loans.erase(loan);
+    loans_.erase(loan);
 }

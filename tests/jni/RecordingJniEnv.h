@@ -32,27 +32,27 @@ public:
     RecordingJniEnv& operator=(const RecordingJniEnv&) = delete;
 
     /// What a native method receives as its first argument.
-    JNIEnv* get() { return &env; }
+    [[nodiscard]] JNIEnv* get() { return &env_; }
 
     // --- Java objects; `name` is what the transcript calls them, name[0], name[1], … their elements ---
 
-    jstring string(const std::string& name, const std::string& modifiedUtf8);
-    jbyteArray bytes(const std::string& name, const Bytes& content);
-    jobjectArray strings(const std::string& name, const Lines& texts);
-    jobjectArray byteArrays(const std::string& name, const std::vector<Bytes>& contents);
+    [[nodiscard]] jstring string(const std::string& name, const std::string& modifiedUtf8);
+    [[nodiscard]] jbyteArray bytes(const std::string& name, const Bytes& content);
+    [[nodiscard]] jobjectArray strings(const std::string& name, const Lines& texts);
+    [[nodiscard]] jobjectArray byteArrays(const std::string& name, const std::vector<Bytes>& contents);
     /// A String[] of nulls.
-    jobjectArray outputArray(const std::string& name, std::size_t length = 1);
+    [[nodiscard]] jobjectArray outputArray(const std::string& name, std::size_t length = 1);
     /// A java.util.ArrayList that holds these strings already.
-    jobject list(const std::string& name, const Lines& present = {});
+    [[nodiscard]] jobject list(const std::string& name, const Lines& present = {});
 
     /// Receives the address and length of every copy that a native method takes of a byte array.
     std::function<void(const void* copy, std::size_t length)> onCopy;
 
     /// Makes GetMethodID find no method of this name.
-    void hideMethod(const std::string& name) { hiddenMethods.insert(name); }
+    void hideMethod(const std::string& name) { hiddenMethods_.insert(name); }
 
     /// The elements of a list or an array as they stand: "text" for a string, Byte -128, setters called, null.
-    Lines elements(jobject sequence) const;
+    [[nodiscard]] Lines elements(jobject sequence) const;
 
 private:
     struct Env : JNIEnv {
@@ -67,22 +67,22 @@ private:
     static const JNINativeInterface_& functionTable();
 
     template <typename Object, typename... Arguments>
-    Object* own(Arguments&&... arguments);
+    [[nodiscard]] Object* own(Arguments&&... arguments);
     template <typename Handle, typename Object, typename... Arguments>
-    Handle make(Arguments&&... arguments);
+    [[nodiscard]] Handle make(Arguments&&... arguments);
     template <typename Object>
-    Object* checked(const void* handle, const char* entry) const;
-    std::vector<JavaObject*> stringObjects(const std::string& name, const Lines& texts);
+    [[nodiscard]] Object* checked(const void* handle, const char* entry) const;
+    [[nodiscard]] std::vector<JavaObject*> stringObjects(const std::string& name, const Lines& texts);
 
-    void record(const std::string& line) { transcript.add(line); }
-    const char* lend(const JavaString& string);
+    void record(const std::string& line) { transcript_.add(line); }
+    [[nodiscard]] const char* lend(const JavaString& string);
     void takeBack(const JavaString* string, const char* characters);
 
-    scripted::Transcript& transcript;
-    Env env;
-    std::map<const void*, std::unique_ptr<JavaObject>> objects;
-    std::map<const char*, Loan> loans;
-    std::set<std::string> hiddenMethods;
+    scripted::Transcript& transcript_;
+    Env env_;
+    std::map<const void*, std::unique_ptr<JavaObject>> objects_;
+    std::map<const char*, Loan> loans_;
+    std::set<std::string> hiddenMethods_;
 };
 
 template <typename Object, typename... Arguments>
@@ -90,7 +90,7 @@ Object* RecordingJniEnv::own(Arguments&&... arguments)
 {
     auto object = std::make_unique<Object>(std::forward<Arguments>(arguments)...);
     Object* address = object.get();
-    objects[static_cast<JavaObject*>(address)] = std::move(object);
+    objects_[static_cast<JavaObject*>(address)] = std::move(object);
     return address;
 }
 
@@ -104,8 +104,9 @@ Handle RecordingJniEnv::make(Arguments&&... arguments)
 template <typename Object>
 Object* RecordingJniEnv::checked(const void* handle, const char* entry) const
 {
-    const auto found = objects.find(handle);
-    auto* object = found == objects.end() ? nullptr : dynamic_cast<Object*>(found->second.get());
-    EXPECT_NE(object, nullptr) << entry << " with " << (handle ? "a handle of another kind" : "a null handle");
+    const auto found = objects_.find(handle);
+    auto* object = found == objects_.end() ? nullptr : dynamic_cast<Object*>(found->second.get());
+    EXPECT_NE(object, nullptr) << entry << " with "
+                               << (handle != nullptr ? "a handle of another kind" : "a null handle");
     return object;
 }

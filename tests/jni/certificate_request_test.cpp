@@ -20,7 +20,7 @@ protected:
         module.add(scripted::privateKey("alice", {0x01}));
         module.C_TOVR_CreateCSR = [this](auto, auto, auto, auto, CK_BYTE* csr, CK_ULONG* length, auto, auto, auto, auto,
                                          auto) {
-            if (csr)
+            if (csr != nullptr)
                 std::copy(request.begin(), request.end(), csr);
             *length = request.size();
             return CKR_OK;

@@ -19,10 +19,10 @@ struct JavaObject {
     JavaObject& operator=(const JavaObject&) = delete;
 
     /// What the object holds, as a test compares it.
-    virtual std::string content() const { return name; }
+    [[nodiscard]] virtual std::string content() const { return name; }
 
     /// Runs a method of one argument; false when the object's class has no such method.
-    virtual bool invoke(const JavaMethod&, JavaObject&) { return false; }
+    [[nodiscard]] virtual bool invoke(const JavaMethod&, JavaObject&) { return false; }
 
     const std::string name; ///< what the transcript calls the object
 };
@@ -38,7 +38,7 @@ struct JavaMethod : JavaObject {
     }
 
     /// Such as: java/lang/Byte.<init>(B)V
-    std::string qualifiedName() const { return owner + "." + name + signature; }
+    [[nodiscard]] std::string qualifiedName() const { return owner + "." + name + signature; }
 
     const std::string owner; ///< the class
     const std::string signature;

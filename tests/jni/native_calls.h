@@ -39,8 +39,8 @@ inline std::ostream& operator<<(std::ostream& stream, const NativeCall& call)
 }
 
 /// For the names of parameterised tests.
-std::string nameOf(const testing::TestParamInfo<NativeCall>& call);
+[[nodiscard]] std::string nameOf(const testing::TestParamInfo<NativeCall>& call);
 
-std::vector<NativeCall> allNativeCalls();
-std::vector<NativeCall> nativeCallsWithSlot();
-std::vector<NativeCall> nativeCallsWithSecrets();
+[[nodiscard]] std::vector<NativeCall> allNativeCalls();
+[[nodiscard]] std::vector<NativeCall> nativeCallsWithSlot();
+[[nodiscard]] std::vector<NativeCall> nativeCallsWithSecrets();

@@ -44,7 +44,7 @@ protected:
 
     /// The last call's story between slot lookup and unloading. What stands around it is the same for all methods and
     /// told by the tests of the frame; a story without it comes back whole.
-    std::string job() const
+    [[nodiscard]] std::string job() const
     {
         const std::size_t begin = story.find(stories::slotFound);
         const std::size_t end = story.rfind(stories::unloaded);
@@ -55,7 +55,7 @@ protected:
     }
 
     /// The lines written to standard output.
-    Lines printed() const
+    [[nodiscard]] Lines printed() const
     {
         Lines lines;
         std::istringstream text(story);
@@ -66,7 +66,7 @@ protected:
     }
 
     /// The elements of lists and arrays.
-    std::vector<Lines> contents(const std::vector<jobject>& sequences) const
+    [[nodiscard]] std::vector<Lines> contents(const std::vector<jobject>& sequences) const
     {
         std::vector<Lines> all;
         for (const jobject sequence : sequences)

@@ -10,7 +10,7 @@ namespace {
 
 std::string describe(const JavaObject* object)
 {
-    return object ? object->name : "null";
+    return object != nullptr ? object->name : "null";
 }
 
 bool inside(const JavaSequence& sequence, jsize index)
@@ -24,7 +24,7 @@ bool inside(const JavaSequence& sequence, jsize index)
 jvalue argumentOf(const JavaMethod* method, va_list arguments)
 {
     jvalue value{};
-    if (!method || method->signature.rfind("()", 0) == 0)
+    if (method == nullptr || method->signature.rfind("()", 0) == 0)
         return value;
     if (method->signature.rfind("(B)", 0) != 0) {
         value.l = va_arg(arguments, jobject);
@@ -59,7 +59,7 @@ struct RecordingJniEnv::Entries {
         auto* object = of(env).checked<JavaByteArray>(array, "GetByteArrayRegion");
         of(env).record("GetByteArrayRegion(" + describe(object) + ", " + std::to_string(start) + ", " +
                        std::to_string(length) + ")");
-        if (!object)
+        if (object == nullptr)
             return;
         const auto size = static_cast<jsize>(object->bytes.size());
         if (start < 0 || length < 0 || start > size - length) {
@@ -75,11 +75,11 @@ struct RecordingJniEnv::Entries {
     {
         auto* object = of(env).checked<JavaString>(string, "GetStringUTFChars");
         of(env).record("GetStringUTFChars(" + describe(object) + ")");
-        if (isCopy)
+        if (isCopy != nullptr)
             *isCopy = JNI_TRUE;
         else
             ADD_FAILURE() << "GetStringUTFChars without a copy flag";
-        return object ? of(env).lend(*object) : nullptr;
+        return object != nullptr ? of(env).lend(*object) : nullptr;
     }
 
     static void JNICALL ReleaseStringUTFChars(JNIEnv* env, jstring string, const char* characters)
@@ -92,7 +92,7 @@ struct RecordingJniEnv::Entries {
     static jstring JNICALL NewStringUTF(JNIEnv* env, const char* characters)
     {
         EXPECT_NE(characters, nullptr) << "NewStringUTF without characters";
-        const std::string text = characters ? characters : "";
+        const std::string text = characters != nullptr ? characters : "";
         of(env).record("NewStringUTF(\"" + text + "\")");
         return of(env).make<jstring, JavaString>('"' + text + '"', text);
     }
@@ -107,7 +107,7 @@ struct RecordingJniEnv::Entries {
     {
         auto* object = of(env).checked<JavaClass>(owner, "GetMethodID");
         of(env).record("GetMethodID(" + describe(object) + ", " + name + ", " + signature + ")");
-        if (!object || of(env).hiddenMethods.count(name) > 0)
+        if (object == nullptr || of(env).hiddenMethods_.count(name) > 0)
             return nullptr;
         return of(env).make<jmethodID, JavaMethod>(object->name, name, signature);
     }
@@ -116,7 +116,7 @@ struct RecordingJniEnv::Entries {
     {
         auto* object = of(env).checked<JavaClass>(clazz, "NewObject");
         auto* constructor = of(env).checked<JavaMethod>(id, "NewObject");
-        const std::string called = constructor ? constructor->qualifiedName() : "";
+        const std::string called = constructor != nullptr ? constructor->qualifiedName() : "";
         if (called == "java/lang/Byte.<init>(B)V" && object->name == constructor->owner) {
             of(env).record("NewObject(java/lang/Byte, " + std::to_string(arguments->b) + ")");
             return of(env).make<jobject, JavaByte>(arguments->b);
@@ -147,11 +147,11 @@ struct RecordingJniEnv::Entries {
     {
         auto* object = of(env).checked<JavaObject>(target, "CallVoidMethod");
         auto* method = of(env).checked<JavaMethod>(id, "CallVoidMethod");
-        if (!object || !method)
+        if (object == nullptr || method == nullptr)
             return;
         auto* argument = of(env).checked<JavaObject>(arguments->l, "CallVoidMethod");
         of(env).record("CallVoidMethod(" + object->name + "." + method->name + ", " + describe(argument) + ")");
-        if (argument && !object->invoke(*method, *argument))
+        if (argument != nullptr && !object->invoke(*method, *argument))
             ADD_FAILURE() << "no method " << method->qualifiedName() << " on " << object->name;
     }
 
@@ -173,7 +173,7 @@ struct RecordingJniEnv::Entries {
     {
         auto* object = of(env).checked<JavaObjectArray>(array, "GetObjectArrayElement");
         of(env).record("GetObjectArrayElement(" + describe(object) + ", " + std::to_string(index) + ")");
-        if (!object || !inside(*object, index))
+        if (object == nullptr || !inside(*object, index))
             return nullptr;
         return reinterpret_cast<jobject>(object->elements[static_cast<std::size_t>(index)]);
     }
@@ -184,7 +184,7 @@ struct RecordingJniEnv::Entries {
         auto* value = of(env).checked<JavaString>(element, "SetObjectArrayElement");
         of(env).record("SetObjectArrayElement(" + describe(object) + ", " + std::to_string(index) + ", " +
                        describe(value) + ")");
-        if (object && inside(*object, index))
+        if (object != nullptr && inside(*object, index))
             object->elements[static_cast<std::size_t>(index)] = value;
     }
 };

@@ -21,7 +21,7 @@ protected:
         module.add(scripted::certificate("root", {0x0a, 0x0b}, {0x30}));
         module.C_TOVR_pkcs7Sign = [this](auto, auto, auto, auto, CK_BYTE* signature, CK_ULONG* length, auto, auto, auto,
                                          auto) {
-            if (signature)
+            if (signature != nullptr)
                 std::copy(message.begin(), message.end(), signature);
             *length = message.size();
             return CKR_OK;

@@ -11,31 +11,31 @@ namespace stories {
 // --- Arguments ---
 
 /// A byte[] that is copied whole.
-inline std::string copied(const std::string& byteArray, std::size_t length)
+[[nodiscard]] inline std::string copied(const std::string& byteArray, std::size_t length)
 {
     return "GetArrayLength(" + byteArray + ")\nGetByteArrayRegion(" + byteArray + ", 0, " + std::to_string(length) +
            ")\n";
 }
 
 /// A String whose characters are copied and given back.
-inline std::string read(const std::string& string)
+[[nodiscard]] inline std::string read(const std::string& string)
 {
     return "GetStringUTFChars(" + string + ")\nReleaseStringUTFChars(" + string + ")\n";
 }
 
-inline std::string modulePathAndTerminalNameRead()
+[[nodiscard]] inline std::string modulePathAndTerminalNameRead()
 {
     return read("modulePath") + read("terminalName");
 }
 
 /// The arguments of a method that works on a token: `binaries` and `texts` are its own ones.
-inline std::string converted(const std::string& binaries, const std::string& texts = "")
+[[nodiscard]] inline std::string converted(const std::string& binaries, const std::string& texts = "")
 {
     return binaries + modulePathAndTerminalNameRead() + texts;
 }
 
 /// A String[] whose elements are copied.
-inline std::string allRead(const std::string& array, std::size_t length)
+[[nodiscard]] inline std::string allRead(const std::string& array, std::size_t length)
 {
     std::string story = "GetArrayLength(" + array + ")\n";
     for (std::size_t i = 0; i < length; ++i) {
@@ -48,7 +48,7 @@ inline std::string allRead(const std::string& array, std::size_t length)
 // --- Results ---
 
 /// An ArrayList that receives bytes.
-inline std::string delivered(const std::string& list, const scripted::Bytes& bytes)
+[[nodiscard]] inline std::string delivered(const std::string& list, const scripted::Bytes& bytes)
 {
     std::string story = "FindClass(java/lang/Byte)\nFindClass(java/util/ArrayList)\n";
     for (const unsigned char byte : bytes) {

@@ -27,7 +27,7 @@ void* allocateOrThrow(std::size_t size)
 
 void release(void* block) noexcept
 {
-    if (watch && block)
+    if (watch != nullptr && block != nullptr)
         watch->inspect(block, malloc_usable_size(block));
     std::free(block);
 }
@@ -57,9 +57,9 @@ AllocationLimit::~AllocationLimit()
     limit = SIZE_MAX;
 }
 
-SecretWatch::SecretWatch(const std::vector<Bytes>& secrets) : secrets(secrets)
+SecretWatch::SecretWatch(const std::vector<Bytes>& secrets) : secrets_(secrets)
 {
-    taken.reserve(16);
+    taken_.reserve(16);
     watch = this;
 }
 
@@ -71,14 +71,14 @@ SecretWatch::~SecretWatch()
 void SecretWatch::copied(const void* address, std::size_t length)
 {
     const auto* begin = static_cast<const unsigned char*>(address);
-    for (const Bytes& secret : secrets)
+    for (const Bytes& secret : secrets_)
         if (std::equal(begin, begin + length, secret.begin(), secret.end()))
-            taken.push_back({begin, &secret, false});
+            taken_.push_back({begin, &secret, false});
 }
 
 std::size_t SecretWatch::released() const
 {
-    return std::count_if(taken.begin(), taken.end(), [](const Copy& copy) { return copy.released; });
+    return std::count_if(taken_.begin(), taken_.end(), [](const Copy& copy) { return copy.released; });
 }
 
 // Runs within operator delete and therefore allocates nothing.
@@ -87,9 +87,9 @@ void SecretWatch::inspect(const void* block, std::size_t size)
     const auto* begin = static_cast<const unsigned char*>(block);
     const auto* end = begin + size;
     bool betrayed = false;
-    for (const Bytes& secret : secrets)
+    for (const Bytes& secret : secrets_)
         betrayed = betrayed || std::search(begin, end, secret.begin(), secret.end()) != end;
-    for (Copy& copy : taken) {
+    for (Copy& copy : taken_) {
         if (copy.released || std::less<>()(copy.address, begin) || !std::less<>()(copy.address, end))
             continue;
         copy.released = true;
@@ -97,5 +97,5 @@ void SecretWatch::inspect(const void* block, std::size_t size)
             betrayed = betrayed || copy.address[i] == (*copy.secret)[i];
     }
     if (betrayed)
-        ++found;
+        ++found_;
 }

@@ -33,11 +33,11 @@ public:
     void copied(const void* address, std::size_t length);
 
     /// The copies of secrets that were taken.
-    std::size_t copies() const { return taken.size(); }
+    [[nodiscard]] std::size_t copies() const { return taken_.size(); }
     /// Those of them whose block is back on the heap, wiped or not.
-    std::size_t released() const;
+    [[nodiscard]] std::size_t released() const;
     /// The blocks given back with a whole secret in them, whoever put it there, or with a single byte left of a copy.
-    std::size_t betrayals() const { return found; }
+    [[nodiscard]] std::size_t betrayals() const { return found_; }
 
     /// For operator delete.
     void inspect(const void* block, std::size_t size);
@@ -49,7 +49,7 @@ private:
         bool released;
     };
 
-    const std::vector<Bytes> secrets;
-    std::vector<Copy> taken;
-    std::size_t found = 0;
+    const std::vector<Bytes> secrets_;
+    std::vector<Copy> taken_;
+    std::size_t found_ = 0;
 };

@@ -125,20 +125,20 @@ protected:
 TEST_F(CertificateRequestTest, WithoutIdsTheModuleReceivesNoHandles)
 {
     EXPECT_EQ(create("", ""), inSession(created("0", "0")));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(csr(), answer("0", "0"));
 }
 
 TEST_F(CertificateRequestTest, WithAPublicKeyIdAlone)
 {
     EXPECT_EQ(create(Bytes{0x01}, ""), inSession(publicKeyFound + created("101", "0")));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 TEST_F(CertificateRequestTest, WithAPrivateKeyIdAlone)
 {
     EXPECT_EQ(create("", Bytes{0x02}), inSession(found(privateKeyWith("02 [1]"), "102") + created("0", "102")));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 TEST_F(CertificateRequestTest, EarlierLoginWithoutPublicKeyIdEndsWithoutRequest)
@@ -147,7 +147,7 @@ TEST_F(CertificateRequestTest, EarlierLoginWithoutPublicKeyIdEndsWithoutRequest)
     for (const char* const privateId : {"", "\x02"}) {
         module.nextSession = 41;
         EXPECT_EQ(create("", privateId), endedByEarlierLogin);
-        EXPECT_CKR(CKR_USER_ALREADY_LOGGED_IN, rv);
+        EXPECT_CKR(rv, CKR_USER_ALREADY_LOGGED_IN);
         EXPECT_EQ(csr(), "old");
     }
 }
@@ -155,14 +155,14 @@ TEST_F(CertificateRequestTest, EarlierLoginWithoutPublicKeyIdEndsWithoutRequest)
 TEST_F(CertificateRequestTest, MissingPublicKeySkipsTheSecondSearch)
 {
     EXPECT_EQ(create(Bytes{0x99}, Bytes{0x02}), inSession(missed(publicKeyWith("99 [1]"), " #1")));
-    EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, CKR_FUNCTION_FAILED);
     EXPECT_EQ(csr(), "old");
 }
 
 TEST_F(CertificateRequestTest, MissingPrivateKeyEndsWithoutRequest)
 {
     EXPECT_EQ(create(Bytes{0x01}, Bytes{0x99}), inSession(publicKeyFound + missed(privateKeyWith("99 [1]"), " #2")));
-    EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, CKR_FUNCTION_FAILED);
     EXPECT_EQ(csr(), "old");
 }
 
@@ -186,8 +186,9 @@ TEST_F(CertificateRequestTest, PointersAndCountsArePassedOnUnchanged)
         return CKR_OK;
     };
     token.functionList = &own.standard;
-    EXPECT_CKR(CKR_OK, token.createCSR(slotId, pin.data(), pin.size(), nullptr, 0, nullptr, 0, subject, widestCode,
-                                       attributes, 1000, extensions, 0, out));
+    EXPECT_CKR(token.createCSR(slotId, pin.data(), pin.size(), nullptr, 0, nullptr, 0, subject, widestCode, attributes,
+                               1000, extensions, 0, out),
+               CKR_OK);
     EXPECT_EQ(pointers, (std::vector<const void*>{subject, attributes, extensions}));
     EXPECT_EQ(counts, (std::vector<CK_ULONG>{widestCode, 1000, 0}));
     token.functionList = &list.standard;
@@ -200,7 +201,7 @@ TEST_F(CertificateRequestTest, LengthZeroEmptiesTheRequest)
         return CKR_OK;
     };
     EXPECT_EQ(create("", ""), inSession(call("0", "null", "0") + " -> length 0: CKR_OK\n"));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(csr(), "");
 }
 
@@ -208,7 +209,7 @@ TEST_F(CertificateRequestTest, AnnouncedLengthCountsAndTheRestIsZero)
 {
     module.imprecision = 3;
     create("", "");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(csr(), answer("0", "0") + std::string(3, '\0'));
 }
 
@@ -221,7 +222,7 @@ TEST_F(CertificateRequestTest, LongerLengthOfTheFillCallIsNotBelieved)
         return CKR_OK;
     };
     create("", "");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(csr(), "r\0"s);
 }
 

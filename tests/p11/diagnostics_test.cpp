@@ -68,12 +68,12 @@ TEST_F(DiagnosticsTest, RecordsAndFlagsIgnoreTheLocale)
     std::locale::global(std::locale(std::locale(), new Grouping));
     module.add(certificate("alice", {0x01, 0xab}, {}));
     std::vector<ObjectAttr> objects;
-    EXPECT_CKR(CKR_OK, token.ListObjects(slotId, pin.data(), pin.size(), objects));
+    EXPECT_CKR(token.ListObjects(slotId, pin.data(), pin.size(), objects), CKR_OK);
     ASSERT_EQ(objects.size(), 1);
     EXPECT_EQ(objects[0].id, "01ab");
     Bytes label, manufacturer, model, serialNumber;
     std::string flags;
-    EXPECT_CKR(CKR_OK, token.GetTokenInfo(slotId, label, manufacturer, model, serialNumber, flags));
+    EXPECT_CKR(token.GetTokenInfo(slotId, label, manufacturer, model, serialNumber, flags), CKR_OK);
     EXPECT_EQ(flags, "000000000000040d");
 }
 

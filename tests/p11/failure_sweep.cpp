@@ -53,7 +53,7 @@ void undisturbed(const Operation& operation)
     SCOPED_TRACE("undisturbed");
     const Told told = tell(operation, [](ScriptedModule&) {});
     EXPECT_EQ(told.story, succeeded(operation.steps, 0, operation.steps.size()));
-    EXPECT_CKR(CKR_OK, told.outcome.code);
+    EXPECT_CKR(told.outcome.code, CKR_OK);
     EXPECT_EQ(told.outcome.outputs, operation.outputs);
 }
 
@@ -65,12 +65,12 @@ void alreadyLoggedIn(const Operation& operation)
         expected += step.call.rfind("C_Login", 0) == 0 ? step.call + ": CKR_USER_ALREADY_LOGGED_IN\n" : succeeded(step);
     const Told told = tell(operation, [](ScriptedModule& module) {
         module.C_Login = [login = module.C_Login](auto... args) {
-            EXPECT_CKR(CKR_OK, login(args...));
+            EXPECT_CKR(login(args...), CKR_OK);
             return CKR_USER_ALREADY_LOGGED_IN;
         };
     });
     EXPECT_EQ(told.story, expected);
-    EXPECT_CKR(CKR_OK, told.outcome.code);
+    EXPECT_CKR(told.outcome.code, CKR_OK);
     EXPECT_EQ(told.outcome.outputs, operation.outputs);
 }
 
@@ -82,7 +82,7 @@ void failingAt(const Operation& operation, std::size_t failing, CK_RV code)
     const std::string after = replaced(replaced(step.afterFailure, "{code}", std::to_string(code)), "{rest}", rest);
     const Told told = tell(operation, [&](ScriptedModule& module) { module.failCall(failing + 1, code); });
     EXPECT_EQ(told.story, succeeded(operation.steps, 0, failing) + step.call + ": " + codeName(code) + "\n" + after);
-    EXPECT_CKR(step.isForgiven ? CKR_OK : code, told.outcome.code);
+    EXPECT_CKR(told.outcome.code, step.isForgiven ? CKR_OK : code);
     EXPECT_EQ(told.outcome.outputs,
               step.left.value_or(step.isForgiven ? operation.outputs : operation.outputsOfFailure));
 }
@@ -96,7 +96,7 @@ void beforeInitialize(const Operation& operation)
     transcript.clear();
     Outcome outcome{widestCode};
     EXPECT_EQ(storyOf(transcript, [&] { outcome = operation.perform(token); }), "| Not Initialized\n");
-    EXPECT_CKR(CKR_GENERAL_ERROR, outcome.code);
+    EXPECT_CKR(outcome.code, CKR_GENERAL_ERROR);
     EXPECT_EQ(outcome.outputs, operation.outputsOfFailure);
 }
 

@@ -80,15 +80,15 @@ extern const Step closeSession; ///< whose failure is ignored
 extern const Step endSearch;    ///< likewise
 
 /// C_Login with these arguments ("CKU_SO, PIN null [0]"), whose failure closes the session.
-Step logIn(const std::string& arguments);
+[[nodiscard]] Step logIn(const std::string& arguments);
 
 /// An operation in the user's session: these steps between opening and login before, closing behind.
-std::vector<Step> inSession(const std::vector<Step>& job);
+[[nodiscard]] std::vector<Step> inSession(const std::vector<Step>& job);
 
 /// C_FindObjectsInit whose failure closes the session; `number` is " #1" and the like.
-Step startSearch(const std::string& attributes, const std::string& number = "");
+[[nodiscard]] Step startSearch(const std::string& attributes, const std::string& number = "");
 
 /// C_FindObjects of one handle whose failure ends the search and closes the session.
-Step findOne(CK_OBJECT_HANDLE object, const std::string& number = "");
+[[nodiscard]] Step findOne(CK_OBJECT_HANDLE object, const std::string& number = "");
 
 } // namespace scripted

@@ -47,14 +47,14 @@ TEST_F(CertificateImportTest, EmptyArgumentsReachTheModuleAsTheyAre)
     EXPECT_EQ(
         story([&] { rv = token.ImportX509Certificate(slotId, pin.data(), pin.size(), "", nullptr, 0, nullptr, 0); }),
         inSession("C_TOVR_ImportX509Certificate(session 41, label \"\", ID null [0], certificate null [0]): CKR_OK\n"));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 TEST_F(CertificateImportTest, EmptyBlocksReachTheModuleAsTheyAre)
 {
     EXPECT_EQ(story([&] { rv = token.ImportCert(slotId, nullptr, 0, nullptr, 0, pin.data(), pin.size()); }),
               inSession("C_TOVR_ImportCert(session 41, first null [0], second null [0]): CKR_OK\n"));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 TEST_F(CertificateImportTest, PinOfTheTwoBlocksComesLast)
@@ -66,7 +66,7 @@ TEST_F(CertificateImportTest, PinOfTheTwoBlocksComesLast)
                                         second.size());
               }),
               loginRefused("CKU_USER, PIN \"second\" [6]", CKR_PIN_INCORRECT));
-    EXPECT_CKR(CKR_PIN_INCORRECT, rv);
+    EXPECT_CKR(rv, CKR_PIN_INCORRECT);
 }
 
 TEST_F(CertificateImportTest, ExistingObjectsAreNotLookedAt)
@@ -74,8 +74,9 @@ TEST_F(CertificateImportTest, ExistingObjectsAreNotLookedAt)
     Buffer id = Bytes{0x01};
     Buffer der = Bytes{0x30, 0x00};
     for (int i = 0; i < 2; ++i)
-        EXPECT_CKR(CKR_OK, token.ImportX509Certificate(slotId, pin.data(), pin.size(), "alice", id.data(), id.size(),
-                                                       der.data(), der.size()));
+        EXPECT_CKR(token.ImportX509Certificate(slotId, pin.data(), pin.size(), "alice", id.data(), id.size(),
+                                               der.data(), der.size()),
+                   CKR_OK);
     EXPECT_EQ(module.objects[101], module.objects[102]);
 }
 
@@ -152,7 +153,7 @@ protected:
 TEST_F(KeyPairGenerationTest, LabelAndIdAreSentOnlyIfGiven)
 {
     EXPECT_EQ(generateRsa(2048, nullptr, ""), around(rsaGeneration("2048", "")));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 TEST_F(KeyPairGenerationTest, LabelWithoutId)
@@ -190,7 +191,7 @@ TEST_F(KeyPairGenerationTest, ModulusBitsAreWordsOf64Bits)
 TEST_F(KeyPairGenerationTest, GostWithoutLabelAndIdStillSendsSevenEntries)
 {
     EXPECT_EQ(generateGost(nullptr, ""), around(gostGeneration("")));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 TEST_F(KeyPairGenerationTest, GostWithAnEmptyLabel)
@@ -201,9 +202,9 @@ TEST_F(KeyPairGenerationTest, GostWithAnEmptyLabel)
 TEST_F(KeyPairGenerationTest, SamePairCanBeMadeTwice)
 {
     generateRsa(2048, "alice", Bytes{0x01});
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     generateRsa(2048, "alice", Bytes{0x01});
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(module.objects.size(), 4);
 }
 

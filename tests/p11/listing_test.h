@@ -22,7 +22,7 @@ namespace scripted {
 
 using Records = std::vector<ObjectAttr>;
 
-inline std::string textOf(const Records& records)
+[[nodiscard]] inline std::string textOf(const Records& records)
 {
     std::ostringstream text;
     for (const ObjectAttr& record : records)
@@ -34,7 +34,7 @@ inline const std::string everything = "null [0]"; // the template of a search fo
 inline const std::string lengthQuery =
     "{CKA_CLASS null [0], CKA_ID null [0], CKA_LABEL null [0], CKA_KEY_TYPE null [0]}";
 
-inline std::string read(CK_OBJECT_HANDLE object, const std::string& query)
+[[nodiscard]] inline std::string read(CK_OBJECT_HANDLE object, const std::string& query)
 {
     return "C_GetAttributeValue(session 41, object " + std::to_string(object) + ", " + query + ")";
 }
@@ -47,11 +47,11 @@ protected:
     }
 
     /// The record of the only object.
-    ObjectAttr listed(Object object)
+    [[nodiscard]] ObjectAttr listed(Object object)
     {
         module.add(std::move(object));
         list();
-        EXPECT_CKR(CKR_OK, rv);
+        EXPECT_CKR(rv, CKR_OK);
         EXPECT_EQ(records.size(), 1);
         return records.empty() ? ObjectAttr{"no record", "", "", ""} : records[0];
     }

@@ -171,7 +171,7 @@ TEST_F(ModuleAccessTest, FinalizeAnswersWhatTheModuleAnswers)
     ASSERT_TRUE(token.Initialize());
     transcript.clear();
     module.C_Finalize = answering(widestCode);
-    EXPECT_EQ(story([&] { EXPECT_CKR(widestCode, token.Finalize()); }), "C_Finalize(null): 0xffffffffffffffff\n");
+    EXPECT_EQ(story([&] { EXPECT_CKR(token.Finalize(), widestCode); }), "C_Finalize(null): 0xffffffffffffffff\n");
     EXPECT_FALSE(token.initialized);
     EXPECT_NE(token.libHandle, nullptr);
     EXPECT_NE(token.functionList, nullptr);
@@ -181,7 +181,7 @@ TEST_F(ModuleAccessTest, FinalizeWithoutAFunctionListCallsNothing)
 {
     P11Wrapper token(moduleFile);
     transcript.clear();
-    EXPECT_EQ(story([&] { EXPECT_CKR(CKR_OK, token.Finalize()); }), "");
+    EXPECT_EQ(story([&] { EXPECT_CKR(token.Finalize(), CKR_OK); }), "");
 }
 
 TEST_F(ModuleAccessTest, FinalizedWrapperIsNotFinalisedAgainAtItsEnd)
@@ -189,7 +189,7 @@ TEST_F(ModuleAccessTest, FinalizedWrapperIsNotFinalisedAgainAtItsEnd)
     EXPECT_EQ(story([] {
                   P11Wrapper token(moduleFile);
                   EXPECT_TRUE(token.Initialize());
-                  EXPECT_CKR(CKR_OK, token.Finalize());
+                  EXPECT_CKR(token.Finalize(), CKR_OK);
               }),
               loaded + listed + initialized + probed + finalized + unloaded);
 }
@@ -198,7 +198,7 @@ TEST_F(ModuleAccessTest, FinalizedWrapperCanBeInitialisedAgain)
 {
     P11Wrapper token(moduleFile);
     ASSERT_TRUE(token.Initialize());
-    ASSERT_CKR(CKR_OK, token.Finalize());
+    ASSERT_CKR(token.Finalize(), CKR_OK);
     transcript.clear();
     EXPECT_EQ(story([&] { EXPECT_TRUE(token.Initialize()); }), listed + initialized + probed);
 }
@@ -243,7 +243,7 @@ TEST_F(ModuleAccessTest, FirstOfTwoWrappersToEndFinalisesTheModuleOfBoth)
                   P11Wrapper second(moduleFile);
                   EXPECT_TRUE(second.Initialize());
                   first.reset();
-                  EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, second.CleanCard(slotId, nullptr, 0));
+                  EXPECT_CKR(second.CleanCard(slotId, nullptr, 0), CKR_CRYPTOKI_NOT_INITIALIZED);
               }),
               loaded + listed + initialized + probed + listed +
                   "C_Initialize(null): CKR_CRYPTOKI_ALREADY_INITIALIZED\n" + finalized +
@@ -257,7 +257,7 @@ TEST_F(ModuleAccessTest, OperationsAfterAFailedInitialisationTouchNoModule)
     failNth(module.C_GetSlotList, 1, CKR_DEVICE_ERROR);
     P11Wrapper token(moduleFile);
     story([&] { EXPECT_FALSE(token.Initialize()); });
-    EXPECT_EQ(story([&] { EXPECT_CKR(CKR_GENERAL_ERROR, token.InitCard(slotId, nullptr, 0)); }), "| Not Initialized\n");
+    EXPECT_EQ(story([&] { EXPECT_CKR(token.InitCard(slotId, nullptr, 0), CKR_GENERAL_ERROR); }), "| Not Initialized\n");
 }
 
 } // namespace

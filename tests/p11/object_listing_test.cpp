@@ -97,7 +97,7 @@ TEST_F(ObjectListingTest, MissingAttributeIsNoFailure)
                                 read(101, "{CKA_CLASS zeros [8], CKA_ID null [0], CKA_LABEL zeros [4], "
                                           "CKA_KEY_TYPE null [0]}") +
                                 ": CKR_ATTRIBUTE_TYPE_INVALID\n"));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(records, (Records{{"data", "note", "", ""}}));
 }
 
@@ -105,14 +105,14 @@ TEST_F(ObjectListingTest, OpenSessionThatMissesAnAttributeCountsAsSuccess)
 {
     module.C_OpenSession = answering(CKR_ATTRIBUTE_TYPE_INVALID);
     EXPECT_EQ(list(), "C_OpenSession(slot 7, flags 0x6, application null, notify null): CKR_ATTRIBUTE_TYPE_INVALID\n");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 TEST_F(ObjectListingTest, LoginThatMissesAnAttributeFails)
 {
     module.C_Login = answering(CKR_ATTRIBUTE_TYPE_INVALID);
     EXPECT_EQ(list(), loginRefused(userAndPin, CKR_ATTRIBUTE_TYPE_INVALID));
-    EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, rv);
+    EXPECT_CKR(rv, CKR_ATTRIBUTE_TYPE_INVALID);
 }
 
 TEST_F(ObjectListingTest, SearchStartThatMissesAnAttributeFails)
@@ -120,7 +120,7 @@ TEST_F(ObjectListingTest, SearchStartThatMissesAnAttributeFails)
     module.C_FindObjectsInit = answering(CKR_ATTRIBUTE_TYPE_INVALID);
     EXPECT_EQ(list(), inSession("C_FindObjectsInit(session 41, null [0]): CKR_ATTRIBUTE_TYPE_INVALID\n") +
                           "| C_FindObjectsInit failed. Code: 18\n");
-    EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, rv);
+    EXPECT_CKR(rv, CKR_ATTRIBUTE_TYPE_INVALID);
 }
 
 TEST_F(ObjectListingTest, SearchEndThatMissesAnAttributeIsReportedAndCountsAsSuccess)
@@ -129,7 +129,7 @@ TEST_F(ObjectListingTest, SearchEndThatMissesAnAttributeIsReportedAndCountsAsSuc
     EXPECT_EQ(list(), inSession(searchStarted(everything) + next("") +
                                 "C_FindObjectsFinal(session 41): CKR_ATTRIBUTE_TYPE_INVALID\n"
                                 "| C_FindObjectsFinal failed. Code: 18\n"));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 TEST_F(ObjectListingTest, SensitiveAttributeLeavesTheObjectOut)
@@ -138,7 +138,7 @@ TEST_F(ObjectListingTest, SensitiveAttributeLeavesTheObjectOut)
     module.objects[101][CKA_ID] = std::nullopt;
     EXPECT_EQ(list(), inSession(allFound({"101"}) + read(101, lengthQuery) + ": CKR_ATTRIBUTE_SENSITIVE\n" +
                                 "| C_GetAttributeValue failed for 101. Code: 17\n"));
-    EXPECT_CKR(CKR_ATTRIBUTE_SENSITIVE, rv);
+    EXPECT_CKR(rv, CKR_ATTRIBUTE_SENSITIVE);
     EXPECT_TRUE(records.empty());
 }
 
@@ -146,7 +146,7 @@ TEST_F(ObjectListingTest, RecordsComeInTheOrderOfTheSearch)
 {
     module.addSampleObjects();
     list();
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(records, (Records{{"certificate", "alice", "01", ""},
                                 {"public key", "alice", "01", "RSA"},
                                 {"private key", "alice", "01", "RSA"},

@@ -141,7 +141,7 @@ TEST_F(ObjectRecordTest, OneHandleIsTakenHoweverManyTheModuleClaims)
         return code;
     };
     list();
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(records, (Records{{"data", "note", "", ""}}));
 }
 

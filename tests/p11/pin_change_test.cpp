@@ -41,7 +41,7 @@ TEST_F(PinChangeTest, WrongOldPinIsReportedAfterTheSessionWasClosed)
     Buffer wrong = "0000";
     EXPECT_EQ(story([&] { rv = token.SetPin(slotId, wrong.data(), wrong.size(), pin.data(), pin.size()); }),
               loginRefused("CKU_USER, PIN \"0000\" [4]", CKR_PIN_INCORRECT));
-    EXPECT_CKR(CKR_PIN_INCORRECT, rv);
+    EXPECT_CKR(rv, CKR_PIN_INCORRECT);
     EXPECT_EQ(module.token.userPin, "12345678");
 }
 
@@ -49,7 +49,7 @@ TEST_F(PinChangeTest, UserPinIsNoPuk)
 {
     EXPECT_EQ(story([&] { rv = token.SetPuk(slotId, pin.data(), pin.size(), pin.data(), pin.size()); }),
               loginRefused("CKU_SO, PIN \"12345678\" [8]", CKR_PIN_INCORRECT));
-    EXPECT_CKR(CKR_PIN_INCORRECT, rv);
+    EXPECT_CKR(rv, CKR_PIN_INCORRECT);
 }
 
 TEST_F(PinChangeTest, EmptyPinsReachTheModuleAsNull)
@@ -58,7 +58,7 @@ TEST_F(PinChangeTest, EmptyPinsReachTheModuleAsNull)
     EXPECT_EQ(story([&] { rv = token.SetPin(slotId, nullptr, 0, nullptr, 0); }),
               opened + login("CKU_USER, PIN null [0]") + "C_SetPIN(session 41, old null [0], new null [0]): CKR_OK\n" +
                   closed);
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 TEST_F(PinChangeTest, PinsAreBytesOfAnyValue)
@@ -66,7 +66,7 @@ TEST_F(PinChangeTest, PinsAreBytesOfAnyValue)
     Buffer newPin = Bytes{0x00, 0xff, 0x0a};
     EXPECT_EQ(story([&] { rv = token.SetPin(slotId, pin.data(), pin.size(), newPin.data(), newPin.size()); }),
               inSession("C_SetPIN(session 41, old \"12345678\" [8], new 00ff0a [3]): CKR_OK\n"));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(bytesOf(module.token.userPin), newPin.bytes);
 }
 
@@ -75,7 +75,7 @@ TEST_F(PinChangeTest, SlotIsPassedOnUnchanged)
     EXPECT_EQ(story([&] { rv = token.SetPin(widestCode, pin.data(), pin.size(), pin.data(), pin.size()); }),
               "C_OpenSession(slot 18446744073709551615, flags 0x6, application null, notify null): "
               "CKR_SLOT_ID_INVALID\n");
-    EXPECT_CKR(CKR_SLOT_ID_INVALID, rv);
+    EXPECT_CKR(rv, CKR_SLOT_ID_INVALID);
 }
 
 TEST_F(PinChangeTest, NeitherPinIsWritten)
@@ -86,7 +86,7 @@ TEST_F(PinChangeTest, NeitherPinIsWritten)
     rv = token.SetPin(slotId, pin.data(), pin.size(), newPin.data(), newPin.size());
     output.release();
     EXPECT_EQ(output.out(), "");
-    EXPECT_CKR(CKR_PIN_LEN_RANGE, rv);
+    EXPECT_CKR(rv, CKR_PIN_LEN_RANGE);
 }
 
 } // namespace

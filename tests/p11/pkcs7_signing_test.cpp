@@ -128,27 +128,27 @@ protected:
 TEST_F(Pkcs7SigningTest, WithoutIdsTheModuleReceivesNoHandles)
 {
     EXPECT_EQ(sign("", ""), inSession(signedWith("0", "0", "null", "0")));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(signature(), answer("0", "0", "null"));
 }
 
 TEST_F(Pkcs7SigningTest, WithACertificateIdAlone)
 {
     EXPECT_EQ(sign(Bytes{0x01}, ""), inSession(signerFound + signedWith("101", "0", "null", "0")));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 TEST_F(Pkcs7SigningTest, WithAKeyIdAlone)
 {
     EXPECT_EQ(sign("", Bytes{0x02}), inSession(keyFound + signedWith("0", "102", "null", "0")));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 TEST_F(Pkcs7SigningTest, EarlierLoginWithoutCertificateIdEndsUnsigned)
 {
     module.C_Login = answering(CKR_USER_ALREADY_LOGGED_IN);
     EXPECT_EQ(sign("", Bytes{0x02}, {{0x03}}), endedByEarlierLogin);
-    EXPECT_CKR(CKR_USER_ALREADY_LOGGED_IN, rv);
+    EXPECT_CKR(rv, CKR_USER_ALREADY_LOGGED_IN);
     EXPECT_EQ(signature(), "old");
 }
 
@@ -156,20 +156,20 @@ TEST_F(Pkcs7SigningTest, EarlierLoginWithoutAnyIdEndsUnsigned)
 {
     module.C_Login = answering(CKR_USER_ALREADY_LOGGED_IN);
     EXPECT_EQ(sign("", ""), endedByEarlierLogin);
-    EXPECT_CKR(CKR_USER_ALREADY_LOGGED_IN, rv);
+    EXPECT_CKR(rv, CKR_USER_ALREADY_LOGGED_IN);
 }
 
 TEST_F(Pkcs7SigningTest, MissingCertificateSkipsEverythingElse)
 {
     EXPECT_EQ(sign(Bytes{0x99}, Bytes{0x02}, {{0x03}}), inSession(missed(certificateWith("99 [1]"), " #1")));
-    EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, CKR_FUNCTION_FAILED);
     EXPECT_EQ(signature(), "old");
 }
 
 TEST_F(Pkcs7SigningTest, MissingKeySkipsTheFurtherCertificates)
 {
     EXPECT_EQ(sign(Bytes{0x01}, Bytes{0x99}, {{0x03}}), inSession(signerFound + missed(keyWith("99 [1]"), " #2")));
-    EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, CKR_FUNCTION_FAILED);
     EXPECT_EQ(signature(), "old");
 }
 
@@ -178,7 +178,7 @@ TEST_F(Pkcs7SigningTest, MissingFurtherCertificateInTheMiddleIsOnlyReported)
     EXPECT_EQ(sign(Bytes{0x01}, Bytes{0x02}, {{0x03}, {0x99}, {0x04}}),
               inSession(signerFound + keyFound + middleFound + missed(certificateWith("99 [1]"), " #3, Step: 2") +
                         found(certificateWith("04 [1]"), "104") + signedWith("101", "102", "{103, 0, 104}", "3")));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(signature(), answer("101", "102", "{103, 0, 104}"));
 }
 
@@ -187,7 +187,7 @@ TEST_F(Pkcs7SigningTest, MissingLastFurtherCertificateEndsUnsigned)
     EXPECT_EQ(sign(Bytes{0x01}, Bytes{0x02}, {{0x03}, {0x04}, {0x99}}),
               inSession(signerFound + keyFound + middleFound + found(certificateWith("04 [1]"), "104") +
                         missed(certificateWith("99 [1]"), " #3, Step: 3")));
-    EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, CKR_FUNCTION_FAILED);
     EXPECT_EQ(signature(), "old");
 }
 
@@ -201,14 +201,14 @@ TEST_F(Pkcs7SigningTest, HandleThatTheModuleLeftAtAMissIsHandedOn)
         return code;
     };
     sign("", "", {{0x99}, {0x03}});
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(signature(), answer("0", "0", "{77, 103}"));
 }
 
 TEST_F(Pkcs7SigningTest, EmptyFurtherIdIsSearchedFor)
 {
     EXPECT_EQ(sign("", "", {{}}), inSession(missed(certificateWith("null [0]"), " #3, Step: 1")));
-    EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, CKR_FUNCTION_FAILED);
 }
 
 TEST_F(Pkcs7SigningTest, EmptyDataAndWideFlags)
@@ -216,7 +216,7 @@ TEST_F(Pkcs7SigningTest, EmptyDataAndWideFlags)
     story([&] {
         rv = token.pkcs7Sign(slotId, pin.data(), pin.size(), nullptr, 0, nullptr, 0, nullptr, 0, {}, widestCode, out);
     });
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(signature(), "certificate 0;private 0;certificates null;flags 18446744073709551615;");
 }
 
@@ -227,7 +227,7 @@ TEST_F(Pkcs7SigningTest, LengthZeroEmptiesTheSignature)
         return CKR_OK;
     };
     EXPECT_EQ(sign("", ""), inSession(::sign("0", "null", "0", "null count 0") + " -> length 0: CKR_OK\n"));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(signature(), "");
 }
 
@@ -235,7 +235,7 @@ TEST_F(Pkcs7SigningTest, AnnouncedLengthCountsAndTheRestIsZero)
 {
     module.imprecision = 3;
     sign("", "");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(signature(), answer("0", "0", "null") + std::string(3, '\0'));
 }
 
@@ -248,7 +248,7 @@ TEST_F(Pkcs7SigningTest, LongerLengthOfTheFillCallIsNotBelieved)
         return CKR_OK;
     };
     sign("", "");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(signature(), "s\0"s);
 }
 

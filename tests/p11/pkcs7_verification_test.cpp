@@ -26,14 +26,14 @@ TEST_F(Pkcs7VerificationTest, InputsKeepTheirOrderAndTheVerdictIsSilent)
     Buffer second = Bytes{0x00, 0xff};
     EXPECT_EQ(story([&] { rv = token.pkcs7Verify(first.data(), first.size(), second.data(), second.size()); }),
               "C_TOVR_pkcs7Verify(first \"message\" [7], second 00ff [2]): CKR_SIGNATURE_INVALID\n");
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, rv);
+    EXPECT_CKR(rv, CKR_SIGNATURE_INVALID);
 }
 
 TEST_F(Pkcs7VerificationTest, EmptyInputsReachTheModuleAsNull)
 {
     EXPECT_EQ(story([&] { rv = token.pkcs7Verify(nullptr, 0, nullptr, 0); }),
               "C_TOVR_pkcs7Verify(first null [0], second null [0]): CKR_OK\n");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 } // namespace

@@ -76,7 +76,7 @@ TEST_F(RetrievalTest, MissingCertificateFailsAndPrintsZero)
 {
     module.add(rsaPublicKey("alice", {0x01}, modulus, exponent));
     EXPECT_EQ(getCertificate("alice", Bytes{0x01}), inVain(certificateOfAlice));
-    EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, CKR_FUNCTION_FAILED);
     EXPECT_EQ(out, old);
 }
 
@@ -102,7 +102,7 @@ TEST_F(RetrievalTest, FirstOfSeveralCertificatesWins)
     module.add(certificate("alice", {0x01}, der));
     module.add(certificate("alice", {0x02}, {0xff}));
     getCertificate("alice");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(out, der);
 }
 
@@ -111,7 +111,7 @@ TEST_F(RetrievalTest, IdChoosesAmongCertificatesOfOneLabel)
     module.add(certificate("alice", {0x01}, {0xff}));
     module.add(certificate("alice", {0x02}, der));
     getCertificate("alice", Bytes{0x02});
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(out, der);
 }
 
@@ -120,7 +120,7 @@ TEST_F(RetrievalTest, EmptyCertificateIsReadInBothCalls)
     module.add(certificate("alice", {0x01}, {}));
     const unsigned long before = module.callCount();
     getCertificate("alice");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_TRUE(out.empty());
     EXPECT_EQ(module.callCount() - before, 8);
 }
@@ -138,7 +138,7 @@ TEST_F(RetrievalTest, CertificateKeepsTheAnnouncedLength)
         return CKR_OK;
     };
     getCertificate("alice");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(out, (Bytes{0x30, 0x00, 0x00, 0x00}));
 }
 
@@ -153,7 +153,7 @@ TEST_F(RetrievalTest, PartlyWrittenCertificateStaysAfterAFailure)
         return CKR_DEVICE_REMOVED;
     };
     getCertificate("alice");
-    EXPECT_CKR(CKR_DEVICE_REMOVED, rv);
+    EXPECT_CKR(rv, CKR_DEVICE_REMOVED);
     EXPECT_EQ(out, (Bytes{0x00, 0x03, 0x00, 0x00, 0x00}));
 }
 
@@ -210,7 +210,7 @@ TEST_F(RetrievalTest, MissingPublicKeyFailsAndPrintsZero)
 {
     module.add(certificate("alice", {0x01}, der));
     EXPECT_EQ(getKey("alice", Bytes{0x01}), inVain(keyOfAlice));
-    EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, CKR_FUNCTION_FAILED);
     EXPECT_EQ(out, old);
     EXPECT_EQ(out2, old);
 }
@@ -220,7 +220,7 @@ TEST_F(RetrievalTest, PublicKeyByLabelAlone)
     module.add(rsaPublicKey("alice", {0x01}, modulus, exponent));
     module.add(rsaPublicKey("alice", {0x02}, {0xff}, {0x03}));
     getKey("alice");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(out, modulus);
     EXPECT_EQ(out2, exponent);
 }
@@ -235,7 +235,7 @@ TEST_F(RetrievalTest, KeyWithoutRsaComponentsGivesTheModulesCode)
                         "CKR_ATTRIBUTE_TYPE_INVALID\n"
                         "| C_GetAttributeValue failed for 101. Code: 18\n" +
                         searchEnded));
-    EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, rv);
+    EXPECT_CKR(rv, CKR_ATTRIBUTE_TYPE_INVALID);
     EXPECT_EQ(out, old);
     EXPECT_EQ(out2, old);
 }
@@ -244,7 +244,7 @@ TEST_F(RetrievalTest, EmptyModulusDoesNotHideTheExponent)
 {
     module.add(rsaPublicKey("alice", {0x01}, {}, exponent));
     getKey("alice");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_TRUE(out.empty());
     EXPECT_EQ(out2, exponent);
 }

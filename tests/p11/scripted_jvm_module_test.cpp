@@ -36,16 +36,17 @@ protected:
         P11Wrapper token(file.c_str());
         EXPECT_TRUE(token.Initialize());
         CK_SLOT_ID slot = 0;
-        EXPECT_CKR(CKR_OK, token.GetSlotIDByTerminalName("Scripted Reader 0", &slot));
+        EXPECT_CKR(token.GetSlotIDByTerminalName("Scripted Reader 0", &slot), CKR_OK);
         return operation(token, slot);
     }
 
     std::vector<ObjectAttr> objects()
     {
         std::vector<ObjectAttr> objects;
-        EXPECT_CKR(CKR_OK, call([&](P11Wrapper& token, CK_SLOT_ID slot) {
+        EXPECT_CKR(call([&](P11Wrapper& token, CK_SLOT_ID slot) {
                        return token.ListObjects(slot, pin.data(), pin.size(), objects);
-                   }));
+                   }),
+                   CKR_OK);
         return objects;
     }
 
@@ -75,26 +76,28 @@ TEST_F(ScriptedJvmModuleTest, RefusesAWrongPin)
         return token.SetPin(slot, wrong.data(), wrong.size(), pin.data(), pin.size());
     });
     output.release();
-    EXPECT_CKR(CKR_PIN_INCORRECT, rv);
+    EXPECT_CKR(rv, CKR_PIN_INCORRECT);
 }
 
 TEST_F(ScriptedJvmModuleTest, ChangesOutliveTheUnloading)
 {
-    EXPECT_CKR(CKR_OK, call([&](P11Wrapper& token, CK_SLOT_ID slot) {
+    EXPECT_CKR(call([&](P11Wrapper& token, CK_SLOT_ID slot) {
                    return token.GenerateKeyPair(slot, pin.data(), pin.size(), 2048, "new", nullptr, 0);
-               }));
+               }),
+               CKR_OK);
     EXPECT_EQ(objects().size(), 8);
-    EXPECT_CKR(CKR_OK,
-               call([&](P11Wrapper& token, CK_SLOT_ID slot) { return token.CleanCard(slot, pin.data(), pin.size()); }));
+    EXPECT_CKR(call([&](P11Wrapper& token, CK_SLOT_ID slot) { return token.CleanCard(slot, pin.data(), pin.size()); }),
+               CKR_OK);
     EXPECT_TRUE(objects().empty());
 }
 
 TEST_F(ScriptedJvmModuleTest, WritesItsTranscript)
 {
     Buffer input = "same";
-    EXPECT_CKR(CKR_OK, call([&](P11Wrapper& token, CK_SLOT_ID) {
+    EXPECT_CKR(call([&](P11Wrapper& token, CK_SLOT_ID) {
                    return token.pkcs7Verify(input.data(), input.size(), input.data(), input.size());
-               }));
+               }),
+               CKR_OK);
     std::ostringstream transcript;
     transcript << std::ifstream(directory / "transcript").rdbuf();
     EXPECT_EQ(transcript.str(), "C_GetFunctionList: CKR_OK\n"

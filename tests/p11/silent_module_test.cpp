@@ -39,7 +39,7 @@ TEST_F(SilentModuleTest, SlotWithoutADescriptionMatchesNoName)
               "C_GetSlotList(token present 0, list {0}, count 1) -> count 1: CKR_OK\n"
               "C_GetSlotInfo(slot 7): CKR_OK\n"
               "| Terminal not found\n");
-    EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, CKR_FUNCTION_FAILED);
     EXPECT_EQ(found, 99);
 }
 
@@ -50,7 +50,7 @@ TEST_F(SilentModuleTest, SlotWithoutADescriptionIsNotTakenForTheOneBefore)
         return id == 3 ? info(id, output) : CKR_OK;
     };
     CK_SLOT_ID found = 99;
-    EXPECT_CKR(CKR_OK, token.GetSlotIDByTerminalName("Reader A", &found));
+    EXPECT_CKR(token.GetSlotIDByTerminalName("Reader A", &found), CKR_OK);
     EXPECT_EQ(found, 3);
 }
 
@@ -63,7 +63,7 @@ TEST_F(SilentModuleTest, TokenWithoutADescriptionHasZerosInEveryField)
     Bytes serialNumber;
     std::string flags;
     storyOnSoiledStack([&] { return token.GetTokenInfo(slotId, label, manufacturer, model, serialNumber, flags); });
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(label, Bytes(32, 0));
     EXPECT_EQ(manufacturer, Bytes(32, 0));
     EXPECT_EQ(model, Bytes(16, 0));
@@ -86,7 +86,7 @@ TEST_F(SilentModuleTest, SearchWithoutACountFindsNothing)
     module.C_FindObjects = answering(CKR_OK);
     EXPECT_EQ(storyOnSoiledStack([&] { return token.ListObjects(slotId, pin.data(), pin.size(), records); }),
               inSession(allFound({})));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_TRUE(records.empty());
 }
 
@@ -100,7 +100,7 @@ TEST_F(SilentModuleTest, CountOfTheStepBeforeDoesNotKeepAListingGoing)
         return steps < 10 ? CKR_OK : CKR_DEVICE_ERROR; // which ends a listing that goes on
     };
     list();
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(records, (Records{{"data", "note", "", ""}}));
 }
 
@@ -118,7 +118,7 @@ TEST_F(SilentModuleTest, ObjectWithoutAHandleIsZero)
                         ": CKR_OBJECT_HANDLE_INVALID\n"
                         "| C_GetAttributeValue failed for 0. Code: 130\n" +
                         searchEnded));
-    EXPECT_CKR(CKR_OBJECT_HANDLE_INVALID, rv);
+    EXPECT_CKR(rv, CKR_OBJECT_HANDLE_INVALID);
 }
 
 TEST_F(SilentModuleTest, MessageWithoutALengthIsEmpty)
@@ -128,7 +128,7 @@ TEST_F(SilentModuleTest, MessageWithoutALengthIsEmpty)
     storyOnSoiledStack([&] {
         return token.pkcs7Sign(slotId, pin.data(), pin.size(), nullptr, 0, nullptr, 0, nullptr, 0, {}, 0, signature);
     });
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(signature, Bytes{});
 }
 

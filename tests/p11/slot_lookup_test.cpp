@@ -27,7 +27,7 @@ TEST_F(SlotLookupTest, SelectsTheOnlyReader)
     EXPECT_EQ(lookUp("Scripted Reader 0"), counted + " -> count 1: CKR_OK\n" +
                                                "C_GetSlotList(token present 0, list {0}, count 1) -> count 1: CKR_OK\n"
                                                "C_GetSlotInfo(slot 7): CKR_OK\n");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(found, 7);
 }
 
@@ -39,14 +39,14 @@ TEST_F(SlotLookupTest, SelectsTheLastOfSeveralMatchesAndQueriesEverySlot)
                                       "C_GetSlotInfo(slot 3): CKR_OK\n"
                                       "C_GetSlotInfo(slot 5): CKR_OK\n"
                                       "C_GetSlotInfo(slot 4): CKR_OK\n");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(found, 5);
 }
 
 TEST_F(SlotLookupTest, NullNameClearsTheSlotAndFails)
 {
     EXPECT_EQ(lookUp(nullptr), "");
-    EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, CKR_FUNCTION_FAILED);
     EXPECT_EQ(found, 0);
 }
 
@@ -55,7 +55,7 @@ TEST_F(SlotLookupTest, NullNameIsNoticedBeforeTheMissingInitialisation)
     token.Finalize();
     transcript.clear();
     EXPECT_EQ(lookUp(nullptr), "");
-    EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, CKR_FUNCTION_FAILED);
     EXPECT_EQ(found, 0);
 }
 
@@ -64,7 +64,7 @@ TEST_F(SlotLookupTest, UninitialisedWrapperCallsNothing)
     token.Finalize();
     transcript.clear();
     EXPECT_EQ(lookUp("Scripted Reader 0"), "| Not Initialized\n");
-    EXPECT_CKR(CKR_GENERAL_ERROR, rv);
+    EXPECT_CKR(rv, CKR_GENERAL_ERROR);
     EXPECT_EQ(found, untouched);
 }
 
@@ -73,7 +73,7 @@ TEST_F(SlotLookupTest, FailingCountEndsTheLookup)
     failNth(module.C_GetSlotList, 1, widestCode);
     EXPECT_EQ(lookUp("Scripted Reader 0"),
               counted + ": 0xffffffffffffffff\n| C_GetSlotList failed. Code: 18446744073709551615\n");
-    EXPECT_CKR(widestCode, rv);
+    EXPECT_CKR(rv, widestCode);
     EXPECT_EQ(found, untouched);
 }
 
@@ -81,7 +81,7 @@ TEST_F(SlotLookupTest, ModuleWithoutSlotsSucceedsWithoutASlot)
 {
     module.slots.clear();
     EXPECT_EQ(lookUp("Scripted Reader 0"), counted + " -> count 0: CKR_OK\n| C_GetSlotList failed. Code: 0\n");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(found, untouched);
 }
 
@@ -96,7 +96,7 @@ TEST_F(SlotLookupTest, ReaderThatAppearsInBetweenEndsTheLookup)
               counted + " -> count 1: CKR_OK\n" +
                   "C_GetSlotList(token present 0, list {0}, count 1): CKR_BUFFER_TOO_SMALL\n"
                   "| C_GetSlotList failed. Code: 336\n");
-    EXPECT_CKR(CKR_BUFFER_TOO_SMALL, rv);
+    EXPECT_CKR(rv, CKR_BUFFER_TOO_SMALL);
     EXPECT_EQ(found, untouched);
 }
 
@@ -117,7 +117,7 @@ TEST_F(SlotLookupTest, EntriesThatTheModuleDoesNotFillAreAskedForAsSlotZero)
                                          "C_GetSlotInfo(slot 7): CKR_OK\n"
                                          "C_GetSlotInfo(slot 0): CKR_OK\n"
                                          "C_GetSlotInfo(slot 0): CKR_OK\n");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(found, 0);
 }
 
@@ -133,7 +133,7 @@ TEST_F(SlotLookupTest, CountThatGrewMeanwhileIsNotBelieved)
               counted + " -> count 1: CKR_OK\n" +
                   "C_GetSlotList(token present 0, list {0}, count 1) -> count 1000: CKR_OK\n"
                   "C_GetSlotInfo(slot 7): CKR_OK\n");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(found, 7);
 }
 
@@ -157,7 +157,7 @@ TEST_F(SlotLookupTest, UnreadableSlotIsReportedAndPassedOver)
                                       "C_GetSlotInfo(slot 5): CKR_DEVICE_REMOVED\n"
                                       "| C_GetSlotInfo failed. Code: 50\n"
                                       "C_GetSlotInfo(slot 4): CKR_OK\n");
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(found, 3);
 }
 
@@ -169,7 +169,7 @@ TEST_F(SlotLookupTest, UnreadableLastSlotDecidesTheResultDespiteAMatch)
                                       "C_GetSlotInfo(slot 3): CKR_OK\n"
                                       "C_GetSlotInfo(slot 5): 0xffffffffffffffff\n"
                                       "| C_GetSlotInfo failed. Code: 18446744073709551615\n");
-    EXPECT_CKR(widestCode, rv);
+    EXPECT_CKR(rv, widestCode);
     EXPECT_EQ(found, 3);
 }
 
@@ -181,7 +181,7 @@ TEST_F(SlotLookupTest, UnreadableSlotsAloneAreNoTerminal)
                               "C_GetSlotInfo(slot 7): CKR_DEVICE_REMOVED\n"
                               "| C_GetSlotInfo failed. Code: 50\n"
                               "| Terminal not found\n");
-    EXPECT_CKR(CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, CKR_FUNCTION_FAILED);
     EXPECT_EQ(found, untouched);
 }
 
@@ -189,7 +189,7 @@ TEST_F(SlotLookupTest, EmptyNameSelectsTheLastReadableSlot)
 {
     module.slots = {{3, "Reader A"}, {5, "Reader B"}, unreadable({4, "Reader C"}, CKR_DEVICE_REMOVED)};
     lookUp("");
-    EXPECT_CKR(CKR_DEVICE_REMOVED, rv);
+    EXPECT_CKR(rv, CKR_DEVICE_REMOVED);
     EXPECT_EQ(found, 5);
 }
 
@@ -271,7 +271,7 @@ TEST_P(SlotMatchTest, IsAPrefixTestInBothDirections)
     const Pair& pair = GetParam();
     module.slots = {pair.slot};
     const std::string told = lookUp(pair.name.c_str());
-    EXPECT_CKR(pair.match ? CKR_OK : CKR_FUNCTION_FAILED, rv);
+    EXPECT_CKR(rv, pair.match ? CKR_OK : CKR_FUNCTION_FAILED);
     EXPECT_EQ(found, pair.match ? 7 : untouched);
     EXPECT_EQ(told.find("| Terminal not found\n") == std::string::npos, pair.match);
 }

@@ -30,16 +30,16 @@ TEST_F(TokenInitialisationTest, EmptyPinReachesTheModuleAsNull)
     EXPECT_EQ(story([&] { rv = token.InitCard(slotId, nullptr, 0); }),
               "C_InitToken(slot 7, PIN null [0], label \"VORNIX Token                    \" [32]): CKR_PIN_INCORRECT\n"
               "| C_InitToken failed. Code: 160\n");
-    EXPECT_CKR(CKR_PIN_INCORRECT, rv);
+    EXPECT_CKR(rv, CKR_PIN_INCORRECT);
 }
 
 TEST_F(TokenInitialisationTest, LabelReadsBackWithoutItsBlanks)
 {
     Buffer soPin = "87654321";
-    EXPECT_CKR(CKR_OK, token.InitCard(slotId, soPin.data(), soPin.size()));
+    EXPECT_CKR(token.InitCard(slotId, soPin.data(), soPin.size()), CKR_OK);
     Bytes label, manufacturer, model, serialNumber;
     std::string flags;
-    EXPECT_CKR(CKR_OK, token.GetTokenInfo(slotId, label, manufacturer, model, serialNumber, flags));
+    EXPECT_CKR(token.GetTokenInfo(slotId, label, manufacturer, model, serialNumber, flags), CKR_OK);
     EXPECT_EQ(label, bytesOf("VORNIX Token"));
 }
 
@@ -101,7 +101,7 @@ TEST_F(TokenCleaningTest, EveryObjectGoes)
 {
     module.addSampleObjects();
     clean();
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
     EXPECT_TRUE(module.objects.empty());
 }
 
@@ -111,7 +111,7 @@ TEST_F(TokenCleaningTest, WrongPinLeavesTheObjects)
     const auto before = module.objects;
     pin = "0000";
     EXPECT_EQ(clean(), loginRefused("CKU_USER, PIN \"0000\" [4]", CKR_PIN_INCORRECT));
-    EXPECT_CKR(CKR_PIN_INCORRECT, rv);
+    EXPECT_CKR(rv, CKR_PIN_INCORRECT);
     EXPECT_EQ(module.objects, before);
 }
 
@@ -123,7 +123,7 @@ TEST_F(TokenCleaningTest, HandleThatCameWithAnErrorIsNotDestroyed)
         return CKR_DEVICE_ERROR;
     };
     EXPECT_EQ(clean(), inSession(searchStarted("null [0]") + findNext + ": CKR_DEVICE_ERROR\n" + searchEnded));
-    EXPECT_CKR(CKR_OK, rv);
+    EXPECT_CKR(rv, CKR_OK);
 }
 
 TEST_F(TokenCleaningTest, HandlesAreWrittenInFullAndUnsigned)
@@ -133,7 +133,7 @@ TEST_F(TokenCleaningTest, HandlesAreWrittenInFullAndUnsigned)
     EXPECT_EQ(clean(), inSession(allFound({"18446744073709551615"}) +
                                  "C_DestroyObject(session 41, object 18446744073709551615): 0xffffffffffffffff\n"
                                  "| C_DestroyObject failed for 18446744073709551615. Code: 18446744073709551615\n"));
-    EXPECT_CKR(widestCode, rv);
+    EXPECT_CKR(rv, widestCode);
 }
 
 // --- Description ---
@@ -179,7 +179,7 @@ protected:
     std::string described()
     {
         TokenFields fields;
-        EXPECT_CKR(CKR_OK, fields.read(token));
+        EXPECT_CKR(fields.read(token), CKR_OK);
         return fields.text();
     }
 };
@@ -221,13 +221,13 @@ TEST_F(TokenDescriptionTest, FlagsAreSixteenLowercaseDigits)
 {
     TokenFields fields;
     module.token.flags = 0;
-    EXPECT_CKR(CKR_OK, fields.read(token));
+    EXPECT_CKR(fields.read(token), CKR_OK);
     EXPECT_EQ(fields.flags, "0000000000000000");
     module.token.flags = widestCode;
-    EXPECT_CKR(CKR_OK, fields.read(token));
+    EXPECT_CKR(fields.read(token), CKR_OK);
     EXPECT_EQ(fields.flags, "ffffffffffffffff");
     module.token.flags = 0x123456789abcdef;
-    EXPECT_CKR(CKR_OK, fields.read(token));
+    EXPECT_CKR(fields.read(token), CKR_OK);
     EXPECT_EQ(fields.flags, "0123456789abcdef");
 }
 

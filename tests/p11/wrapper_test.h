@@ -22,7 +22,7 @@ struct Buffer {
     Buffer(Bytes given) : bytes(std::move(given)) {}
 
     unsigned char* data() { return bytes.empty() ? nullptr : bytes.data(); }
-    unsigned long size() const { return bytes.size(); }
+    [[nodiscard]] unsigned long size() const { return bytes.size(); }
 };
 
 inline constexpr CK_SLOT_ID slotId = 7;

@@ -37,32 +37,32 @@ std::size_t sizeOf(int descriptor)
 
 } // namespace
 
-CapturedOutput::Stream::Stream(int descriptorToCapture)
-    : descriptor(descriptorToCapture), original(checked(dup(descriptorToCapture), "dup")),
-      memory(checked(memfd_create("captured", MFD_CLOEXEC), "memfd_create"))
+CapturedOutput::Stream::Stream(int descriptor)
+    : descriptor_(descriptor), original_(checked(dup(descriptor), "dup")),
+      memory_(checked(memfd_create("captured", MFD_CLOEXEC), "memfd_create"))
 {
-    checked(dup2(memory, descriptor), "dup2");
+    checked(dup2(memory_, descriptor_), "dup2");
 }
 
 CapturedOutput::Stream::~Stream()
 {
     release();
-    close(memory);
+    close(memory_);
 }
 
 void CapturedOutput::Stream::release()
 {
-    if (original < 0)
+    if (original_ < 0)
         return;
-    dup2(original, descriptor);
-    close(original);
-    original = -1;
+    dup2(original_, descriptor_);
+    close(original_);
+    original_ = -1;
 }
 
 std::string CapturedOutput::Stream::text() const
 {
     std::string text(size(), '\0');
-    const ssize_t count = pread(memory, text.data(), text.size(), 0);
+    const ssize_t count = pread(memory_, text.data(), text.size(), 0);
     checked(static_cast<int>(count), "pread");
     text.resize(static_cast<std::size_t>(count));
     return text;
@@ -70,10 +70,10 @@ std::string CapturedOutput::Stream::text() const
 
 std::size_t CapturedOutput::Stream::size() const
 {
-    return sizeOf(memory);
+    return sizeOf(memory_);
 }
 
-CapturedOutput::CapturedOutput() : outStream((flushAll(), STDOUT_FILENO)), errStream(STDERR_FILENO)
+CapturedOutput::CapturedOutput() : outStream_((flushAll(), STDOUT_FILENO)), errStream_(STDERR_FILENO)
 {
     active = true;
 }
@@ -88,17 +88,17 @@ void CapturedOutput::release()
     // No flush: text that the code under test left in a buffer must be missed by the tests.
     if (!active.exchange(false))
         return;
-    outStream.release();
-    errStream.release();
+    outStream_.release();
+    errStream_.release();
 }
 
 std::string CapturedOutput::out() const
 {
-    return outStream.text();
+    return outStream_.text();
 }
 std::string CapturedOutput::err() const
 {
-    return errStream.text();
+    return errStream_.text();
 }
 
 std::size_t CapturedOutput::printed()

@@ -18,12 +18,12 @@ public:
     /// Gives the descriptors back; what was captured stays readable.
     void release();
 
-    std::string out() const;
-    std::string err() const;
+    [[nodiscard]] std::string out() const;
+    [[nodiscard]] std::string err() const;
 
     /// Bytes that have reached standard output since the current capture began; 0 without one. Bytes that still wait in
     /// a stream's buffer have not reached it.
-    static std::size_t printed();
+    [[nodiscard]] static std::size_t printed();
 
 private:
     class Stream {
@@ -34,16 +34,16 @@ private:
         Stream& operator=(const Stream&) = delete;
 
         void release();
-        std::string text() const;
-        std::size_t size() const;
+        [[nodiscard]] std::string text() const;
+        [[nodiscard]] std::size_t size() const;
 
     private:
-        int descriptor;
-        int original;
-        int memory;
+        int descriptor_;
+        int original_;
+        int memory_;
     };
-    Stream outStream;
-    Stream errStream;
+    Stream outStream_;
+    Stream errStream_;
 };
 
 } // namespace scripted

@@ -7,9 +7,10 @@
 
 namespace scripted {
 
-inline testing::AssertionResult sameCode(const char* expectedText, const char* actualText, CK_RV expected, CK_RV actual)
+[[nodiscard]] inline testing::AssertionResult sameCode(const char* actualText, const char* expectedText, CK_RV actual,
+                                                       CK_RV expected)
 {
-    if (expected == actual)
+    if (actual == expected)
         return testing::AssertionSuccess();
     return testing::AssertionFailure() << actualText << " is " << codeName(actual) << ", expected " << expectedText
                                        << ", which is " << codeName(expected);
@@ -17,5 +18,5 @@ inline testing::AssertionResult sameCode(const char* expectedText, const char* a
 
 } // namespace scripted
 
-#define EXPECT_CKR(expected, actual) EXPECT_PRED_FORMAT2(scripted::sameCode, expected, actual)
-#define ASSERT_CKR(expected, actual) ASSERT_PRED_FORMAT2(scripted::sameCode, expected, actual)
+#define EXPECT_CKR(actual, expected) EXPECT_PRED_FORMAT2(scripted::sameCode, actual, expected)
+#define ASSERT_CKR(actual, expected) ASSERT_PRED_FORMAT2(scripted::sameCode, actual, expected)

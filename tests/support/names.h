@@ -8,14 +8,14 @@
 namespace scripted {
 
 /// "CKR_PIN_INCORRECT"; a code without a name is given as 0x and hexadecimal digits.
-std::string codeName(CK_RV code);
-std::string userTypeName(CK_USER_TYPE type);
-std::string attributeName(CK_ATTRIBUTE_TYPE type);
-std::string className(CK_OBJECT_CLASS value);
-std::string keyTypeName(CK_KEY_TYPE value);
-std::string mechanismName(CK_MECHANISM_TYPE type);
+[[nodiscard]] std::string codeName(CK_RV code);
+[[nodiscard]] std::string userTypeName(CK_USER_TYPE type);
+[[nodiscard]] std::string attributeName(CK_ATTRIBUTE_TYPE type);
+[[nodiscard]] std::string className(CK_OBJECT_CLASS value);
+[[nodiscard]] std::string keyTypeName(CK_KEY_TYPE value);
+[[nodiscard]] std::string mechanismName(CK_MECHANISM_TYPE type);
 
 /// "0x1f"
-std::string hexNumber(unsigned long value);
+[[nodiscard]] std::string hexNumber(unsigned long value);
 
 } // namespace scripted

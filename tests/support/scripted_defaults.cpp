@@ -25,7 +25,7 @@ void ScriptedModule::setDefaults()
     // Every default function holds the lock for its whole length; a replacement that calls one may hold it already.
     const auto locked = [this](auto body) {
         return [this, body](auto... args) {
-            const std::lock_guard<std::recursive_mutex> lock(mutex);
+            const std::lock_guard<std::recursive_mutex> lock(mutex_);
             return body(args...);
         };
     };

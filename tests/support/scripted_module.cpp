@@ -35,7 +35,7 @@ ScriptedModule* ScriptedModule::current()
 
 CK_OBJECT_HANDLE ScriptedModule::add(Object object)
 {
-    const std::lock_guard<std::recursive_mutex> lock(mutex);
+    const std::lock_guard<std::recursive_mutex> lock(mutex_);
     objects[nextObject] = std::move(object);
     return nextObject++;
 }
@@ -48,21 +48,21 @@ void ScriptedModule::addSampleObjects()
 
 void ScriptedModule::failCall(unsigned long n, CK_RV code)
 {
-    failure = code;
-    failingCall = calls + n;
+    failure_ = code;
+    failingCall_ = calls_ + n;
 }
 
 std::optional<CK_RV> ScriptedModule::scriptedFailure()
 {
-    return ++calls == failingCall ? std::optional<CK_RV>(failure) : std::nullopt;
+    return ++calls_ == failingCall_ ? std::optional<CK_RV>(failure_) : std::nullopt;
 }
 
 void ScriptedModule::unloaded()
 {
-    const std::lock_guard<std::recursive_mutex> lock(mutex);
-    initialized = false;
-    sessions.clear();
-    user.reset();
+    const std::lock_guard<std::recursive_mutex> lock(mutex_);
+    initialized_ = false;
+    sessions_.clear();
+    user_.reset();
 }
 
 const Slot* ScriptedModule::slot(CK_SLOT_ID id) const
@@ -73,22 +73,22 @@ const Slot* ScriptedModule::slot(CK_SLOT_ID id) const
 
 CK_RV ScriptedModule::checkLogin(CK_SESSION_HANDLE session) const
 {
-    if (sessions.count(session) == 0)
+    if (sessions_.count(session) == 0)
         return CKR_SESSION_HANDLE_INVALID;
-    return user == CKU_USER ? CKR_OK : CKR_USER_NOT_LOGGED_IN;
+    return user_ == CKU_USER ? CKR_OK : CKR_USER_NOT_LOGGED_IN;
 }
 
 CK_RV ScriptedModule::initialize()
 {
-    if (initialized)
+    if (initialized_)
         return CKR_CRYPTOKI_ALREADY_INITIALIZED;
-    initialized = true;
+    initialized_ = true;
     return CKR_OK;
 }
 
 CK_RV ScriptedModule::finalize()
 {
-    if (!initialized)
+    if (!initialized_)
         return CKR_CRYPTOKI_NOT_INITIALIZED;
     unloaded();
     return CKR_OK;
@@ -96,7 +96,7 @@ CK_RV ScriptedModule::finalize()
 
 CK_RV ScriptedModule::listSlots(CK_SLOT_ID* list, CK_ULONG* count)
 {
-    if (!initialized)
+    if (!initialized_)
         return CKR_CRYPTOKI_NOT_INITIALIZED;
     const CK_ULONG room = *count;
     *count = slots.size();
@@ -139,7 +139,7 @@ CK_RV ScriptedModule::initToken(CK_SLOT_ID id, const std::string& soPin, const s
 {
     if (slot(id) == nullptr)
         return CKR_SLOT_ID_INVALID;
-    if (!sessions.empty())
+    if (!sessions_.empty())
         return CKR_SESSION_EXISTS;
     if (soPin != token.soPin)
         return CKR_PIN_INCORRECT;
@@ -151,43 +151,43 @@ CK_RV ScriptedModule::initToken(CK_SLOT_ID id, const std::string& soPin, const s
 
 CK_RV ScriptedModule::openSession(CK_SLOT_ID id, CK_SESSION_HANDLE* session)
 {
-    if (!initialized)
+    if (!initialized_)
         return CKR_CRYPTOKI_NOT_INITIALIZED;
     if (slot(id) == nullptr)
         return CKR_SLOT_ID_INVALID;
     *session = nextSession++;
-    sessions[*session].slot = id;
+    sessions_[*session].slot = id;
     return CKR_OK;
 }
 
 CK_RV ScriptedModule::closeSession(CK_SESSION_HANDLE session)
 {
-    if (sessions.erase(session) == 0)
+    if (sessions_.erase(session) == 0)
         return CKR_SESSION_HANDLE_INVALID;
-    if (sessions.empty())
-        user.reset();
+    if (sessions_.empty())
+        user_.reset();
     return CKR_OK;
 }
 
 CK_RV ScriptedModule::login(CK_SESSION_HANDLE session, CK_USER_TYPE type, const std::string& pin)
 {
-    if (sessions.count(session) == 0)
+    if (sessions_.count(session) == 0)
         return CKR_SESSION_HANDLE_INVALID;
-    if (user)
+    if (user_)
         return CKR_USER_ALREADY_LOGGED_IN;
     if (pin != (type == CKU_SO ? token.soPin : token.userPin))
         return CKR_PIN_INCORRECT;
-    user = type;
+    user_ = type;
     return CKR_OK;
 }
 
 CK_RV ScriptedModule::setPin(CK_SESSION_HANDLE session, const std::string& oldPin, const std::string& newPin)
 {
-    if (sessions.count(session) == 0)
+    if (sessions_.count(session) == 0)
         return CKR_SESSION_HANDLE_INVALID;
-    if (!user)
+    if (!user_)
         return CKR_USER_NOT_LOGGED_IN;
-    std::string& pin = user == CKU_SO ? token.soPin : token.userPin;
+    std::string& pin = user_ == CKU_SO ? token.soPin : token.userPin;
     if (oldPin != pin)
         return CKR_PIN_INCORRECT;
     pin = newPin;
@@ -198,7 +198,7 @@ CK_RV ScriptedModule::startSearch(CK_SESSION_HANDLE session, const CK_ATTRIBUTE*
 {
     if (const CK_RV code = checkLogin(session); code != CKR_OK)
         return code;
-    Session& state = sessions[session];
+    Session& state = sessions_[session];
     state.searching = true;
     state.found.clear();
     for (auto object = objects.rbegin(); object != objects.rend(); ++object)
@@ -209,8 +209,8 @@ CK_RV ScriptedModule::startSearch(CK_SESSION_HANDLE session, const CK_ATTRIBUTE*
 
 CK_RV ScriptedModule::search(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE* handles, CK_ULONG room, CK_ULONG* count)
 {
-    const auto state = sessions.find(session);
-    if (state == sessions.end())
+    const auto state = sessions_.find(session);
+    if (state == sessions_.end())
         return CKR_SESSION_HANDLE_INVALID;
     if (!state->second.searching)
         return CKR_OPERATION_NOT_INITIALIZED;
@@ -223,8 +223,8 @@ CK_RV ScriptedModule::search(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE* handle
 
 CK_RV ScriptedModule::endSearch(CK_SESSION_HANDLE session)
 {
-    const auto state = sessions.find(session);
-    if (state == sessions.end())
+    const auto state = sessions_.find(session);
+    if (state == sessions_.end())
         return CKR_SESSION_HANDLE_INVALID;
     if (!state->second.searching)
         return CKR_OPERATION_NOT_INITIALIZED;

@@ -35,7 +35,7 @@ struct Slot {
     CK_RV infoResult = CKR_OK;                   // what C_GetSlotInfo answers
 };
 
-inline Slot unreadable(Slot slot, CK_RV code)
+[[nodiscard]] inline Slot unreadable(Slot slot, CK_RV code)
 {
     slot.infoResult = code;
     return slot;
@@ -59,7 +59,7 @@ public:
     ScriptedModule(const ScriptedModule&) = delete;
     ScriptedModule& operator=(const ScriptedModule&) = delete;
 
-    static ScriptedModule* current();
+    [[nodiscard]] static ScriptedModule* current();
 
     // --- What the default functions work upon ---
 
@@ -108,13 +108,13 @@ public:
     void failCall(unsigned long n, CK_RV code);
 
     /// Calls received so far, C_GetFunctionList not counted.
-    unsigned long callCount() const { return calls; }
+    [[nodiscard]] unsigned long callCount() const { return calls_; }
 
     // --- For the entry points ---
 
     Transcript& transcript;
-    std::optional<CK_RV> scriptedFailure(); ///< counts a call
-    void unloaded();                        ///< forgets sessions and initialisation, as an unloaded module does
+    [[nodiscard]] std::optional<CK_RV> scriptedFailure(); ///< counts a call
+    void unloaded(); ///< forgets sessions_ and initialisation, as an unloaded module does
 
 private:
     struct Session {
@@ -124,41 +124,44 @@ private:
     };
 
     void setDefaults();
-    CK_RV initialize();
-    CK_RV finalize();
-    CK_RV listSlots(CK_SLOT_ID* list, CK_ULONG* count);
-    CK_RV slotInfo(CK_SLOT_ID id, CK_SLOT_INFO* info);
-    CK_RV tokenInfo(CK_SLOT_ID id, CK_TOKEN_INFO* info);
-    CK_RV initToken(CK_SLOT_ID id, const std::string& soPin, const std::string& label);
-    CK_RV openSession(CK_SLOT_ID id, CK_SESSION_HANDLE* session);
-    CK_RV closeSession(CK_SESSION_HANDLE session);
-    CK_RV login(CK_SESSION_HANDLE session, CK_USER_TYPE type, const std::string& pin);
-    CK_RV setPin(CK_SESSION_HANDLE session, const std::string& oldPin, const std::string& newPin);
-    CK_RV startSearch(CK_SESSION_HANDLE session, const CK_ATTRIBUTE* attributes, CK_ULONG count);
-    CK_RV search(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE* handles, CK_ULONG room, CK_ULONG* count);
-    CK_RV endSearch(CK_SESSION_HANDLE session);
-    CK_RV readAttributes(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE* attributes, CK_ULONG count);
-    CK_RV destroy(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object);
-    CK_RV generate(CK_SESSION_HANDLE session, const CK_MECHANISM& mechanism, const CK_ATTRIBUTE* publicTemplate,
-                   CK_ULONG publicCount, const CK_ATTRIBUTE* privateTemplate, CK_ULONG privateCount,
-                   CK_OBJECT_HANDLE* publicKey, CK_OBJECT_HANDLE* privateKey);
-    CK_RV import(CK_SESSION_HANDLE session, Object object);
-    CK_RV deliver(CK_SESSION_HANDLE session, const std::string& answer, CK_BYTE* buffer, CK_ULONG* length);
+    [[nodiscard]] CK_RV initialize();
+    [[nodiscard]] CK_RV finalize();
+    [[nodiscard]] CK_RV listSlots(CK_SLOT_ID* list, CK_ULONG* count);
+    [[nodiscard]] CK_RV slotInfo(CK_SLOT_ID id, CK_SLOT_INFO* info);
+    [[nodiscard]] CK_RV tokenInfo(CK_SLOT_ID id, CK_TOKEN_INFO* info);
+    [[nodiscard]] CK_RV initToken(CK_SLOT_ID id, const std::string& soPin, const std::string& label);
+    [[nodiscard]] CK_RV openSession(CK_SLOT_ID id, CK_SESSION_HANDLE* session);
+    [[nodiscard]] CK_RV closeSession(CK_SESSION_HANDLE session);
+    [[nodiscard]] CK_RV login(CK_SESSION_HANDLE session, CK_USER_TYPE type, const std::string& pin);
+    [[nodiscard]] CK_RV setPin(CK_SESSION_HANDLE session, const std::string& oldPin, const std::string& newPin);
+    [[nodiscard]] CK_RV startSearch(CK_SESSION_HANDLE session, const CK_ATTRIBUTE* attributes, CK_ULONG count);
+    [[nodiscard]] CK_RV search(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE* handles, CK_ULONG room, CK_ULONG* count);
+    [[nodiscard]] CK_RV endSearch(CK_SESSION_HANDLE session);
+    [[nodiscard]] CK_RV readAttributes(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE* attributes,
+                                       CK_ULONG count);
+    [[nodiscard]] CK_RV destroy(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object);
+    [[nodiscard]] CK_RV generate(CK_SESSION_HANDLE session, const CK_MECHANISM& mechanism,
+                                 const CK_ATTRIBUTE* publicTemplate, CK_ULONG publicCount,
+                                 const CK_ATTRIBUTE* privateTemplate, CK_ULONG privateCount,
+                                 CK_OBJECT_HANDLE* publicKey, CK_OBJECT_HANDLE* privateKey);
+    [[nodiscard]] CK_RV import(CK_SESSION_HANDLE session, Object object);
+    [[nodiscard]] CK_RV deliver(CK_SESSION_HANDLE session, const std::string& answer, CK_BYTE* buffer,
+                                CK_ULONG* length);
 
-    const Slot* slot(CK_SLOT_ID id) const;
-    CK_RV checkLogin(CK_SESSION_HANDLE session) const;
+    [[nodiscard]] const Slot* slot(CK_SLOT_ID id) const;
+    [[nodiscard]] CK_RV checkLogin(CK_SESSION_HANDLE session) const;
 
-    std::recursive_mutex mutex;
-    bool initialized = false;
-    std::map<CK_SESSION_HANDLE, Session> sessions;
-    std::optional<CK_USER_TYPE> user; // logged in on all sessions
-    std::atomic<unsigned long> calls{0};
-    std::atomic<unsigned long> failingCall{0};
-    std::atomic<CK_RV> failure{CKR_OK};
+    std::recursive_mutex mutex_;
+    bool initialized_ = false;
+    std::map<CK_SESSION_HANDLE, Session> sessions_;
+    std::optional<CK_USER_TYPE> user_; // logged in on all sessions
+    std::atomic<unsigned long> calls_{0};
+    std::atomic<unsigned long> failingCall_{0};
+    std::atomic<CK_RV> failure_{CKR_OK};
 };
 
 /// A replacement that only answers: `module.C_Login = answering(CKR_PIN_LOCKED);`
-inline auto answering(CK_RV code)
+[[nodiscard]] inline auto answering(CK_RV code)
 {
     return [code](auto...) { return code; };
 }
@@ -175,7 +178,7 @@ void failNth(std::function<CK_RV(Args...)>& function, int n, CK_RV code)
 // --- The doors ---
 
 /// Answers C_GetFunctionList for the current module.
-CK_RV deliverFunctionList(CK_FUNCTION_LIST_PTR_PTR list);
+[[nodiscard]] CK_RV deliverFunctionList(CK_FUNCTION_LIST_PTR_PTR list);
 
 /// Called for a function that the library must never call, or without a current module. Defined by the program: the
 /// GoogleTest programs fail the running test, the module for the JVM aborts.

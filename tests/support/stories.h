@@ -29,7 +29,7 @@ inline const std::string opened =
 inline const std::string closed = "C_CloseSession(session 41): CKR_OK\n";
 
 /// C_Login with these arguments ("CKU_SO, PIN null [0]").
-inline std::string login(const std::string& arguments, CK_RV code = CKR_OK)
+[[nodiscard]] inline std::string login(const std::string& arguments, CK_RV code = CKR_OK)
 {
     return "C_Login(session 41, " + arguments + "): " + scripted::codeName(code) + "\n";
 }
@@ -37,13 +37,13 @@ inline std::string login(const std::string& arguments, CK_RV code = CKR_OK)
 inline const std::string userAndPin = "CKU_USER, PIN \"12345678\" [8]";
 
 /// An operation in the user's session, from opening to closing.
-inline std::string inSession(const std::string& job)
+[[nodiscard]] inline std::string inSession(const std::string& job)
 {
     return opened + login(userAndPin) + job + closed;
 }
 
 /// An operation that ends with its login.
-inline std::string loginRefused(const std::string& arguments, CK_RV code)
+[[nodiscard]] inline std::string loginRefused(const std::string& arguments, CK_RV code)
 {
     return opened + login(arguments, code) + closed + "| Login failed. Code: " + std::to_string(code) + "\n";
 }
@@ -53,7 +53,7 @@ inline const std::string endedByEarlierLogin = opened + login(userAndPin, CKR_US
 
 // --- Searches ---
 
-inline std::string searchStarted(const std::string& attributes)
+[[nodiscard]] inline std::string searchStarted(const std::string& attributes)
 {
     return "C_FindObjectsInit(session 41, " + attributes + "): CKR_OK\n";
 }
@@ -61,7 +61,7 @@ inline std::string searchStarted(const std::string& attributes)
 inline const std::string findNext = "C_FindObjects(session 41, room for 1)";
 
 /// One step of a search: the handle found, or "" for none.
-inline std::string next(const std::string& handle)
+[[nodiscard]] inline std::string next(const std::string& handle)
 {
     return findNext + " -> {" + handle + "}: CKR_OK\n";
 }
@@ -69,20 +69,20 @@ inline std::string next(const std::string& handle)
 inline const std::string searchEnded = "C_FindObjectsFinal(session 41): CKR_OK\n";
 
 /// A whole search for one object.
-inline std::string found(const std::string& attributes, const std::string& handle)
+[[nodiscard]] inline std::string found(const std::string& attributes, const std::string& handle)
 {
     return searchStarted(attributes) + next(handle) + searchEnded;
 }
 
 /// A search that finds nothing; `number` is " #1" and the like.
-inline std::string missed(const std::string& attributes, const std::string& number = "")
+[[nodiscard]] inline std::string missed(const std::string& attributes, const std::string& number = "")
 {
     return searchStarted(attributes) + next("") + "| C_FindObjects object not found" + number + ". Code: 0\n" +
            searchEnded;
 }
 
 /// A whole search for all objects, which finds these.
-inline std::string allFound(std::initializer_list<const char*> handles)
+[[nodiscard]] inline std::string allFound(std::initializer_list<const char*> handles)
 {
     std::string story = searchStarted("null [0]");
     for (const char* handle : handles)

@@ -55,10 +55,10 @@ void appendPrinted(std::string& story, const std::string& printed)
 
 void Transcript::add(std::string line, std::size_t printedBefore)
 {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const std::lock_guard<std::mutex> lock(mutex_);
     if (onLine)
         onLine(line);
-    entries.push_back({std::move(line), printedBefore});
+    entries_.push_back({std::move(line), printedBefore});
 }
 
 void Transcript::add(std::string line)
@@ -73,10 +73,10 @@ std::string Transcript::calls() const
 
 std::string Transcript::story(const std::string& output) const
 {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const std::lock_guard<std::mutex> lock(mutex_);
     std::string story;
     std::size_t told = 0;
-    for (const Entry& entry : entries) {
+    for (const Entry& entry : entries_) {
         const std::size_t printed = std::min(std::max(entry.printedBefore, told), output.size());
         appendPrinted(story, output.substr(told, printed - told));
         told = printed;
@@ -88,14 +88,14 @@ std::string Transcript::story(const std::string& output) const
 
 std::size_t Transcript::size() const
 {
-    const std::lock_guard<std::mutex> lock(mutex);
-    return entries.size();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return entries_.size();
 }
 
 void Transcript::clear()
 {
-    const std::lock_guard<std::mutex> lock(mutex);
-    entries.clear();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    entries_.clear();
 }
 
 std::string runText(const void* bytes, unsigned long length)

@@ -22,13 +22,13 @@ public:
     void add(std::string line);
 
     /// The calls, one a line.
-    std::string calls() const;
+    [[nodiscard]] std::string calls() const;
 
     /// The calls with `output` (what went to standard output) between them, each printed line at the place where it was
     /// written and led by "| ". Text after the last line end is led by "|…", so a line that lacks its end differs.
-    std::string story(const std::string& output) const;
+    [[nodiscard]] std::string story(const std::string& output) const;
 
-    std::size_t size() const;
+    [[nodiscard]] std::size_t size() const;
     void clear();
 
     /// Receives every line as it is added.
@@ -39,34 +39,34 @@ private:
         std::string line;
         std::size_t printedBefore;
     };
-    mutable std::mutex mutex;
-    std::vector<Entry> entries;
+    mutable std::mutex mutex_;
+    std::vector<Entry> entries_;
 };
 
 // --- Arguments as text ---
 
 /// `null [3]`, `"text" [4]` when all bytes are printable ASCII, otherwise `0a0b [2]`. Reads all `length` bytes.
-std::string runText(const void* bytes, unsigned long length);
+[[nodiscard]] std::string runText(const void* bytes, unsigned long length);
 
 /// `null`, `zeros [3]` when all bytes are 0, otherwise as runText: the state in which an output buffer arrives.
-std::string bufferText(const void* bytes, unsigned long length);
+[[nodiscard]] std::string bufferText(const void* bytes, unsigned long length);
 
 /// `{CKA_CLASS CKO_DATA [8], CKA_LABEL "x" [1]}`: a template whose values are inputs.
-std::string templateText(const CK_ATTRIBUTE* attributes, CK_ULONG count);
+[[nodiscard]] std::string templateText(const CK_ATTRIBUTE* attributes, CK_ULONG count);
 
 /// `{CKA_CLASS null [0], CKA_LABEL zeros [5]}`: a template whose values are output buffers.
-std::string queryText(const CK_ATTRIBUTE* attributes, CK_ULONG count);
+[[nodiscard]] std::string queryText(const CK_ATTRIBUTE* attributes, CK_ULONG count);
 
 /// `[8, 2, none]`: the lengths that a query reports, "none" for CK_UNAVAILABLE_INFORMATION.
-std::string lengthsText(const CK_ATTRIBUTE* attributes, CK_ULONG count);
+[[nodiscard]] std::string lengthsText(const CK_ATTRIBUTE* attributes, CK_ULONG count);
 
 /// `{1, 2}`, or `null`.
-std::string handlesText(const CK_ULONG* handles, CK_ULONG count);
+[[nodiscard]] std::string handlesText(const CK_ULONG* handles, CK_ULONG count);
 
 /// `null` or `"text"`.
-std::string stringText(const char* text);
+[[nodiscard]] std::string stringText(const char* text);
 
 /// `null` or `set`.
-std::string pointerText(const void* pointer);
+[[nodiscard]] std::string pointerText(const void* pointer);
 
 } // namespace scripted

@@ -31,24 +31,24 @@ int statusOf(int waited)
 /// Empty at first; what a program reads from or writes into.
 class MemoryFile {
 public:
-    MemoryFile() : descriptor(checked(memfd_create("stream", MFD_CLOEXEC), "memfd_create")) {}
-    ~MemoryFile() { (void)close(descriptor); } // nothing to lose: it was never on a disk
+    MemoryFile() : descriptor_(checked(memfd_create("stream", MFD_CLOEXEC), "memfd_create")) {}
+    ~MemoryFile() { (void)close(descriptor_); } // nothing to lose: it was never on a disk
     MemoryFile(const MemoryFile&) = delete;
     MemoryFile& operator=(const MemoryFile&) = delete;
 
-    int file() const { return descriptor; }
+    int file() const { return descriptor_; }
 
     std::string text() const
     {
         std::string text;
         std::array<char, 4096> block{};
-        while (const ssize_t count = pread(descriptor, block.data(), block.size(), static_cast<off_t>(text.size())))
+        while (const ssize_t count = pread(descriptor_, block.data(), block.size(), static_cast<off_t>(text.size())))
             text.append(block.data(), static_cast<std::size_t>(checked(static_cast<int>(count), "pread")));
         return text;
     }
 
 private:
-    int descriptor;
+    int descriptor_;
 };
 
 } // namespace
@@ -62,8 +62,8 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, int in, int 
     arguments.push_back(nullptr);
 
     const pid_t parent = getpid();
-    pid = checked(fork(), "fork");
-    if (pid != 0)
+    pid_ = checked(fork(), "fork");
+    if (pid_ != 0)
         return;
     // Only system calls from here on: another thread of the parent may have held a lock.
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() == parent && dup2(in, STDIN_FILENO) >= 0 &&
@@ -77,39 +77,39 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, int in, int 
 
 ChildProcess::~ChildProcess()
 {
-    if (pid == 0)
+    if (pid_ == 0)
         return;
-    (void)kill(pid, SIGKILL); // cannot fail: until somebody waits for it there is this child
+    (void)kill(pid_, SIGKILL); // cannot fail: until somebody waits for it there is this child
     (void)wait();
 }
 
 void ChildProcess::signal(int number)
 {
-    if (pid != 0)
-        (void)kill(pid, number); // cannot fail either
+    if (pid_ != 0)
+        (void)kill(pid_, number); // cannot fail either
 }
 
 bool ChildProcess::running()
 {
-    if (pid == 0)
+    if (pid_ == 0)
         return false;
     int waited = 0;
-    if (checked(waitpid(pid, &waited, WNOHANG), "waitpid") == 0)
+    if (checked(waitpid(pid_, &waited, WNOHANG), "waitpid") == 0)
         return true;
-    pid = 0;
-    status = statusOf(waited);
+    pid_ = 0;
+    status_ = statusOf(waited);
     return false;
 }
 
 int ChildProcess::wait()
 {
-    if (pid == 0)
-        return status;
+    if (pid_ == 0)
+        return status_;
     int waited = 0;
-    while (waitpid(pid, &waited, 0) < 0 && errno == EINTR) {
+    while (waitpid(pid_, &waited, 0) < 0 && errno == EINTR) {
     }
-    pid = 0;
-    return status = statusOf(waited);
+    pid_ = 0;
+    return status_ = statusOf(waited);
 }
 
 Outcome run(const std::vector<std::string>& command)

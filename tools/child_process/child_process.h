@@ -20,15 +20,15 @@ public:
     /// Sends the program a signal, if it still runs.
     void signal(int number);
 
-    bool running();
+    [[nodiscard]] bool running();
 
     /// Waits for the program's end; its exit status, or 128 and the number of the signal that ended it. 127 and
     /// a line on standard error mean that it could not be run.
-    int wait();
+    [[nodiscard]] int wait();
 
 private:
-    pid_t pid;
-    int status = 0;
+    pid_t pid_;
+    int status_ = 0;
 };
 
 /// How a program ended and what it wrote.
@@ -39,4 +39,4 @@ struct Outcome {
 };
 
 /// Runs `command` to its end, with nothing on its standard input.
-Outcome run(const std::vector<std::string>& command);
+[[nodiscard]] Outcome run(const std::vector<std::string>& command);

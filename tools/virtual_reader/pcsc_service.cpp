@@ -27,8 +27,8 @@ DWORD readerState()
 
 // What the daemon writes is of interest when a test fails; standard output is the command's.
 PcscService::PcscService()
-    : daemon({PCSCD, "--foreground", "--critical", "--config", READER_CONFIGURATION}, STDIN_FILENO, STDERR_FILENO,
-             STDERR_FILENO)
+    : daemon_({PCSCD, "--foreground", "--critical", "--config", READER_CONFIGURATION}, STDIN_FILENO, STDERR_FILENO,
+              STDERR_FILENO)
 {
     waitForReader([](DWORD state) { return (state & (SCARD_STATE_EMPTY | SCARD_STATE_PRESENT)) != 0; });
 }
@@ -47,8 +47,8 @@ void PcscService::waitForReader(bool (*condition)(DWORD state))
 {
     const auto end = std::chrono::steady_clock::now() + patience;
     while (!condition(readerState())) {
-        if (!daemon.running())
-            throw std::runtime_error("pcscd ended with status " + std::to_string(daemon.wait()));
+        if (!daemon_.running())
+            throw std::runtime_error("pcscd ended with status " + std::to_string(daemon_.wait()));
         if (std::chrono::steady_clock::now() > end)
             throw std::runtime_error("the virtual reader is not as awaited");
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
@@ -57,23 +57,23 @@ void PcscService::waitForReader(bool (*condition)(DWORD state))
 
 void PcscService::stop()
 {
-    daemon.signal(SIGTERM);
-    (void)daemon.wait(); // gone, with whatever status
+    daemon_.signal(SIGTERM);
+    (void)daemon_.wait(); // gone, with whatever status
 }
 
 CardUser::CardUser(DWORD shareMode)
 {
     // Where either fails, transmit() tells.
-    (void)SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &context);
+    (void)SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &context_);
     DWORD protocol = 0;
-    (void)SCardConnect(context, virtualReader, shareMode, SCARD_PROTOCOL_T0, &card, &protocol);
+    (void)SCardConnect(context_, virtualReader, shareMode, SCARD_PROTOCOL_T0, &card_, &protocol);
 }
 
 CardUser::~CardUser()
 {
     // Where either fails, there is no connection to end.
-    (void)SCardDisconnect(card, SCARD_LEAVE_CARD);
-    (void)SCardReleaseContext(context);
+    (void)SCardDisconnect(card_, SCARD_LEAVE_CARD);
+    (void)SCardReleaseContext(context_);
 }
 
 LONG CardUser::transmit() const
@@ -81,5 +81,5 @@ LONG CardUser::transmit() const
     const std::array<unsigned char, 5> command = {0x00, 0xB0, 0x00, 0x00, 0x00}; // READ BINARY
     std::array<unsigned char, MAX_BUFFER_SIZE> answer{};
     DWORD length = answer.size();
-    return SCardTransmit(card, SCARD_PCI_T0, command.data(), command.size(), nullptr, answer.data(), &length);
+    return SCardTransmit(card_, SCARD_PCI_T0, command.data(), command.size(), nullptr, answer.data(), &length);
 }

@@ -23,7 +23,7 @@ public:
 private:
     void waitForReader(bool (*condition)(DWORD state));
 
-    ChildProcess daemon;
+    ChildProcess daemon_;
 };
 
 /// An application that has the card in use.
@@ -38,6 +38,6 @@ public:
     LONG transmit() const;
 
 private:
-    SCARDCONTEXT context = 0;
-    SCARDHANDLE card = 0;
+    SCARDCONTEXT context_ = 0;
+    SCARDHANDLE card_ = 0;
 };

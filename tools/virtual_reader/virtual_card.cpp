@@ -42,35 +42,36 @@ int connectToReader()
 
 } // namespace
 
-VirtualCard::VirtualCard() : connection(connectToReader()), thread([this] { obey(); }) {}
+VirtualCard::VirtualCard() : connection_(connectToReader()), thread_([this] { obey(); }) {}
 
 VirtualCard::~VirtualCard()
 {
-    (void)shutdown(connection, SHUT_RDWR); // fails where the service has hung up, which ends the thread as well
-    thread.join();
-    (void)close(connection);
+    (void)shutdown(connection_, SHUT_RDWR); // fails where the service has hung up, which ends the thread as well
+    thread_.join();
+    (void)close(connection_);
 }
 
 void VirtualCard::waitUntilIdle()
 {
-    std::unique_lock<std::mutex> lock(mutex);
-    if (!changed.wait_for(lock, patience, [this] { return !record.empty() && record.back() == off; }))
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (!changed_.wait_for(lock, patience, [this] { return !record_.empty() && record_.back() == off; }))
         throw std::runtime_error("the card was not powered off");
-    record.clear();
+    record_.clear();
 }
 
 std::vector<std::string> VirtualCard::takeRecord(std::size_t count)
 {
-    std::unique_lock<std::mutex> lock(mutex);
-    (void)changed.wait_for(lock, patience, [&] { return record.size() >= count; }); // the caller looks at what there is
-    return std::exchange(record, {});
+    std::unique_lock<std::mutex> lock(mutex_);
+    (void)changed_.wait_for(lock, patience,
+                            [&] { return record_.size() >= count; }); // the caller looks at what there is
+    return std::exchange(record_, {});
 }
 
 void VirtualCard::note(const char* event)
 {
-    const std::lock_guard<std::mutex> lock(mutex);
-    record.emplace_back(event);
-    changed.notify_all();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    record_.emplace_back(event);
+    changed_.notify_all();
 }
 
 bool VirtualCard::receive(unsigned char* bytes, std::size_t count) const
@@ -78,8 +79,8 @@ bool VirtualCard::receive(unsigned char* bytes, std::size_t count) const
     while (count > 0) {
         // The reader sends a header and then the rest, which waits for the header to be acknowledged.
         const int now = 1;
-        (void)setsockopt(connection, IPPROTO_TCP, TCP_QUICKACK, &now, sizeof now); // else slower, not wrong
-        const ssize_t received = recv(connection, bytes, count, 0);
+        (void)setsockopt(connection_, IPPROTO_TCP, TCP_QUICKACK, &now, sizeof now); // else slower, not wrong
+        const ssize_t received = recv(connection_, bytes, count, 0);
         if (received <= 0)
             return false;
         bytes += received;
@@ -91,7 +92,7 @@ bool VirtualCard::receive(unsigned char* bytes, std::size_t count) const
 void VirtualCard::obey()
 {
     const auto answer = [this](const auto& message) {
-        return send(connection, message.data(), message.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(message.size());
+        return send(connection_, message.data(), message.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(message.size());
     };
     Header header{};
     bool connected = true;

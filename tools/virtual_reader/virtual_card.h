@@ -32,9 +32,9 @@ private:
     bool receive(unsigned char* bytes, std::size_t count) const;
     void note(const char* event);
 
-    int connection;
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::vector<std::string> record;
-    std::thread thread;
+    int connection_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::vector<std::string> record_;
+    std::thread thread_;
 };
