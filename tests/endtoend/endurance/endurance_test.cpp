@@ -49,7 +49,7 @@ TEST_F(Endurance, ThousandCyclesLeaveMemoryDescriptorsAndMappingsAsTheyAre)
     long mappings = 0;
     long open = 0;
     for (int cycle = 0; cycle < cycles; ++cycle) {
-        ASSERT_EQ(CKR_OK, fullCycle()) << "in cycle " << cycle;
+        ASSERT_EQ(fullCycle(), CKR_OK) << "in cycle " << cycle;
         if (cycle + 1 == settling) {
             heap = mallinfo2().uordblks;
             mappings = linesOf("/proc/self/maps");
@@ -105,13 +105,13 @@ TEST_F(Endurance, ThreadsNeitherCrashNorDamageTheToken)
         if (code == CKR_OK)
             continue;
         const auto known = lostRaces.find(code);
-        ASSERT_NE(lostRaces.end(), known) << code;
+        ASSERT_NE(known, lostRaces.end()) << code;
         EXPECT_TRUE(known->second == Share::any || 20 * count <= cycles) << code;
     }
     std::cout << '\n';
     EXPECT_LE(cycles, 100 * counts[CKR_OK]) << "undisturbed to the end";
 
-    EXPECT_EQ(CKR_OK, fullCycle()) << "the token is whole";
+    EXPECT_EQ(fullCycle(), CKR_OK) << "the token is whole";
 }
 
 /// A process that writes to the token without a pause, killed after a while.
@@ -120,7 +120,7 @@ void writeAndDie(const std::string& what, std::chrono::microseconds life)
     ChildProcess writer({TOKEN_WRITER, what}, STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO);
     std::this_thread::sleep_for(life);
     writer.signal(SIGKILL);
-    ASSERT_EQ(128 + SIGKILL, writer.wait()) << "it ended by itself";
+    ASSERT_EQ(writer.wait(), 128 + SIGKILL) << "it ended by itself";
 }
 
 class DeathInTheMiddleOfAWrite : public Endurance, public testing::WithParamInterface<const char*> {};
@@ -128,7 +128,7 @@ class DeathInTheMiddleOfAWrite : public Endurance, public testing::WithParamInte
 TEST_P(DeathInTheMiddleOfAWrite, LeavesTheTokenReadable)
 {
     std::vector<ObjectAttr> before;
-    ASSERT_EQ(CKR_OK, list(before));
+    ASSERT_EQ(list(before), CKR_OK);
     bool metOtherPin = false;
     std::mt19937 random(20240601); // the same deaths every time, as far as the machine allows
     std::uniform_int_distribution<int> life(20000, 90000);
@@ -138,17 +138,17 @@ TEST_P(DeathInTheMiddleOfAWrite, LeavesTheTokenReadable)
             return;
         metOtherPin |= changePin(otherPin, userPin) == CKR_OK; // the writer died between two changes
         Bytes certificate;
-        ASSERT_EQ(CKR_OK, readCertificate(certificate)) << "after death " << death;
+        ASSERT_EQ(readCertificate(certificate), CKR_OK) << "after death " << death;
         Bytes message;
-        ASSERT_EQ(CKR_OK, sign(bytes("still here"), message)) << "after death " << death;
+        ASSERT_EQ(sign(bytes("still here"), message), CKR_OK) << "after death " << death;
     }
     std::vector<ObjectAttr> written;
-    ASSERT_EQ(CKR_OK, list(written));
+    ASSERT_EQ(list(written), CKR_OK);
     EXPECT_TRUE(written.size() > before.size() || metOtherPin) << "no writer has written anything";
     // What was being written may be half-made; cleaning takes it away.
-    ASSERT_EQ(CKR_OK, clean());
+    ASSERT_EQ(clean(), CKR_OK);
     std::vector<ObjectAttr> objects;
-    ASSERT_EQ(CKR_OK, list(objects));
+    ASSERT_EQ(list(objects), CKR_OK);
     EXPECT_TRUE(objects.empty());
 }
 INSTANTIATE_TEST_SUITE_P(While, DeathInTheMiddleOfAWrite, testing::Values("importing", "generating", "changingThePin"),

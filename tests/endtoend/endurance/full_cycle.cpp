@@ -132,17 +132,17 @@ CK_RV changePuk(const std::string& from, const std::string& to)
 void prepareToken(const Folder& folder)
 {
     setenv("VORNIX_SOFTTOKEN_DIR", (folder.path() / "token").c_str(), 1);
-    ASSERT_EQ(CKR_OK, initialise());
-    ASSERT_EQ(CKR_OK, generateKeyPair());
+    ASSERT_EQ(initialise(), CKR_OK);
+    ASSERT_EQ(generateKeyPair(), CKR_OK);
     Bytes csr;
-    ASSERT_EQ(CKR_OK, request(csr));
+    ASSERT_EQ(request(csr), CKR_OK);
     folder.write("csr.der", csr);
     ASSERT_TRUE(succeeded(openssl(folder, {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=CA",
                                            "-keyout", "ca.key", "-out", "ca.pem"})));
     ASSERT_TRUE(
         succeeded(openssl(folder, {"x509", "-req", "-inform", "DER", "-in", "csr.der", "-CA", "ca.pem", "-CAkey",
                                    "ca.key", "-CAcreateserial", "-outform", "DER", "-out", "certificate.der"})));
-    ASSERT_EQ(CKR_OK, import(folder.read("certificate.der")));
+    ASSERT_EQ(import(folder.read("certificate.der")), CKR_OK);
 }
 
 CK_RV fullCycle()

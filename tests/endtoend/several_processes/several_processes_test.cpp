@@ -21,7 +21,7 @@ protected:
     {
         job.insert(job.begin(), TOKEN_PROCESS);
         const Outcome outcome = ::run(job);
-        EXPECT_EQ(0, outcome.status) << outcome.err;
+        EXPECT_EQ(outcome.status, 0) << outcome.err;
         return std::stoul(outcome.out.substr(outcome.out.rfind('\n') + 1)); // behind the library's own lines
     }
 
@@ -36,7 +36,7 @@ protected:
     CK_STATE state() const
     {
         CK_SESSION_INFO info = {};
-        EXPECT_CKR(CKR_OK, standard->C_GetSessionInfo(session, &info));
+        EXPECT_CKR(standard->C_GetSessionInfo(session, &info), CKR_OK);
         return info.state;
     }
 
@@ -52,121 +52,121 @@ protected:
 
 TEST_F(SeveralProcesses, APinChangedElsewhereIsTheOneThatCounts)
 {
-    ASSERT_CKR(CKR_OK, logout());
-    ASSERT_CKR(CKR_OK, elsewhere({"changePin", userPin, otherPin}));
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, userPin));
-    EXPECT_CKR(CKR_OK, login(session, otherPin)) << "in the session of before";
+    ASSERT_CKR(logout(), CKR_OK);
+    ASSERT_CKR(elsewhere({"changePin", userPin, otherPin}), CKR_OK);
+    EXPECT_CKR(login(session, userPin), CKR_PIN_INCORRECT);
+    EXPECT_CKR(login(session, otherPin), CKR_OK) << "in the session of before";
 }
 
 TEST_F(SeveralProcesses, AUserWhoIsLoggedInStaysSoAfterAPinChangeElsewhere)
 {
-    ASSERT_CKR(CKR_OK, elsewhere({"changePin", userPin, otherPin}));
-    EXPECT_CKR(CKR_OK, generateRsa("mine"));
-    EXPECT_CKR(CKR_USER_ALREADY_LOGGED_IN, login(session, userPin));
-    EXPECT_EQ(static_cast<CK_STATE>(CKS_RW_USER_FUNCTIONS), state());
+    ASSERT_CKR(elsewhere({"changePin", userPin, otherPin}), CKR_OK);
+    EXPECT_CKR(generateRsa("mine"), CKR_OK);
+    EXPECT_CKR(login(session, userPin), CKR_USER_ALREADY_LOGGED_IN);
+    EXPECT_EQ(state(), static_cast<CK_STATE>(CKS_RW_USER_FUNCTIONS));
 }
 
 TEST_F(SeveralProcesses, APinReplacedElsewhereChangesNoPin)
 {
-    ASSERT_CKR(CKR_OK, elsewhere({"changePin", userPin, otherPin}));
-    EXPECT_CKR(CKR_PIN_INCORRECT, changePin(userPin, "11112222")) << "though this user is logged in with it";
-    EXPECT_CKR(CKR_OK, login(session, otherPin));
-    ASSERT_CKR(CKR_OK, elsewhere({"changePin", otherPin, userPin}));
-    EXPECT_CKR(CKR_OK, changePin(userPin, otherPin));
-    EXPECT_EQ(static_cast<CK_STATE>(CKS_RW_USER_FUNCTIONS), state());
-    EXPECT_CKR(CKR_PIN_INCORRECT, elsewhere({"changePin", userPin, userPin}));
-    EXPECT_CKR(CKR_OK, elsewhere({"changePin", otherPin, otherPin}));
+    ASSERT_CKR(elsewhere({"changePin", userPin, otherPin}), CKR_OK);
+    EXPECT_CKR(changePin(userPin, "11112222"), CKR_PIN_INCORRECT) << "though this user is logged in with it";
+    EXPECT_CKR(login(session, otherPin), CKR_OK);
+    ASSERT_CKR(elsewhere({"changePin", otherPin, userPin}), CKR_OK);
+    EXPECT_CKR(changePin(userPin, otherPin), CKR_OK);
+    EXPECT_EQ(state(), static_cast<CK_STATE>(CKS_RW_USER_FUNCTIONS));
+    EXPECT_CKR(elsewhere({"changePin", userPin, userPin}), CKR_PIN_INCORRECT);
+    EXPECT_CKR(elsewhere({"changePin", otherPin, otherPin}), CKR_OK);
 }
 
 TEST_F(SeveralProcesses, ASecurityOfficersPinChangedElsewhereStaysWhenThisOneSetsTheUsers)
 {
-    ASSERT_CKR(CKR_OK, logout());
+    ASSERT_CKR(logout(), CKR_OK);
     std::string puk = soPin;
-    ASSERT_CKR(CKR_OK, standard->C_Login(session, CKU_SO, reinterpret_cast<CK_BYTE_PTR>(puk.data()), puk.size()));
-    ASSERT_CKR(CKR_OK, elsewhere({"changePuk", soPin, otherPin}));
+    ASSERT_CKR(standard->C_Login(session, CKU_SO, reinterpret_cast<CK_BYTE_PTR>(puk.data()), puk.size()), CKR_OK);
+    ASSERT_CKR(elsewhere({"changePuk", soPin, otherPin}), CKR_OK);
     std::string pin = "55556666";
-    ASSERT_CKR(CKR_OK, standard->C_InitPIN(session, reinterpret_cast<CK_BYTE_PTR>(pin.data()), pin.size()));
-    ASSERT_CKR(CKR_OK, logout());
-    EXPECT_CKR(CKR_PIN_INCORRECT,
-               standard->C_Login(session, CKU_SO, reinterpret_cast<CK_BYTE_PTR>(puk.data()), puk.size()));
-    EXPECT_CKR(CKR_OK, login(session, pin));
-    EXPECT_CKR(CKR_PIN_INCORRECT, elsewhere({"changePuk", soPin, soPin}));
-    EXPECT_CKR(CKR_OK, elsewhere({"changePuk", otherPin, otherPin}));
+    ASSERT_CKR(standard->C_InitPIN(session, reinterpret_cast<CK_BYTE_PTR>(pin.data()), pin.size()), CKR_OK);
+    ASSERT_CKR(logout(), CKR_OK);
+    EXPECT_CKR(standard->C_Login(session, CKU_SO, reinterpret_cast<CK_BYTE_PTR>(puk.data()), puk.size()),
+               CKR_PIN_INCORRECT);
+    EXPECT_CKR(login(session, pin), CKR_OK);
+    EXPECT_CKR(elsewhere({"changePuk", soPin, soPin}), CKR_PIN_INCORRECT);
+    EXPECT_CKR(elsewhere({"changePuk", otherPin, otherPin}), CKR_OK);
 }
 
 TEST_F(SeveralProcesses, ATokenInitialisedElsewhereIsAnotherToken)
 {
-    ASSERT_CKR(CKR_OK, generateRsa("gone"));
+    ASSERT_CKR(generateRsa("gone"), CKR_OK);
     const CK_OBJECT_HANDLE key = only(CKO_PRIVATE_KEY, "gone");
-    ASSERT_CKR(CKR_OK, changePin(userPin, otherPin));
-    ASSERT_CKR(CKR_OK, elsewhere({"initialise"}));
-    EXPECT_CKR(CKR_USER_NOT_LOGGED_IN, generateRsa("none"));
-    EXPECT_EQ(static_cast<CK_STATE>(CKS_RW_PUBLIC_SESSION), state());
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, otherPin));
-    ASSERT_CKR(CKR_OK, login(session, userPin));
-    EXPECT_EQ(0U, objectCount());
-    ASSERT_CKR(CKR_OK, generateRsa("new"));
+    ASSERT_CKR(changePin(userPin, otherPin), CKR_OK);
+    ASSERT_CKR(elsewhere({"initialise"}), CKR_OK);
+    EXPECT_CKR(generateRsa("none"), CKR_USER_NOT_LOGGED_IN);
+    EXPECT_EQ(state(), static_cast<CK_STATE>(CKS_RW_PUBLIC_SESSION));
+    EXPECT_CKR(login(session, otherPin), CKR_PIN_INCORRECT);
+    ASSERT_CKR(login(session, userPin), CKR_OK);
+    EXPECT_EQ(objectCount(), 0U);
+    ASSERT_CKR(generateRsa("new"), CKR_OK);
     CK_MECHANISM mechanism = {CKM_SHA256_RSA_PKCS, nullptr, 0};
-    EXPECT_CKR(CKR_OBJECT_HANDLE_INVALID, standard->C_SignInit(session, &mechanism, key)) << "it means no other key";
+    EXPECT_CKR(standard->C_SignInit(session, &mechanism, key), CKR_OBJECT_HANDLE_INVALID) << "it means no other key";
     CK_MECHANISM again = {CKM_SHA256_RSA_PKCS, nullptr, 0};
-    EXPECT_CKR(CKR_OK, standard->C_SignInit(session, &again, only(CKO_PRIVATE_KEY, "new")));
+    EXPECT_CKR(standard->C_SignInit(session, &again, only(CKO_PRIVATE_KEY, "new")), CKR_OK);
 }
 
 TEST_F(SeveralProcesses, ObjectsMadeAndDestroyedElsewhereComeAndGo)
 {
-    ASSERT_CKR(CKR_OK, elsewhere({"generate", "theirs"}));
+    ASSERT_CKR(elsewhere({"generate", "theirs"}), CKR_OK);
     only(CKO_PRIVATE_KEY, "theirs");
-    ASSERT_CKR(CKR_OK, elsewhere({"clean"}));
-    EXPECT_EQ(0U, objectCount());
+    ASSERT_CKR(elsewhere({"clean"}), CKR_OK);
+    EXPECT_EQ(objectCount(), 0U);
 }
 
 TEST_F(SeveralProcesses, SessionsKeepTheirHandlesWhenTheStoreIsOpenedAnew)
 {
     const CK_SESSION_HANDLE closed = openSession();
     CK_SESSION_HANDLE reading = 0;
-    ASSERT_CKR(CKR_OK, standard->C_OpenSession(onlySlot(), CKF_SERIAL_SESSION, nullptr, nullptr, &reading));
-    ASSERT_CKR(CKR_OK, standard->C_CloseSession(closed));
-    ASSERT_CKR(CKR_OK, logout());
-    ASSERT_CKR(CKR_OK, elsewhere({"changePin", userPin, otherPin}));
-    ASSERT_CKR(CKR_OK, login(session, otherPin));
+    ASSERT_CKR(standard->C_OpenSession(onlySlot(), CKF_SERIAL_SESSION, nullptr, nullptr, &reading), CKR_OK);
+    ASSERT_CKR(standard->C_CloseSession(closed), CKR_OK);
+    ASSERT_CKR(logout(), CKR_OK);
+    ASSERT_CKR(elsewhere({"changePin", userPin, otherPin}), CKR_OK);
+    ASSERT_CKR(login(session, otherPin), CKR_OK);
     CK_SESSION_INFO info = {};
-    EXPECT_CKR(CKR_OK, standard->C_GetSessionInfo(reading, &info));
-    EXPECT_EQ(static_cast<CK_STATE>(CKS_RO_USER_FUNCTIONS), info.state);
-    EXPECT_CKR(CKR_SESSION_HANDLE_INVALID, standard->C_GetSessionInfo(closed, &info));
+    EXPECT_CKR(standard->C_GetSessionInfo(reading, &info), CKR_OK);
+    EXPECT_EQ(info.state, static_cast<CK_STATE>(CKS_RO_USER_FUNCTIONS));
+    EXPECT_CKR(standard->C_GetSessionInfo(closed, &info), CKR_SESSION_HANDLE_INVALID);
     EXPECT_LT(reading, openSession()) << "no handle comes twice";
 }
 
 TEST_F(SeveralProcesses, ABlankTokenInitialisedElsewhereIsSeen)
 {
-    ASSERT_CKR(CKR_OK, standard->C_Finalize(nullptr));
+    ASSERT_CKR(standard->C_Finalize(nullptr), CKR_OK);
     fs::remove_all(folder.path() / "token");
-    ASSERT_CKR(CKR_OK, standard->C_Initialize(nullptr));
+    ASSERT_CKR(standard->C_Initialize(nullptr), CKR_OK);
     CK_TOKEN_INFO info = {};
-    ASSERT_CKR(CKR_OK, standard->C_GetTokenInfo(onlySlot(), &info));
+    ASSERT_CKR(standard->C_GetTokenInfo(onlySlot(), &info), CKR_OK);
     ASSERT_FALSE(info.flags & CKF_TOKEN_INITIALIZED);
-    ASSERT_CKR(CKR_OK, elsewhere({"initialise"}));
-    ASSERT_CKR(CKR_OK, standard->C_GetTokenInfo(onlySlot(), &info));
+    ASSERT_CKR(elsewhere({"initialise"}), CKR_OK);
+    ASSERT_CKR(standard->C_GetTokenInfo(onlySlot(), &info), CKR_OK);
     EXPECT_TRUE(info.flags & CKF_TOKEN_INITIALIZED);
     session = openSession();
-    EXPECT_CKR(CKR_OK, login(session));
+    EXPECT_CKR(login(session), CKR_OK);
 }
 
 TEST_F(SeveralProcesses, ADirectoryMadeAnewIsAnotherStore)
 {
     fs::remove_all(folder.path() / "token");
     CK_TOKEN_INFO info = {};
-    EXPECT_CKR(CKR_DEVICE_ERROR, standard->C_GetTokenInfo(onlySlot(), &info));
-    ASSERT_CKR(CKR_OK, elsewhere({"initialise"}));
-    ASSERT_CKR(CKR_OK, elsewhere({"changePin", userPin, otherPin}));
-    EXPECT_CKR(CKR_OK, standard->C_GetTokenInfo(onlySlot(), &info));
+    EXPECT_CKR(standard->C_GetTokenInfo(onlySlot(), &info), CKR_DEVICE_ERROR);
+    ASSERT_CKR(elsewhere({"initialise"}), CKR_OK);
+    ASSERT_CKR(elsewhere({"changePin", userPin, otherPin}), CKR_OK);
+    EXPECT_CKR(standard->C_GetTokenInfo(onlySlot(), &info), CKR_OK);
     session = openSession();
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, userPin));
-    EXPECT_CKR(CKR_OK, login(session, otherPin));
+    EXPECT_CKR(login(session, userPin), CKR_PIN_INCORRECT);
+    EXPECT_CKR(login(session, otherPin), CKR_OK);
 }
 
 class HeldStore : public SeveralProcesses {
 protected:
-    HeldStore() : held(open((folder.path() / "token" / "lock").c_str(), O_RDWR | O_CLOEXEC)) { EXPECT_LE(0, held); }
+    HeldStore() : held(open((folder.path() / "token" / "lock").c_str(), O_RDWR | O_CLOEXEC)) { EXPECT_GE(held, 0); }
     ~HeldStore() override
     {
         (void)close(held); // only locked
@@ -184,23 +184,23 @@ protected:
 
 TEST_F(HeldStore, IsWaitedForUntilTheWaitIsOver)
 {
-    ASSERT_CKR(CKR_OK, standard->C_Finalize(nullptr));
+    ASSERT_CKR(standard->C_Finalize(nullptr), CKR_OK);
     setenv("VORNIX_SOFTTOKEN_WAIT", "1", 1);
-    ASSERT_CKR(CKR_OK, standard->C_Initialize(nullptr));
-    ASSERT_EQ(0, flock(held, LOCK_EX));
-    EXPECT_CKR(CKR_DEVICE_ERROR, getTokenInfo());
-    EXPECT_CKR(CKR_DEVICE_ERROR, getTokenInfo()) << "again, since the queue was left";
-    ASSERT_EQ(0, flock(held, LOCK_UN));
-    EXPECT_CKR(CKR_OK, getTokenInfo());
+    ASSERT_CKR(standard->C_Initialize(nullptr), CKR_OK);
+    ASSERT_EQ(flock(held, LOCK_EX), 0);
+    EXPECT_CKR(getTokenInfo(), CKR_DEVICE_ERROR);
+    EXPECT_CKR(getTokenInfo(), CKR_DEVICE_ERROR) << "again, since the queue was left";
+    ASSERT_EQ(flock(held, LOCK_UN), 0);
+    EXPECT_CKR(getTokenInfo(), CKR_OK);
 }
 
 TEST_F(HeldStore, IsNotHeldByAForkedChild)
 {
-    ASSERT_EQ(0, flock(held, LOCK_UN));
+    ASSERT_EQ(flock(held, LOCK_UN), 0);
     int ready[2];
     int end[2];
-    ASSERT_EQ(0, pipe(ready));
-    ASSERT_EQ(0, pipe(end));
+    ASSERT_EQ(pipe(ready), 0);
+    ASSERT_EQ(pipe(end), 0);
     const pid_t child = fork();
     char byte = 0;
     if (child == 0) {
@@ -209,7 +209,7 @@ TEST_F(HeldStore, IsNotHeldByAForkedChild)
         (void)!read(end[0], &byte, 1);    // until the parent closes its end
         _exit(0);
     }
-    ASSERT_EQ(1, read(ready[0], &byte, 1));
+    ASSERT_EQ(read(ready[0], &byte, 1), 1);
     for (const fs::directory_entry& descriptor : fs::directory_iterator("/proc/" + std::to_string(child) + "/fd")) {
         std::error_code gone;
         const fs::path file = fs::read_symlink(descriptor.path(), gone);
@@ -218,7 +218,7 @@ TEST_F(HeldStore, IsNotHeldByAForkedChild)
     }
     (void)close(end[1]);
     int status = 0;
-    EXPECT_EQ(child, waitpid(child, &status, 0));
+    EXPECT_EQ(waitpid(child, &status, 0), child);
     for (const int used : {ready[0], ready[1], end[0]})
         (void)close(used);
 }
@@ -236,13 +236,13 @@ TEST_F(HeldStore, IsNotOpenInAProgramThatIsRun)
 
 TEST_F(HeldStore, AWaitThatIsNoNumberIsRefused)
 {
-    ASSERT_CKR(CKR_OK, standard->C_Finalize(nullptr));
+    ASSERT_CKR(standard->C_Finalize(nullptr), CKR_OK);
     for (const char* wrong : {"x", "-1", "1s", "86401", "99999999999999999999"}) {
         setenv("VORNIX_SOFTTOKEN_WAIT", wrong, 1);
-        EXPECT_CKR(CKR_ARGUMENTS_BAD, standard->C_Initialize(nullptr)) << wrong;
+        EXPECT_CKR(standard->C_Initialize(nullptr), CKR_ARGUMENTS_BAD) << wrong;
     }
     setenv("VORNIX_SOFTTOKEN_WAIT", "", 1);
-    EXPECT_CKR(CKR_OK, standard->C_Initialize(nullptr));
+    EXPECT_CKR(standard->C_Initialize(nullptr), CKR_OK);
 }
 
 // A process was killed between the PIN's change and its copy.
@@ -251,12 +251,12 @@ TEST_F(SeveralProcesses, APinReplacedBeforeADeathDoesNotComeBack)
     const fs::path token = tokenFolder();
     const fs::path old = folder.path() / "old";
     fs::copy_file(token / "token.kept", old);
-    ASSERT_CKR(CKR_OK, changePin(userPin, otherPin));
+    ASSERT_CKR(changePin(userPin, otherPin), CKR_OK);
     fs::copy_file(old, token / "token.kept", fs::copy_options::overwrite_existing);
-    ASSERT_CKR(CKR_PIN_INCORRECT, elsewhere({"changePin", userPin, userPin})) << "the copy is renewed at the start";
+    ASSERT_CKR(elsewhere({"changePin", userPin, userPin}), CKR_PIN_INCORRECT) << "the copy is renewed at the start";
     fs::resize_file(token / "token.object", 200);
-    EXPECT_CKR(CKR_PIN_INCORRECT, elsewhere({"changePin", userPin, userPin}));
-    EXPECT_CKR(CKR_OK, elsewhere({"changePin", otherPin, otherPin}));
+    EXPECT_CKR(elsewhere({"changePin", userPin, userPin}), CKR_PIN_INCORRECT);
+    EXPECT_CKR(elsewhere({"changePin", otherPin, otherPin}), CKR_OK);
 }
 
 } // namespace

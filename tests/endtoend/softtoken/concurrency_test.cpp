@@ -63,8 +63,8 @@ private:
 
 TEST_F(Concurrency, NeitherCrashesNorDamagesTheToken)
 {
-    ASSERT_CKR(CKR_OK, generateRsa("rsa"));
-    ASSERT_CKR(CKR_OK, standard->C_Finalize(nullptr));
+    ASSERT_CKR(generateRsa("rsa"), CKR_OK);
+    ASSERT_CKR(standard->C_Finalize(nullptr), CKR_OK);
 
     std::atomic<int> completed{0};
     std::atomic<CK_RV> surprise{CKR_OK};
@@ -81,16 +81,16 @@ TEST_F(Concurrency, NeitherCrashesNorDamagesTheToken)
         });
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_CKR(CKR_OK, surprise.load());
-    EXPECT_LT(0, completed.load());
+    EXPECT_CKR(surprise.load(), CKR_OK);
+    EXPECT_GT(completed.load(), 0);
 
     standard->C_Finalize(nullptr);
-    ASSERT_CKR(CKR_OK, standard->C_Initialize(nullptr));
+    ASSERT_CKR(standard->C_Initialize(nullptr), CKR_OK);
     session = openSession();
-    ASSERT_CKR(CKR_OK, login(session));
-    EXPECT_EQ(2U, objectCount());
+    ASSERT_CKR(login(session), CKR_OK);
+    EXPECT_EQ(objectCount(), 2U);
     Bytes csr;
-    EXPECT_CKR(CKR_OK, createCsr("rsa", {}, csr));
+    EXPECT_CKR(createCsr("rsa", {}, csr), CKR_OK);
 }
 
 } // namespace

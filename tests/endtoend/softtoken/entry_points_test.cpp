@@ -20,7 +20,7 @@ struct Interface {
 class EntryPoints : public StoreTest {
 protected:
     EntryPoints() : handle(dlopen(SOFTTOKEN_FILE, RTLD_NOW)) { EXPECT_TRUE(handle) << dlerror(); }
-    ~EntryPoints() override { EXPECT_EQ(0, dlclose(handle)); }
+    ~EntryPoints() override { EXPECT_EQ(dlclose(handle), 0); }
 
     template <typename Function>
     Function* lookUp(const char* name) const
@@ -58,8 +58,8 @@ std::vector<std::string> symbols(const Folder& folder, const std::string& file)
 
 TEST_F(EntryPoints, AreAllThatTheFileShows)
 {
-    EXPECT_EQ((std::vector<std::string>{"C_GetFunctionList", "C_GetInterface", "C_GetInterfaceList"}),
-              symbols(folder, SOFTTOKEN_FILE));
+    EXPECT_EQ(symbols(folder, SOFTTOKEN_FILE),
+              (std::vector<std::string>{"C_GetFunctionList", "C_GetInterface", "C_GetInterfaceList"}));
 }
 
 // A look-up also searches the libraries that the module needs, and one of them may be a PKCS #11 module as well.
@@ -78,33 +78,33 @@ TEST_F(EntryPoints, AreNeverThoseOfALibraryThatComesAlong)
             continue;
         for (const std::string& name : symbols(folder, file)) {
             void* const symbol = name.rfind("C_", 0) == 0 ? dlsym(handle, name.c_str()) : nullptr;
-            if (!symbol)
+            if (symbol == nullptr)
                 continue;
             Dl_info where = {};
-            EXPECT_NE(0, dladdr(symbol, &where));
+            EXPECT_NE(dladdr(symbol, &where), 0);
             EXPECT_TRUE(std::filesystem::equivalent(SOFTTOKEN_FILE, where.dli_fname)) << name << where.dli_fname;
             ++lookedUp;
         }
     }
-    EXPECT_LE(3U, lookedUp);
+    EXPECT_GE(lookedUp, 3U);
 }
 
 TEST_F(EntryPoints, HaveNoListForANullPointer)
 {
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, lookUp<CK_RV(CK_FUNCTION_LIST**)>("C_GetFunctionList")(nullptr));
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, Module()->standard.C_GetFunctionList(nullptr));
+    EXPECT_CKR(lookUp<CK_RV(CK_FUNCTION_LIST**)>("C_GetFunctionList")(nullptr), CKR_ARGUMENTS_BAD);
+    EXPECT_CKR(Module()->standard.C_GetFunctionList(nullptr), CKR_ARGUMENTS_BAD);
 }
 
 TEST_F(Interfaces, AreOneListOfVersion240)
 {
     const Module module;
-    ASSERT_CKR(CKR_OK, get(nullptr, nullptr, 0));
-    EXPECT_STREQ("PKCS 11", found->name);
-    EXPECT_EQ(module.standard(), found->functions);
-    EXPECT_EQ(0U, found->flags);
-    EXPECT_EQ(2, found->functions->version.major);
-    EXPECT_EQ(40, found->functions->version.minor);
-    EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, found->functions->C_Finalize(nullptr)) << "asked before anything else";
+    ASSERT_CKR(get(nullptr, nullptr, 0), CKR_OK);
+    EXPECT_STREQ(found->name, "PKCS 11");
+    EXPECT_EQ(found->functions, module.standard());
+    EXPECT_EQ(found->flags, 0U);
+    EXPECT_EQ(found->functions->version.major, 2);
+    EXPECT_EQ(found->functions->version.minor, 40);
+    EXPECT_CKR(found->functions->C_Finalize(nullptr), CKR_CRYPTOKI_NOT_INITIALIZED) << "asked before anything else";
 }
 
 TEST_F(Interfaces, AreFoundByNameAndVersion)
@@ -112,7 +112,7 @@ TEST_F(Interfaces, AreFoundByNameAndVersion)
     constexpr CK_VERSION version = {2, 40};
     for (const char* name : {static_cast<const char*>(nullptr), "PKCS 11"})
         for (const CK_VERSION* each : {static_cast<const CK_VERSION*>(nullptr), &version}) {
-            EXPECT_CKR(CKR_OK, get(name, each, 0));
+            EXPECT_CKR(get(name, each, 0), CKR_OK);
             EXPECT_TRUE(found);
         }
 }
@@ -120,39 +120,39 @@ TEST_F(Interfaces, AreFoundByNameAndVersion)
 TEST_F(Interfaces, AreRefusedUnderAnotherNameVersionOrFlag)
 {
     for (const char* name : {"", "PKCS", "PKCS 11 ", "Vendor"}) {
-        EXPECT_CKR(CKR_ARGUMENTS_BAD, get(name, nullptr, 0)) << name;
+        EXPECT_CKR(get(name, nullptr, 0), CKR_ARGUMENTS_BAD) << name;
         EXPECT_FALSE(found);
     }
     for (const CK_VERSION version : {CK_VERSION{3, 0}, CK_VERSION{2, 30}, CK_VERSION{3, 40}})
-        EXPECT_CKR(CKR_ARGUMENTS_BAD, get("PKCS 11", &version, 0));
+        EXPECT_CKR(get("PKCS 11", &version, 0), CKR_ARGUMENTS_BAD);
     constexpr CK_FLAGS forkSafe = 1;
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, get(nullptr, nullptr, forkSafe));
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, getInterface(nullptr, nullptr, nullptr, 0));
+    EXPECT_CKR(get(nullptr, nullptr, forkSafe), CKR_ARGUMENTS_BAD);
+    EXPECT_CKR(getInterface(nullptr, nullptr, nullptr, 0), CKR_ARGUMENTS_BAD);
 }
 
 TEST_F(Interfaces, AreListedInTwoCalls)
 {
     CK_ULONG count = 77;
-    EXPECT_CKR(CKR_OK, getList(nullptr, &count));
-    EXPECT_EQ(1U, count);
+    EXPECT_CKR(getList(nullptr, &count), CKR_OK);
+    EXPECT_EQ(count, 1U);
 
     Interface room[2] = {{"untouched", nullptr, 7}, {"untouched", nullptr, 7}};
     count = 0;
-    EXPECT_CKR(CKR_BUFFER_TOO_SMALL, getList(room, &count));
-    EXPECT_EQ(1U, count);
-    EXPECT_STREQ("untouched", room[0].name);
+    EXPECT_CKR(getList(room, &count), CKR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(count, 1U);
+    EXPECT_STREQ(room[0].name, "untouched");
 
     count = 2;
-    EXPECT_CKR(CKR_OK, getList(room, &count));
-    EXPECT_EQ(1U, count);
-    ASSERT_CKR(CKR_OK, get(nullptr, nullptr, 0));
-    EXPECT_EQ(found->functions, room[0].functions);
-    EXPECT_STREQ("PKCS 11", room[0].name);
-    EXPECT_EQ(0U, room[0].flags);
-    EXPECT_STREQ("untouched", room[1].name);
+    EXPECT_CKR(getList(room, &count), CKR_OK);
+    EXPECT_EQ(count, 1U);
+    ASSERT_CKR(get(nullptr, nullptr, 0), CKR_OK);
+    EXPECT_EQ(room[0].functions, found->functions);
+    EXPECT_STREQ(room[0].name, "PKCS 11");
+    EXPECT_EQ(room[0].flags, 0U);
+    EXPECT_STREQ(room[1].name, "untouched");
 
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, getList(room, nullptr));
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, getList(nullptr, nullptr));
+    EXPECT_CKR(getList(room, nullptr), CKR_ARGUMENTS_BAD);
+    EXPECT_CKR(getList(nullptr, nullptr), CKR_ARGUMENTS_BAD);
 }
 
 } // namespace

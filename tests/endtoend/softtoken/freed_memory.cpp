@@ -38,7 +38,7 @@ namespace endtoend {
 FreedMemory::FreedMemory()
 {
     void* const pages = mmap(nullptr, room, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    EXPECT_NE(MAP_FAILED, pages);
+    EXPECT_NE(pages, MAP_FAILED);
     kept = static_cast<unsigned char*>(pages);
     used = 0;
     keeping = true;
@@ -47,7 +47,7 @@ FreedMemory::FreedMemory()
 FreedMemory::~FreedMemory()
 {
     stop();
-    EXPECT_EQ(0, munmap(kept, room));
+    EXPECT_EQ(munmap(kept, room), 0);
 }
 
 void FreedMemory::stop()

@@ -53,36 +53,36 @@ protected:
 
 TEST_F(Gost, KeysAreListedAsSuchUnderLabelAndId)
 {
-    ASSERT_CKR(CKR_OK, generateGost("id"));
+    ASSERT_CKR(generateGost("id"), CKR_OK);
     const CK_KEY_TYPE expected = CKK_GOSTR3410;
     const auto* start = reinterpret_cast<const unsigned char*>(&expected);
     for (const CK_OBJECT_CLASS objectClass : {CKO_PUBLIC_KEY, CKO_PRIVATE_KEY}) {
         const CK_OBJECT_HANDLE key = only(objectClass, "id");
-        EXPECT_EQ(Bytes(start, start + sizeof expected), attribute(key, CKA_KEY_TYPE));
-        EXPECT_EQ(bytes("gost"), attribute(key, CKA_LABEL));
-        EXPECT_EQ(Bytes{CK_TRUE}, attribute(key, CKA_TOKEN));
+        EXPECT_EQ(attribute(key, CKA_KEY_TYPE), Bytes(start, start + sizeof expected));
+        EXPECT_EQ(attribute(key, CKA_LABEL), bytes("gost"));
+        EXPECT_EQ(attribute(key, CKA_TOKEN), Bytes{CK_TRUE});
     }
-    EXPECT_EQ(64U, attribute(only(CKO_PUBLIC_KEY, "id"), CKA_VALUE).size());
-    EXPECT_EQ(Bytes{CK_FALSE}, attribute(only(CKO_PUBLIC_KEY, "id"), CKA_PRIVATE));
-    EXPECT_EQ(Bytes{CK_TRUE}, attribute(only(CKO_PRIVATE_KEY, "id"), CKA_PRIVATE));
+    EXPECT_EQ(attribute(only(CKO_PUBLIC_KEY, "id"), CKA_VALUE).size(), 64U);
+    EXPECT_EQ(attribute(only(CKO_PUBLIC_KEY, "id"), CKA_PRIVATE), Bytes{CK_FALSE});
+    EXPECT_EQ(attribute(only(CKO_PRIVATE_KEY, "id"), CKA_PRIVATE), Bytes{CK_TRUE});
 }
 
 TEST_F(Gost, PrivateValueIsShownAsReadable)
 {
-    ASSERT_CKR(CKR_OK, generateGost("id"));
+    ASSERT_CKR(generateGost("id"), CKR_OK);
     const CK_OBJECT_HANDLE key = only(CKO_PRIVATE_KEY, "id");
-    EXPECT_EQ(Bytes{CK_FALSE}, attribute(key, CKA_SENSITIVE));
-    EXPECT_EQ(Bytes{CK_TRUE}, attribute(key, CKA_EXTRACTABLE));
-    EXPECT_EQ(32U, attribute(key, CKA_VALUE).size());
+    EXPECT_EQ(attribute(key, CKA_SENSITIVE), Bytes{CK_FALSE});
+    EXPECT_EQ(attribute(key, CKA_EXTRACTABLE), Bytes{CK_TRUE});
+    EXPECT_EQ(attribute(key, CKA_VALUE).size(), 32U);
 }
 
 TEST_F(Gost, GenerationTwiceMakesTwoPairs)
 {
-    ASSERT_CKR(CKR_OK, generateGost("id"));
-    ASSERT_CKR(CKR_OK, generateGost("id"));
+    ASSERT_CKR(generateGost("id"), CKR_OK);
+    ASSERT_CKR(generateGost("id"), CKR_OK);
     const auto keys = find(CKO_PUBLIC_KEY, "id");
-    ASSERT_EQ(2U, keys.size());
-    EXPECT_NE(attribute(keys[0], CKA_VALUE), attribute(keys[1], CKA_VALUE));
+    ASSERT_EQ(keys.size(), 2U);
+    EXPECT_NE(attribute(keys[1], CKA_VALUE), attribute(keys[0], CKA_VALUE));
 }
 
 // One number in 256 begins with a zero, which GnuTLS leaves away.
@@ -92,10 +92,10 @@ TEST_F(Gost, ValuesHaveTheirFullLength)
     for (int i = 0; i < 500; ++i) {
         CK_OBJECT_HANDLE publicKey = 0;
         CK_OBJECT_HANDLE privateKey = 0;
-        ASSERT_CKR(CKR_OK,
-                   standard->C_GenerateKeyPair(session, &mechanism, nullptr, 0, nullptr, 0, &publicKey, &privateKey));
-        ASSERT_EQ(64U, attribute(publicKey, CKA_VALUE).size());
-        ASSERT_EQ(32U, attribute(privateKey, CKA_VALUE).size());
+        ASSERT_CKR(standard->C_GenerateKeyPair(session, &mechanism, nullptr, 0, nullptr, 0, &publicKey, &privateKey),
+                   CKR_OK);
+        ASSERT_EQ(attribute(publicKey, CKA_VALUE).size(), 64U);
+        ASSERT_EQ(attribute(privateKey, CKA_VALUE).size(), 32U);
     }
 }
 
@@ -105,58 +105,59 @@ TEST_F(Gost, GenerationThatFailsLeavesNothingBehind)
     CK_OBJECT_CLASS wrongClass = CKO_DATA;
     CK_KEY_TYPE wrongType = CKK_RSA;
     const CK_ATTRIBUTE onToken = {CKA_TOKEN, &yes, sizeof yes};
-    EXPECT_CKR(CKR_TEMPLATE_INCONSISTENT, generateWith({CKA_CLASS, &wrongClass, sizeof wrongClass}, onToken));
-    EXPECT_CKR(CKR_TEMPLATE_INCONSISTENT, generateWith(onToken, {CKA_KEY_TYPE, &wrongType, sizeof wrongType}));
+    EXPECT_CKR(generateWith({CKA_CLASS, &wrongClass, sizeof wrongClass}, onToken), CKR_TEMPLATE_INCONSISTENT);
+    EXPECT_CKR(generateWith(onToken, {CKA_KEY_TYPE, &wrongType, sizeof wrongType}), CKR_TEMPLATE_INCONSISTENT);
     for (const CK_ATTRIBUTE_TYPE parameters : {CKA_GOSTR3410_PARAMS, CKA_GOSTR3411_PARAMS})
-        EXPECT_CKR(CKR_DOMAIN_PARAMS_INVALID,
-                   generateWith({parameters, otherCurve.data(), otherCurve.size()}, onToken));
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, generateWith({CKA_LABEL, nullptr, 1}, onToken));
-    EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, generateWith(onToken, {CKA_MODULUS, otherCurve.data(), otherCurve.size()}))
+        EXPECT_CKR(generateWith({parameters, otherCurve.data(), otherCurve.size()}, onToken),
+                   CKR_DOMAIN_PARAMS_INVALID);
+    EXPECT_CKR(generateWith({CKA_LABEL, nullptr, 1}, onToken), CKR_ARGUMENTS_BAD);
+    EXPECT_CKR(generateWith(onToken, {CKA_MODULUS, otherCurve.data(), otherCurve.size()}), CKR_ATTRIBUTE_TYPE_INVALID)
         << "refused only after the public key was stored";
-    EXPECT_EQ(0U, objectCount());
+    EXPECT_EQ(objectCount(), 0U);
 }
 
 TEST_F(Gost, GenerationNeedsALoggedInUser)
 {
-    ASSERT_CKR(CKR_OK, standard->C_Logout(session));
-    EXPECT_CKR(CKR_USER_NOT_LOGGED_IN, generateGost("id"));
-    EXPECT_EQ(0U, objectCount());
+    ASSERT_CKR(standard->C_Logout(session), CKR_OK);
+    EXPECT_CKR(generateGost("id"), CKR_USER_NOT_LOGGED_IN);
+    EXPECT_EQ(objectCount(), 0U);
 }
 
 TEST_F(Gost, RequestsAreGood)
 {
-    ASSERT_CKR(CKR_OK, generateGost("id"));
+    ASSERT_CKR(generateGost("id"), CKR_OK);
     Bytes csr;
-    ASSERT_CKR(CKR_OK, createCsr("id",
-                                 {{"CN", "Иван", "INN", "123456789012"},
-                                  {},
-                                  {"keyUsage", "critical", "digitalSignature", "subjectKeyIdentifier", "", "hash"}},
-                                 csr));
+    ASSERT_CKR(createCsr("id",
+                         {{"CN", "Иван", "INN", "123456789012"},
+                          {},
+                          {"keyUsage", "critical", "digitalSignature", "subjectKeyIdentifier", "", "hash"}},
+                         csr),
+               CKR_OK);
     folder.write("request.der", csr);
     const Outcome engine =
         gostOpenssl(folder, {"req", "-inform", "DER", "-in", "request.der", "-verify", "-noout", "-text"});
     EXPECT_TRUE(verified(engine));
-    EXPECT_NE(std::string::npos, engine.out.find("GOST R 34.10-2001")) << engine.out;
-    EXPECT_NE(std::string::npos, engine.out.find("Digital Signature")) << engine.out;
+    EXPECT_NE(engine.out.find("GOST R 34.10-2001"), std::string::npos) << engine.out;
+    EXPECT_NE(engine.out.find("Digital Signature"), std::string::npos) << engine.out;
 
     folder.write("forged.der", spoiltAtTheEnd(csr));
     const Outcome unconvinced =
         gostOpenssl(folder, {"req", "-inform", "DER", "-in", "forged.der", "-verify", "-noout"});
-    EXPECT_NE(std::string::npos, unconvinced.err.find("verify failure")) << unconvinced.err;
+    EXPECT_NE(unconvinced.err.find("verify failure"), std::string::npos) << unconvinced.err;
 
     const Outcome certtool = run(folder, {CERTTOOL_PROGRAM, "--crq-info", "--inder", "--infile", "request.der"});
-    EXPECT_NE(std::string::npos, certtool.out.find("GOST R 34.10-2001")) << certtool.out;
+    EXPECT_NE(certtool.out.find("GOST R 34.10-2001"), std::string::npos) << certtool.out;
 }
 
 TEST_F(Gost, RequestsKeepTheirAnnouncedLength)
 {
-    ASSERT_CKR(CKR_OK, generateGost("id"));
+    ASSERT_CKR(generateGost("id"), CKR_OK);
     Bytes first;
-    ASSERT_CKR(CKR_OK, createCsr("id", {}, first));
+    ASSERT_CKR(createCsr("id", {}, first), CKR_OK);
     for (int i = 0; i < 100; ++i) {
         Bytes next;
-        ASSERT_CKR(CKR_OK, createCsr("id", {}, next));
-        ASSERT_EQ(first.size(), next.size());
+        ASSERT_CKR(createCsr("id", {}, next), CKR_OK);
+        ASSERT_EQ(next.size(), first.size());
     }
 }
 
@@ -164,32 +165,32 @@ TEST_F(Gost, MessagesEncloseTheirContent)
 {
     issueGost("id");
     Bytes message;
-    ASSERT_CKR(CKR_OK, sign(content, "id", "id", enclosed, message));
+    ASSERT_CKR(sign(content, "id", "id", enclosed, message), CKR_OK);
     EXPECT_TRUE(succeeded(verifyWithEngine(message)));
-    EXPECT_EQ(content, folder.read("verified"));
-    EXPECT_CKR(CKR_OK, verify(message));
+    EXPECT_EQ(folder.read("verified"), content);
+    EXPECT_CKR(verify(message), CKR_OK);
     EXPECT_TRUE(refused(verifyWithEngine(spoiltAtTheEnd(message))));
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(message)));
+    EXPECT_CKR(verify(spoiltAtTheEnd(message)), CKR_SIGNATURE_INVALID);
 }
 
 TEST_F(Gost, MessagesStandApartFromTheirContentWhenDetached)
 {
     issueGost("id");
     Bytes message;
-    ASSERT_CKR(CKR_OK, sign(content, "id", "id", detached, message));
+    ASSERT_CKR(sign(content, "id", "id", detached, message), CKR_OK);
     folder.write("content", content);
     folder.write("other", bytes("other"));
     EXPECT_TRUE(succeeded(verifyWithEngine(message, {"-content", "content"})));
     EXPECT_TRUE(refused(verifyWithEngine(message, {"-content", "other"})));
-    EXPECT_CKR(CKR_OK, verify(message, content));
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(message, bytes("other")));
+    EXPECT_CKR(verify(message, content), CKR_OK);
+    EXPECT_CKR(verify(message, bytes("other")), CKR_SIGNATURE_INVALID);
 }
 
 TEST_F(Gost, MessagesNameTheirAlgorithmsAsTheEngineDoes)
 {
     issueGost("id");
     Bytes message;
-    ASSERT_CKR(CKR_OK, sign(content, "id", "id", enclosed, message));
+    ASSERT_CKR(sign(content, "id", "id", enclosed, message), CKR_OK);
     makeEngineSigner();
     const Bytes engines = engineSign({"-noattr"});
 
@@ -203,15 +204,15 @@ TEST_F(Gost, MessagesNameTheirAlgorithmsAsTheEngineDoes)
         const auto at = std::search(der.begin(), der.end(), content.begin(), content.end());
         return Bytes(at - 31, at);
     };
-    EXPECT_EQ(algorithms(engines), algorithms(message));
-    EXPECT_EQ(digestAlgorithm(engines), digestAlgorithm(message));
+    EXPECT_EQ(algorithms(message), algorithms(engines));
+    EXPECT_EQ(digestAlgorithm(message), digestAlgorithm(engines));
 }
 
 TEST_F(Gost, MessagesAreGoodInCerttool)
 {
     issueGost("id");
     Bytes message;
-    ASSERT_CKR(CKR_OK, sign(content, "id", "id", enclosed, message));
+    ASSERT_CKR(sign(content, "id", "id", enclosed, message), CKR_OK);
     ASSERT_TRUE(succeeded(openssl(folder, {"x509", "-inform", "DER", "-in", "issued.der", "-out", "issued.pem"})));
     const auto verdict = [&](const Bytes& der) {
         folder.write("message.der", der);
@@ -227,11 +228,11 @@ TEST_F(Gost, MessagesOfTheEngineAreJudged)
 {
     makeEngineSigner();
     for (const Bytes& message : {engineSign({}), engineSign({"-noattr"})}) {
-        EXPECT_CKR(CKR_OK, verify(message));
-        EXPECT_CKR(CKR_OK, verify(message, content));
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content)));
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content), content));
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(message)));
+        EXPECT_CKR(verify(message), CKR_OK);
+        EXPECT_CKR(verify(message, content), CKR_OK);
+        EXPECT_CKR(verify(spoilt(message, content)), CKR_SIGNATURE_INVALID);
+        EXPECT_CKR(verify(spoilt(message, content), content), CKR_SIGNATURE_INVALID);
+        EXPECT_CKR(verify(spoiltAtTheEnd(message)), CKR_SIGNATURE_INVALID);
     }
 }
 
@@ -242,25 +243,25 @@ TEST_F(Gost, MessagesOfCerttoolAreJudged)
     ASSERT_TRUE(succeeded(run(folder, {CERTTOOL_PROGRAM, "--p7-sign", "--load-certificate", "own.pem", "--load-privkey",
                                        "own.key", "--infile", "content", "--outder", "--outfile", "own.der"})));
     const Bytes message = folder.read("own.der");
-    EXPECT_CKR(CKR_OK, verify(message));
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content)));
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(message)));
+    EXPECT_CKR(verify(message), CKR_OK);
+    EXPECT_CKR(verify(spoilt(message, content)), CKR_SIGNATURE_INVALID);
+    EXPECT_CKR(verify(spoiltAtTheEnd(message)), CKR_SIGNATURE_INVALID);
 }
 
 TEST_F(Gost, KeysBelongToTheirOwnCertificatesOnly)
 {
     issueGost("id");
-    ASSERT_CKR(CKR_OK, generateGost("other"));
+    ASSERT_CKR(generateGost("other"), CKR_OK);
     Bytes message;
-    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, sign(content, "id", "other", enclosed, message));
+    EXPECT_CKR(sign(content, "id", "other", enclosed, message), CKR_KEY_TYPE_INCONSISTENT);
     Bytes csr;
-    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT,
-               createCsr(only(CKO_PUBLIC_KEY, "id"), only(CKO_PRIVATE_KEY, "other"), {}, csr));
+    EXPECT_CKR(createCsr(only(CKO_PUBLIC_KEY, "id"), only(CKO_PRIVATE_KEY, "other"), {}, csr),
+               CKR_KEY_TYPE_INCONSISTENT);
 }
 
 TEST_F(Gost, KeysOfAnotherCurveAreRefused)
 {
-    ASSERT_CKR(CKR_OK, generateGost("id"));
+    ASSERT_CKR(generateGost("id"), CKR_OK);
     const auto onOtherCurve = [&](CK_OBJECT_CLASS objectClass) {
         CK_KEY_TYPE type = CKK_GOSTR3410;
         Bytes value = attribute(only(objectClass, "id"), CKA_VALUE);
@@ -271,10 +272,10 @@ TEST_F(Gost, KeysOfAnotherCurveAreRefused)
                        {CKA_VALUE, value.data(), value.size()}});
     };
     Bytes csr;
-    EXPECT_CKR(CKR_DOMAIN_PARAMS_INVALID,
-               createCsr(onOtherCurve(CKO_PUBLIC_KEY), only(CKO_PRIVATE_KEY, "id"), {}, csr));
-    EXPECT_CKR(CKR_DOMAIN_PARAMS_INVALID,
-               createCsr(only(CKO_PUBLIC_KEY, "id"), onOtherCurve(CKO_PRIVATE_KEY), {}, csr));
+    EXPECT_CKR(createCsr(onOtherCurve(CKO_PUBLIC_KEY), only(CKO_PRIVATE_KEY, "id"), {}, csr),
+               CKR_DOMAIN_PARAMS_INVALID);
+    EXPECT_CKR(createCsr(only(CKO_PUBLIC_KEY, "id"), onOtherCurve(CKO_PRIVATE_KEY), {}, csr),
+               CKR_DOMAIN_PARAMS_INVALID);
 }
 
 } // namespace

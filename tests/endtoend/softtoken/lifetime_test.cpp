@@ -111,15 +111,15 @@ protected:
             leave(job());
         }
         int status = 0;
-        EXPECT_EQ(child, waitpid(child, &status, 0));
+        EXPECT_EQ(waitpid(child, &status, 0), child);
         return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
 };
 
 TEST_F(Fork, LeavesTheChildToInitialiseTheModuleItself)
 {
-    ASSERT_CKR(CKR_OK, generateRsa("rsa", 1024));
-    EXPECT_EQ(0, inChild([&] {
+    ASSERT_CKR(generateRsa("rsa", 1024), CKR_OK);
+    EXPECT_EQ(inChild([&] {
                   CK_ULONG count = 0;
                   if (standard->C_GetSlotList(CK_FALSE, nullptr, &count) != CKR_CRYPTOKI_NOT_INITIALIZED ||
                       standard->C_CloseSession(session) != CKR_CRYPTOKI_NOT_INITIALIZED ||
@@ -129,23 +129,25 @@ TEST_F(Fork, LeavesTheChildToInitialiseTheModuleItself)
                       return 2;
                   session = openSession();
                   return login(session) == CKR_OK && objectCount() == 2 ? 0 : 3;
-              }));
-    EXPECT_EQ(2U, objectCount()) << "the parent's session";
+              }),
+              0);
+    EXPECT_EQ(objectCount(), 2U) << "the parent's session";
 }
 
 TEST_F(Fork, OfAModuleThatIsOnlyLoadedLeavesItUsable)
 {
-    ASSERT_CKR(CKR_OK, standard->C_Finalize(nullptr));
-    EXPECT_EQ(0, inChild([&] { return static_cast<int>(standard->C_Initialize(nullptr)); }));
+    ASSERT_CKR(standard->C_Finalize(nullptr), CKR_OK);
+    EXPECT_EQ(inChild([&] { return static_cast<int>(standard->C_Initialize(nullptr)); }), 0);
 }
 
 TEST_F(Fork, OfAForkedChildWorksLikewise)
 {
-    EXPECT_EQ(0, inChild([&] {
+    EXPECT_EQ(inChild([&] {
                   if (standard->C_Initialize(nullptr) != CKR_OK)
                       return 1;
                   return inChild([&] { return nothingIsInitialised(standard, CKR_OK) ? 0 : 2; });
-              }));
+              }),
+              0);
 }
 
 // Fork waits for nobody, so a child finds the other thread where it was, with what it had locked. It must not exit as
@@ -160,9 +162,9 @@ TEST_F(Fork, InTheMiddleOfACallEndsTheModuleForTheChild)
             CK_OBJECT_CLASS objectClass = CKO_DATA;
             CK_BBOOL no = CK_FALSE;
             CK_ATTRIBUTE attributes[] = {{CKA_CLASS, &objectClass, sizeof objectClass}, {CKA_TOKEN, &no, sizeof no}};
-            EXPECT_CKR(CKR_OK, standard->C_OpenSession(1, CKF_SERIAL_SESSION, nullptr, nullptr, &own));
-            EXPECT_CKR(CKR_OK, standard->C_CreateObject(own, attributes, 2, &object));
-            EXPECT_CKR(CKR_OK, standard->C_CloseSession(own));
+            EXPECT_CKR(standard->C_OpenSession(1, CKF_SERIAL_SESSION, nullptr, nullptr, &own), CKR_OK);
+            EXPECT_CKR(standard->C_CreateObject(own, attributes, 2, &object), CKR_OK);
+            EXPECT_CKR(standard->C_CloseSession(own), CKR_OK);
         }
     });
     int inTheMiddle = 0;
@@ -181,7 +183,7 @@ TEST_F(Fork, InTheMiddleOfACallEndsTheModuleForTheChild)
     }
     ended = true;
     other.join();
-    EXPECT_LT(0, inTheMiddle);
+    EXPECT_GT(inTheMiddle, 0);
 }
 
 using Locks = StoreTest;
@@ -207,15 +209,15 @@ TEST_F(Locks, AreTheModulesOwnAlone)
     CK_C_INITIALIZE_ARGS arguments = {makeMutex, leaveMutex, leaveMutex, leaveMutex, 0, nullptr};
     for (const CK_FLAGS flags : {CK_FLAGS{0}, CK_FLAGS{CKF_OS_LOCKING_OK}}) {
         arguments.flags = flags;
-        EXPECT_CKR(CKR_OK, module->standard.C_Initialize(&arguments));
-        EXPECT_CKR(CKR_OK, module->standard.C_Finalize(nullptr));
+        EXPECT_CKR(module->standard.C_Initialize(&arguments), CKR_OK);
+        EXPECT_CKR(module->standard.C_Finalize(nullptr), CKR_OK);
     }
-    EXPECT_EQ(0, mutexesMade);
+    EXPECT_EQ(mutexesMade, 0);
     arguments.LockMutex = nullptr;
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, module->standard.C_Initialize(&arguments)) << "some of four functions";
+    EXPECT_CKR(module->standard.C_Initialize(&arguments), CKR_ARGUMENTS_BAD) << "some of four functions";
     arguments = {};
     arguments.pReserved = &arguments;
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, module->standard.C_Initialize(&arguments));
+    EXPECT_CKR(module->standard.C_Initialize(&arguments), CKR_ARGUMENTS_BAD);
 }
 
 } // namespace

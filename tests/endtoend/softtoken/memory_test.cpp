@@ -31,19 +31,19 @@ TEST(FreedMemoryItself, IsSeenWhoeverGivesItBack)
 TEST_F(Memory, HoldsNoPrivateValueAfterAGostKeyPairIsGenerated)
 {
     FreedMemory freed;
-    ASSERT_CKR(CKR_OK, generateGost("id"));
+    ASSERT_CKR(generateGost("id"), CKR_OK);
     freed.stop();
     EXPECT_FALSE(freed.contains(attribute(only(CKO_PRIVATE_KEY, "id"), CKA_VALUE)));
 }
 
 TEST_F(Memory, HoldsNoPrivateValueAfterAGostKeyHasSigned)
 {
-    ASSERT_CKR(CKR_OK, generateGost("id"));
+    ASSERT_CKR(generateGost("id"), CKR_OK);
     const CK_OBJECT_HANDLE publicKey = only(CKO_PUBLIC_KEY, "id");
     const CK_OBJECT_HANDLE privateKey = only(CKO_PRIVATE_KEY, "id");
     FreedMemory freed;
     Bytes csr;
-    ASSERT_CKR(CKR_OK, createCsr(publicKey, privateKey, {}, csr));
+    ASSERT_CKR(createCsr(publicKey, privateKey, {}, csr), CKR_OK);
     freed.stop();
     EXPECT_FALSE(freed.contains(attribute(privateKey, CKA_VALUE)));
 }
@@ -57,7 +57,7 @@ TEST_F(Memory, ThatIsExhaustedIsNamed)
         const AllocationLimit limit(der.size());
         rv = module->C_TOVR_ImportCert(session, der.data(), der.size(), nullptr, 0);
     }
-    EXPECT_CKR(CKR_HOST_MEMORY, rv);
+    EXPECT_CKR(rv, CKR_HOST_MEMORY);
     EXPECT_EQ(before, objectCount());
 }
 

@@ -18,7 +18,7 @@ protected:
     Bytes signedBy(const std::string& id, CK_ULONG flags, std::vector<std::string> furtherIds = {})
     {
         Bytes message;
-        EXPECT_CKR(CKR_OK, sign(content, id, id, flags, message, std::move(furtherIds)));
+        EXPECT_CKR(sign(content, id, id, flags, message, std::move(furtherIds)), CKR_OK);
         return message;
     }
 
@@ -54,13 +54,13 @@ TEST_F(Messages, EncloseTheirContent)
 {
     const Bytes message = signedBy("rsa", enclosed);
     EXPECT_TRUE(succeeded(opensslVerify(message)));
-    EXPECT_EQ(content, folder.read("verified"));
+    EXPECT_EQ(folder.read("verified"), content);
     EXPECT_TRUE(succeeded(openssl(folder, {"smime", "-verify", "-binary", "-inform", "DER", "-in", "message.der",
                                            "-CAfile", "ca.pem", "-purpose", "any", "-out", "smime"})));
-    EXPECT_EQ(content, folder.read("smime"));
-    EXPECT_CKR(CKR_OK, verify(message));
-    EXPECT_CKR(CKR_OK, verify(message, content)) << "the same content named again";
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(message, bytes("other")));
+    EXPECT_EQ(folder.read("smime"), content);
+    EXPECT_CKR(verify(message), CKR_OK);
+    EXPECT_CKR(verify(message, content), CKR_OK) << "the same content named again";
+    EXPECT_CKR(verify(message, bytes("other")), CKR_SIGNATURE_INVALID);
 }
 
 TEST_F(Messages, StandApartFromTheirContentWhenDetached)
@@ -70,9 +70,9 @@ TEST_F(Messages, StandApartFromTheirContentWhenDetached)
     folder.write("other", bytes("other"));
     EXPECT_TRUE(succeeded(opensslVerify(message, {"-content", "content"})));
     EXPECT_TRUE(refused(opensslVerify(message, {"-content", "other"})));
-    EXPECT_CKR(CKR_OK, verify(message, content));
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(message, bytes("other")));
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(message));
+    EXPECT_CKR(verify(message, content), CKR_OK);
+    EXPECT_CKR(verify(message, bytes("other")), CKR_SIGNATURE_INVALID);
+    EXPECT_CKR(verify(message), CKR_SIGNATURE_INVALID);
 }
 
 TEST_F(Messages, CarryTheSignersAndTheFurtherCertificatesOnce)
@@ -85,7 +85,7 @@ TEST_F(Messages, CarryTheSignersAndTheFurtherCertificatesOnce)
     std::size_t count = 0;
     for (std::size_t at = 0; (at = text.find("BEGIN CERTIFICATE", at)) != std::string::npos; ++at)
         ++count;
-    EXPECT_EQ(2U, count);
+    EXPECT_EQ(count, 2U);
     const auto holds = [&](const Bytes& der) {
         return std::search(message.begin(), message.end(), der.begin(), der.end()) != message.end();
     };
@@ -97,23 +97,23 @@ TEST_F(Messages, RefuseAnotherModeWord)
 {
     Bytes message;
     for (const CK_ULONG flags : {CK_ULONG{2}, CK_ULONG{3}, CK_ULONG{1} << 32, ~CK_ULONG{0}})
-        EXPECT_CKR(CKR_ARGUMENTS_BAD, sign(content, "rsa", "rsa", flags, message)) << flags;
+        EXPECT_CKR(sign(content, "rsa", "rsa", flags, message), CKR_ARGUMENTS_BAD) << flags;
 }
 
 TEST_F(Messages, RefuseEmptyContent)
 {
     Bytes message;
-    EXPECT_CKR(CKR_DATA_LEN_RANGE, sign({}, "rsa", "rsa", enclosed, message));
-    EXPECT_CKR(CKR_DATA_LEN_RANGE, sign({}, "rsa", "rsa", detached, message));
+    EXPECT_CKR(sign({}, "rsa", "rsa", enclosed, message), CKR_DATA_LEN_RANGE);
+    EXPECT_CKR(sign({}, "rsa", "rsa", detached, message), CKR_DATA_LEN_RANGE);
 }
 
 TEST_F(Messages, NeedTheKeyOfTheCertificate)
 {
-    ASSERT_CKR(CKR_OK, generateRsa("other"));
-    ASSERT_CKR(CKR_OK, generateGost("gost"));
+    ASSERT_CKR(generateRsa("other"), CKR_OK);
+    ASSERT_CKR(generateGost("gost"), CKR_OK);
     Bytes message;
-    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, sign(content, "rsa", "other", enclosed, message));
-    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, sign(content, "rsa", "gost", enclosed, message));
+    EXPECT_CKR(sign(content, "rsa", "other", enclosed, message), CKR_KEY_TYPE_INCONSISTENT);
+    EXPECT_CKR(sign(content, "rsa", "gost", enclosed, message), CKR_KEY_TYPE_INCONSISTENT);
     EXPECT_TRUE(message.empty());
 }
 
@@ -127,14 +127,14 @@ TEST_F(Messages, NeedObjectsOfTheRightKind)
         return module->C_TOVR_pkcs7Sign(session, data.data(), data.size(), hCertificate, nullptr, &length, hKey,
                                         further.data(), further.size(), enclosed);
     };
-    EXPECT_CKR(CKR_OK, call(signer, key, {signer}));
-    EXPECT_CKR(CKR_OBJECT_HANDLE_INVALID, call(0, key, {}));
-    EXPECT_CKR(CKR_OBJECT_HANDLE_INVALID, call(key, key, {}));
-    EXPECT_CKR(CKR_OBJECT_HANDLE_INVALID, call(signer, key, {0}));
-    EXPECT_CKR(CKR_OBJECT_HANDLE_INVALID, call(signer, key, {signer, key}));
-    EXPECT_CKR(CKR_OBJECT_HANDLE_INVALID, call(9999, key, {}));
-    EXPECT_CKR(CKR_KEY_HANDLE_INVALID, call(signer, 0, {}));
-    EXPECT_CKR(CKR_KEY_HANDLE_INVALID, call(signer, signer, {}));
+    EXPECT_CKR(call(signer, key, {signer}), CKR_OK);
+    EXPECT_CKR(call(0, key, {}), CKR_OBJECT_HANDLE_INVALID);
+    EXPECT_CKR(call(key, key, {}), CKR_OBJECT_HANDLE_INVALID);
+    EXPECT_CKR(call(signer, key, {0}), CKR_OBJECT_HANDLE_INVALID);
+    EXPECT_CKR(call(signer, key, {signer, key}), CKR_OBJECT_HANDLE_INVALID);
+    EXPECT_CKR(call(9999, key, {}), CKR_OBJECT_HANDLE_INVALID);
+    EXPECT_CKR(call(signer, 0, {}), CKR_KEY_HANDLE_INVALID);
+    EXPECT_CKR(call(signer, signer, {}), CKR_KEY_HANDLE_INVALID);
 }
 
 TEST_F(Messages, AreNotCutToAShortBuffer)
@@ -151,23 +151,23 @@ TEST_F(Messages, AreNotCutToAShortBuffer)
 TEST_F(Messages, HaveTheirSignatureJudgedByteForByte)
 {
     const Bytes message = signedBy("rsa", enclosed);
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(message))) << "the signature";
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content))) << "the content";
+    EXPECT_CKR(verify(spoiltAtTheEnd(message)), CKR_SIGNATURE_INVALID) << "the signature";
+    EXPECT_CKR(verify(spoilt(message, content)), CKR_SIGNATURE_INVALID) << "the content";
 }
 
 TEST_F(Messages, OfOpensslAreJudged)
 {
     const Bytes whole = opensslSign({"-nodetach"});
-    EXPECT_CKR(CKR_OK, verify(whole));
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(whole, content)));
+    EXPECT_CKR(verify(whole), CKR_OK);
+    EXPECT_CKR(verify(spoilt(whole, content)), CKR_SIGNATURE_INVALID);
     const Bytes apart = opensslSign({});
-    EXPECT_CKR(CKR_OK, verify(apart, content));
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(apart, bytes("other")));
-    EXPECT_CKR(CKR_OK, verify(opensslSign({"-nodetach", "-noattr"})));
-    EXPECT_CKR(CKR_OK, verify(opensslSign({"-nodetach", "-keyid"})));
-    EXPECT_CKR(CKR_OK, verify(opensslSign({"-nodetach", "-md", "sha512"})));
-    EXPECT_CKR(CKR_OK, verify(opensslSign({"-nodetach", "-stream"}))) << "lengths left open";
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(opensslSign({"-nodetach", "-md", "md5"}))) << "too weak";
+    EXPECT_CKR(verify(apart, content), CKR_OK);
+    EXPECT_CKR(verify(apart, bytes("other")), CKR_SIGNATURE_INVALID);
+    EXPECT_CKR(verify(opensslSign({"-nodetach", "-noattr"})), CKR_OK);
+    EXPECT_CKR(verify(opensslSign({"-nodetach", "-keyid"})), CKR_OK);
+    EXPECT_CKR(verify(opensslSign({"-nodetach", "-md", "sha512"})), CKR_OK);
+    EXPECT_CKR(verify(opensslSign({"-nodetach", "-stream"})), CKR_OK) << "lengths left open";
+    EXPECT_CKR(verify(opensslSign({"-nodetach", "-md", "md5"})), CKR_SIGNATURE_INVALID) << "too weak";
 }
 
 // openssl sorts a message's certificates: that of the small key comes first.
@@ -180,14 +180,14 @@ TEST_F(Messages, AreJudgedByTheirSignersCertificateAmongOthers)
         more.insert(more.end(), {"-nodetach", "-certfile", "other.pem"});
         return opensslSign(std::move(more));
     };
-    EXPECT_CKR(CKR_OK, verify(withOther("/CN=Signer", "2", {}))) << "of the same issuer";
-    EXPECT_CKR(CKR_OK, verify(withOther("/CN=Other", "1", {}))) << "with the same serial number";
-    EXPECT_CKR(CKR_OK, verify(withOther("/CN=Signer", "1", {"-keyid"}))) << "told apart by the key alone";
+    EXPECT_CKR(verify(withOther("/CN=Signer", "2", {})), CKR_OK) << "of the same issuer";
+    EXPECT_CKR(verify(withOther("/CN=Other", "1", {})), CKR_OK) << "with the same serial number";
+    EXPECT_CKR(verify(withOther("/CN=Signer", "1", {"-keyid"})), CKR_OK) << "told apart by the key alone";
 }
 
 TEST_F(Messages, AreJudgedWhateverTheirCertificateIsFor)
 {
-    EXPECT_CKR(CKR_OK, verify(opensslSign({"-nodetach"}, "keyUsage=nonRepudiation")));
+    EXPECT_CKR(verify(opensslSign({"-nodetach"}, "keyUsage=nonRepudiation")), CKR_OK);
 }
 
 TEST_F(Messages, OfSeveralSignersNeedEverySignature)
@@ -195,19 +195,19 @@ TEST_F(Messages, OfSeveralSignersNeedEverySignature)
     EXPECT_TRUE(succeeded(openssl(folder, {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Other",
                                            "-keyout", "other.key", "-out", "other.pem"})));
     const Bytes both = opensslSign({"-nodetach", "-noattr", "-signer", "other.pem", "-inkey", "other.key"});
-    EXPECT_CKR(CKR_OK, verify(both));
+    EXPECT_CKR(verify(both), CKR_OK);
     for (const char* key : {"own.key", "other.key"}) {
         EXPECT_TRUE(succeeded(openssl(folder, {"dgst", "-sha256", "-sign", key, "-out", "signature", "content"})));
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(both, folder.read("signature")))) << key;
+        EXPECT_CKR(verify(spoilt(both, folder.read("signature"))), CKR_SIGNATURE_INVALID) << key;
     }
 }
 
 TEST_F(Messages, WithoutTheSignersCertificateOrASignatureAreNotGood)
 {
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(opensslSign({"-nodetach", "-nocerts"})));
+    EXPECT_CKR(verify(opensslSign({"-nodetach", "-nocerts"})), CKR_SIGNATURE_INVALID);
     EXPECT_TRUE(succeeded(
         openssl(folder, {"crl2pkcs7", "-nocrl", "-certfile", "ca.pem", "-outform", "DER", "-out", "unsigned.der"})));
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(folder.read("unsigned.der")));
+    EXPECT_CKR(verify(folder.read("unsigned.der")), CKR_SIGNATURE_INVALID);
 }
 
 TEST_F(Messages, ThatCannotBeReadAreToldApart)
@@ -215,24 +215,24 @@ TEST_F(Messages, ThatCannotBeReadAreToldApart)
     const Bytes message = signedBy("rsa", enclosed);
     Bytes longer = message;
     longer.push_back(0);
-    EXPECT_CKR(CKR_DATA_INVALID, verify(longer));
-    EXPECT_CKR(CKR_DATA_INVALID, verify(Bytes(message.begin(), message.end() - 1)));
-    EXPECT_CKR(CKR_DATA_INVALID, verify(certificate));
-    EXPECT_CKR(CKR_DATA_INVALID, verify(bytes("nonsense")));
-    EXPECT_CKR(CKR_DATA_INVALID, verify({}));
+    EXPECT_CKR(verify(longer), CKR_DATA_INVALID);
+    EXPECT_CKR(verify(Bytes(message.begin(), message.end() - 1)), CKR_DATA_INVALID);
+    EXPECT_CKR(verify(certificate), CKR_DATA_INVALID);
+    EXPECT_CKR(verify(bytes("nonsense")), CKR_DATA_INVALID);
+    EXPECT_CKR(verify({}), CKR_DATA_INVALID);
     folder.write("message.der", message);
     EXPECT_TRUE(succeeded(openssl(
         folder, {"cms", "-cmsout", "-inform", "DER", "-in", "message.der", "-outform", "PEM", "-out", "message.pem"})));
-    EXPECT_CKR(CKR_DATA_INVALID, verify(folder.read("message.pem")));
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, module->C_TOVR_pkcs7Verify(nullptr, 1, nullptr, 0));
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, module->C_TOVR_pkcs7Verify(longer.data(), longer.size(), nullptr, 1));
+    EXPECT_CKR(verify(folder.read("message.pem")), CKR_DATA_INVALID);
+    EXPECT_CKR(module->C_TOVR_pkcs7Verify(nullptr, 1, nullptr, 0), CKR_ARGUMENTS_BAD);
+    EXPECT_CKR(module->C_TOVR_pkcs7Verify(longer.data(), longer.size(), nullptr, 1), CKR_ARGUMENTS_BAD);
 }
 
 TEST_F(Messages, AreJudgedWithoutASession)
 {
     const Bytes message = signedBy("rsa", enclosed);
-    ASSERT_CKR(CKR_OK, standard->C_CloseSession(session));
-    EXPECT_CKR(CKR_OK, verify(message));
+    ASSERT_CKR(standard->C_CloseSession(session), CKR_OK);
+    EXPECT_CKR(verify(message), CKR_OK);
 }
 
 TEST_F(Messages, NeedALoggedInUser)
@@ -240,10 +240,11 @@ TEST_F(Messages, NeedALoggedInUser)
     Bytes data = content;
     const CK_OBJECT_HANDLE signer = only(CKO_CERTIFICATE, "rsa");
     const CK_OBJECT_HANDLE key = only(CKO_PRIVATE_KEY, "rsa");
-    ASSERT_CKR(CKR_OK, standard->C_Logout(session));
+    ASSERT_CKR(standard->C_Logout(session), CKR_OK);
     CK_ULONG length = 0;
-    EXPECT_CKR(CKR_USER_NOT_LOGGED_IN, module->C_TOVR_pkcs7Sign(session, data.data(), data.size(), signer, nullptr,
-                                                                &length, key, nullptr, 0, enclosed));
+    EXPECT_CKR(module->C_TOVR_pkcs7Sign(session, data.data(), data.size(), signer, nullptr, &length, key, nullptr, 0,
+                                        enclosed),
+               CKR_USER_NOT_LOGGED_IN);
 }
 
 } // namespace

@@ -17,8 +17,8 @@ protected:
             setenv(variable, tries, 1);
         else
             unsetenv(variable);
-        EXPECT_CKR(CKR_OK, standard->C_Finalize(nullptr));
-        ASSERT_CKR(CKR_OK, standard->C_Initialize(nullptr));
+        EXPECT_CKR(standard->C_Finalize(nullptr), CKR_OK);
+        ASSERT_CKR(standard->C_Initialize(nullptr), CKR_OK);
         session = openSession();
     }
 
@@ -37,15 +37,15 @@ protected:
     CK_FLAGS shown() const
     {
         CK_TOKEN_INFO info = {};
-        EXPECT_CKR(CKR_OK, standard->C_GetTokenInfo(onlySlot(), &info));
+        EXPECT_CKR(standard->C_GetTokenInfo(onlySlot(), &info), CKR_OK);
         return info.flags & (CKF_USER_PIN_COUNT_LOW | CKF_USER_PIN_FINAL_TRY | CKF_USER_PIN_LOCKED);
     }
 
     void lockPin()
     {
         startAgain("1");
-        ASSERT_CKR(CKR_PIN_INCORRECT, login(session, wrong));
-        ASSERT_CKR(CKR_PIN_LOCKED, login(session));
+        ASSERT_CKR(login(session, wrong), CKR_PIN_INCORRECT);
+        ASSERT_CKR(login(session), CKR_PIN_LOCKED);
     }
 
     static constexpr const char* variable = "VORNIX_SOFTTOKEN_PIN_TRIES";
@@ -61,138 +61,138 @@ TEST_F(PinTries, AreWithoutEndUnlessLimited)
 {
     startAgain(nullptr);
     for (int i = 0; i < 20; ++i)
-        EXPECT_CKR(CKR_PIN_INCORRECT, login(session, wrong));
-    EXPECT_EQ(low, shown());
-    EXPECT_CKR(CKR_OK, login(session));
-    EXPECT_EQ(none, shown());
+        EXPECT_CKR(login(session, wrong), CKR_PIN_INCORRECT);
+    EXPECT_EQ(shown(), low);
+    EXPECT_CKR(login(session), CKR_OK);
+    EXPECT_EQ(shown(), none);
 }
 
 TEST_F(PinTries, LockThePinWhenTheyAreUsedUp)
 {
     startAgain("3");
-    EXPECT_EQ(none, shown());
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, wrong));
-    EXPECT_EQ(low, shown());
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, wrong));
-    EXPECT_EQ(final, shown());
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, wrong));
-    EXPECT_EQ(locked, shown());
-    EXPECT_CKR(CKR_PIN_LOCKED, login(session));
-    EXPECT_CKR(CKR_PIN_LOCKED, changePin(userPin, otherPin));
+    EXPECT_EQ(shown(), none);
+    EXPECT_CKR(login(session, wrong), CKR_PIN_INCORRECT);
+    EXPECT_EQ(shown(), low);
+    EXPECT_CKR(login(session, wrong), CKR_PIN_INCORRECT);
+    EXPECT_EQ(shown(), final);
+    EXPECT_CKR(login(session, wrong), CKR_PIN_INCORRECT);
+    EXPECT_EQ(shown(), locked);
+    EXPECT_CKR(login(session), CKR_PIN_LOCKED);
+    EXPECT_CKR(changePin(userPin, otherPin), CKR_PIN_LOCKED);
 }
 
 TEST_F(PinTries, BeginAnewAfterTheRightPin)
 {
     startAgain("2");
     for (int i = 0; i < 3; ++i) {
-        EXPECT_CKR(CKR_PIN_INCORRECT, login(session, wrong));
-        EXPECT_EQ(final, shown());
-        EXPECT_CKR(CKR_OK, login(session));
-        EXPECT_EQ(none, shown());
-        EXPECT_CKR(CKR_OK, standard->C_Logout(session));
+        EXPECT_CKR(login(session, wrong), CKR_PIN_INCORRECT);
+        EXPECT_EQ(shown(), final);
+        EXPECT_CKR(login(session), CKR_OK);
+        EXPECT_EQ(shown(), none);
+        EXPECT_CKR(standard->C_Logout(session), CKR_OK);
     }
 }
 
 TEST_F(PinTries, AreUsedUpByAPinChangeToo)
 {
     startAgain("2");
-    EXPECT_CKR(CKR_PIN_INCORRECT, changePin(wrong, otherPin));
-    EXPECT_CKR(CKR_OK, changePin(userPin, userPin));
-    EXPECT_EQ(none, shown());
-    EXPECT_CKR(CKR_PIN_INCORRECT, changePin(wrong, otherPin));
-    EXPECT_CKR(CKR_PIN_INCORRECT, changePin(wrong, otherPin));
-    EXPECT_CKR(CKR_PIN_LOCKED, login(session));
+    EXPECT_CKR(changePin(wrong, otherPin), CKR_PIN_INCORRECT);
+    EXPECT_CKR(changePin(userPin, userPin), CKR_OK);
+    EXPECT_EQ(shown(), none);
+    EXPECT_CKR(changePin(wrong, otherPin), CKR_PIN_INCORRECT);
+    EXPECT_CKR(changePin(wrong, otherPin), CKR_PIN_INCORRECT);
+    EXPECT_CKR(login(session), CKR_PIN_LOCKED);
 }
 
 TEST_F(PinTries, AreNotUsedUpWhereNoPinWasJudged)
 {
     startAgain("1");
-    EXPECT_CKR(CKR_PIN_LEN_RANGE, changePin(userPin, "1"));
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, standard->C_Login(session, CKU_USER, nullptr, 0));
-    EXPECT_CKR(CKR_OK, login(session));
-    EXPECT_CKR(CKR_USER_ALREADY_LOGGED_IN, login(session, wrong));
-    EXPECT_CKR(CKR_OK, standard->C_Logout(session));
-    EXPECT_CKR(CKR_OK, login(session));
+    EXPECT_CKR(changePin(userPin, "1"), CKR_PIN_LEN_RANGE);
+    EXPECT_CKR(standard->C_Login(session, CKU_USER, nullptr, 0), CKR_ARGUMENTS_BAD);
+    EXPECT_CKR(login(session), CKR_OK);
+    EXPECT_CKR(login(session, wrong), CKR_USER_ALREADY_LOGGED_IN);
+    EXPECT_CKR(standard->C_Logout(session), CKR_OK);
+    EXPECT_CKR(login(session), CKR_OK);
 }
 
 TEST_F(PinTries, AreCountedFromOneLifeToTheNext)
 {
     startAgain("3");
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, wrong));
+    EXPECT_CKR(login(session, wrong), CKR_PIN_INCORRECT);
     startAgain("3");
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, wrong));
+    EXPECT_CKR(login(session, wrong), CKR_PIN_INCORRECT);
     startAgain("3");
-    EXPECT_EQ(final, shown());
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, wrong));
+    EXPECT_EQ(shown(), final);
+    EXPECT_CKR(login(session, wrong), CKR_PIN_INCORRECT);
     startAgain("3");
-    EXPECT_CKR(CKR_PIN_LOCKED, login(session));
+    EXPECT_CKR(login(session), CKR_PIN_LOCKED);
 }
 
 TEST_F(PinTries, OfBeforeALowerLimitCount)
 {
     startAgain("3");
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, wrong));
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, wrong));
+    EXPECT_CKR(login(session, wrong), CKR_PIN_INCORRECT);
+    EXPECT_CKR(login(session, wrong), CKR_PIN_INCORRECT);
     startAgain("2");
-    EXPECT_CKR(CKR_PIN_LOCKED, login(session));
-    EXPECT_EQ(locked, shown());
+    EXPECT_CKR(login(session), CKR_PIN_LOCKED);
+    EXPECT_EQ(shown(), locked);
 }
 
 TEST_F(PinTries, AreTheUsersAlone)
 {
     startAgain("1");
     for (int i = 0; i < 3; ++i)
-        EXPECT_CKR(CKR_PIN_INCORRECT, loginOfficer(wrong));
-    EXPECT_CKR(CKR_OK, loginOfficer());
-    EXPECT_CKR(CKR_PIN_INCORRECT, changePin(wrong, otherPin)) << "the security officer's own";
-    EXPECT_CKR(CKR_OK, standard->C_Logout(session));
-    EXPECT_CKR(CKR_OK, login(session));
+        EXPECT_CKR(loginOfficer(wrong), CKR_PIN_INCORRECT);
+    EXPECT_CKR(loginOfficer(), CKR_OK);
+    EXPECT_CKR(changePin(wrong, otherPin), CKR_PIN_INCORRECT) << "the security officer's own";
+    EXPECT_CKR(standard->C_Logout(session), CKR_OK);
+    EXPECT_CKR(login(session), CKR_OK);
 }
 
 TEST_F(PinTries, StayUsedUpWhereNoLimitIsAskedFor)
 {
     lockPin();
     startAgain(nullptr);
-    EXPECT_EQ(locked, shown());
-    EXPECT_CKR(CKR_PIN_LOCKED, login(session));
+    EXPECT_EQ(shown(), locked);
+    EXPECT_CKR(login(session), CKR_PIN_LOCKED);
 }
 
 TEST_F(PinTries, AreGivenAnewByTheSecurityOfficer)
 {
     lockPin();
-    ASSERT_CKR(CKR_OK, loginOfficer());
+    ASSERT_CKR(loginOfficer(), CKR_OK);
     std::string pin = otherPin;
-    EXPECT_CKR(CKR_OK, standard->C_InitPIN(session, reinterpret_cast<CK_BYTE_PTR>(pin.data()), pin.size()));
-    EXPECT_CKR(CKR_OK, standard->C_Logout(session));
-    EXPECT_EQ(CKF_USER_PIN_FINAL_TRY, shown()) << "of one";
-    EXPECT_CKR(CKR_OK, login(session, otherPin));
+    EXPECT_CKR(standard->C_InitPIN(session, reinterpret_cast<CK_BYTE_PTR>(pin.data()), pin.size()), CKR_OK);
+    EXPECT_CKR(standard->C_Logout(session), CKR_OK);
+    EXPECT_EQ(shown(), CKF_USER_PIN_FINAL_TRY) << "of one";
+    EXPECT_CKR(login(session, otherPin), CKR_OK);
 }
 
 TEST_F(PinTries, AreGivenAnewByAnInitialisation)
 {
     lockPin();
-    ASSERT_CKR(CKR_OK, standard->C_CloseSession(session));
-    ASSERT_CKR(CKR_PIN_INCORRECT, initToken("11111111"));
+    ASSERT_CKR(standard->C_CloseSession(session), CKR_OK);
+    ASSERT_CKR(initToken("11111111"), CKR_PIN_INCORRECT);
     session = openSession();
-    ASSERT_CKR(CKR_PIN_LOCKED, login(session)) << "not by one that was refused";
-    ASSERT_CKR(CKR_OK, standard->C_CloseSession(session));
-    ASSERT_CKR(CKR_OK, initToken());
+    ASSERT_CKR(login(session), CKR_PIN_LOCKED) << "not by one that was refused";
+    ASSERT_CKR(standard->C_CloseSession(session), CKR_OK);
+    ASSERT_CKR(initToken(), CKR_OK);
     session = openSession();
-    EXPECT_CKR(CKR_OK, login(session));
+    EXPECT_CKR(login(session), CKR_OK);
 }
 
 TEST_F(PinTries, AreANumberOrRefused)
 {
-    EXPECT_CKR(CKR_OK, standard->C_Finalize(nullptr));
+    EXPECT_CKR(standard->C_Finalize(nullptr), CKR_OK);
     for (const char* limit : {"0", "-1", "100", "three", "3 ", "0x3", "99999999999999999999"}) {
         setenv(variable, limit, 1);
         testing::internal::CaptureStderr();
-        EXPECT_CKR(CKR_ARGUMENTS_BAD, standard->C_Initialize(nullptr)) << limit;
-        EXPECT_EQ("vornix_softtoken: VORNIX_SOFTTOKEN_PIN_TRIES must be a whole number from 1 to 99\n",
-                  testing::internal::GetCapturedStderr());
+        EXPECT_CKR(standard->C_Initialize(nullptr), CKR_ARGUMENTS_BAD) << limit;
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "vornix_softtoken: VORNIX_SOFTTOKEN_PIN_TRIES must be a whole number from 1 to 99\n");
     }
     setenv(variable, "", 1);
-    EXPECT_CKR(CKR_OK, standard->C_Initialize(nullptr));
+    EXPECT_CKR(standard->C_Initialize(nullptr), CKR_OK);
 }
 
 } // namespace

@@ -49,8 +49,8 @@ TEST_F(Pkcs11Tool, InitialisesATokenThatTheDefaultPinOpens)
 TEST_F(Pkcs11Tool, ChangesThePin)
 {
     EXPECT_TRUE(succeeded(pkcs11Tool({"--login", "--pin", userPin, "--change-pin", "--new-pin", "24682468"})));
-    EXPECT_CKR(CKR_OK, standard->C_Initialize(nullptr));
-    EXPECT_CKR(CKR_OK, login(openSession(), "24682468"));
+    EXPECT_CKR(standard->C_Initialize(nullptr), CKR_OK);
+    EXPECT_CKR(login(openSession(), "24682468"), CKR_OK);
 }
 
 TEST_F(Pkcs11Tool, ReadsACertificate)
@@ -63,7 +63,7 @@ TEST_F(Pkcs11Tool, ReadsACertificate)
 
 TEST_F(Pkcs11Tool, SignsWithAGeneratedRsaKey)
 {
-    ASSERT_CKR(CKR_OK, generateRsa("\x01\x02"));
+    ASSERT_CKR(generateRsa("\x01\x02"), CKR_OK);
     folder.write("data", bytes("data"));
     EXPECT_TRUE(succeeded(pkcs11Tool({"--login", "--pin", userPin, "--sign", "--mechanism", "SHA256-RSA-PKCS", "--id",
                                       "0102", "--input-file", "data", "--output-file", "signature"})));

@@ -21,14 +21,14 @@ protected:
     CK_SLOT_INFO slotInfo() const
     {
         CK_SLOT_INFO info = {};
-        EXPECT_CKR(CKR_OK, standard->C_GetSlotInfo(onlySlot(), &info));
+        EXPECT_CKR(standard->C_GetSlotInfo(onlySlot(), &info), CKR_OK);
         return info;
     }
 
     CK_TOKEN_INFO tokenInfo() const
     {
         CK_TOKEN_INFO info = {};
-        EXPECT_CKR(CKR_OK, standard->C_GetTokenInfo(onlySlot(), &info));
+        EXPECT_CKR(standard->C_GetTokenInfo(onlySlot(), &info), CKR_OK);
         return info;
     }
 };
@@ -37,24 +37,24 @@ TEST_F(Reader, IsTheOnlyOneWithAndWithoutAToken)
 {
     for (const CK_BBOOL tokenPresent : {CK_FALSE, CK_TRUE}) {
         CK_ULONG count = 0;
-        EXPECT_CKR(CKR_OK, standard->C_GetSlotList(tokenPresent, nullptr, &count));
-        EXPECT_EQ(1U, count);
+        EXPECT_CKR(standard->C_GetSlotList(tokenPresent, nullptr, &count), CKR_OK);
+        EXPECT_EQ(count, 1U);
     }
-    EXPECT_CKR(CKR_OK, initToken());
+    EXPECT_CKR(initToken(), CKR_OK);
     CK_ULONG count = 0;
-    EXPECT_CKR(CKR_OK, standard->C_GetSlotList(CK_FALSE, nullptr, &count));
-    EXPECT_EQ(1U, count);
+    EXPECT_CKR(standard->C_GetSlotList(CK_FALSE, nullptr, &count), CKR_OK);
+    EXPECT_EQ(count, 1U);
 }
 
 TEST_F(Reader, KeepsSlotAndNameWhenTheTokenIsInitialised)
 {
     const CK_SLOT_ID before = onlySlot();
-    EXPECT_EQ(readerName, text(slotInfo().slotDescription));
-    EXPECT_CKR(CKR_OK, initToken());
-    EXPECT_EQ(before, onlySlot());
-    EXPECT_EQ(readerName, text(slotInfo().slotDescription));
-    EXPECT_CKR(CKR_OK, initToken());
-    EXPECT_EQ(before, onlySlot());
+    EXPECT_EQ(text(slotInfo().slotDescription), readerName);
+    EXPECT_CKR(initToken(), CKR_OK);
+    EXPECT_EQ(onlySlot(), before);
+    EXPECT_EQ(text(slotInfo().slotDescription), readerName);
+    EXPECT_CKR(initToken(), CKR_OK);
+    EXPECT_EQ(onlySlot(), before);
 }
 
 TEST_F(Reader, HasAManufacturerThatBeginsNoReaderName)
@@ -62,115 +62,115 @@ TEST_F(Reader, HasAManufacturerThatBeginsNoReaderName)
     const std::string manufacturer = text(slotInfo().manufacturerID);
     ASSERT_FALSE(manufacturer.empty());
     EXPECT_NE(0U, std::string(readerName).rfind(manufacturer, 0));
-    EXPECT_NE(0U, manufacturer.rfind(readerName, 0));
+    EXPECT_NE(manufacturer.rfind(readerName, 0), 0U);
 }
 
 TEST_F(Reader, IsOfAModuleThatTellsItselfFromSoftHsm)
 {
     CK_INFO info = {};
-    EXPECT_CKR(CKR_OK, standard->C_GetInfo(&info));
-    EXPECT_EQ("Vornix software token", text(info.libraryDescription));
-    EXPECT_EQ(VERSION, std::to_string(info.libraryVersion.major) + '.' + std::to_string(info.libraryVersion.minor));
-    EXPECT_EQ(text(slotInfo().manufacturerID), text(info.manufacturerID));
+    EXPECT_CKR(standard->C_GetInfo(&info), CKR_OK);
+    EXPECT_EQ(text(info.libraryDescription), "Vornix software token");
+    EXPECT_EQ(std::to_string(info.libraryVersion.major) + '.' + std::to_string(info.libraryVersion.minor), VERSION);
+    EXPECT_EQ(text(info.manufacturerID), text(slotInfo().manufacturerID));
 }
 
 TEST_F(Reader, HoldsATokenThatTellsItselfFromSoftHsm)
 {
     for (const bool initialised : {false, true}) {
         if (initialised) {
-            EXPECT_CKR(CKR_OK, initToken());
+            EXPECT_CKR(initToken(), CKR_OK);
         }
-        EXPECT_EQ(text(slotInfo().manufacturerID), text(tokenInfo().manufacturerID));
-        EXPECT_EQ("software token", text(tokenInfo().model));
+        EXPECT_EQ(text(tokenInfo().manufacturerID), text(slotInfo().manufacturerID));
+        EXPECT_EQ(text(tokenInfo().model), "software token");
     }
 }
 
 TEST_F(Reader, RefusesAnotherSlot)
 {
     CK_SLOT_INFO info;
-    EXPECT_CKR(CKR_SLOT_ID_INVALID, standard->C_GetSlotInfo(onlySlot() + 1, &info));
+    EXPECT_CKR(standard->C_GetSlotInfo(onlySlot() + 1, &info), CKR_SLOT_ID_INVALID);
     CK_SESSION_HANDLE session = 0;
-    EXPECT_CKR(CKR_SLOT_ID_INVALID, standard->C_OpenSession(0, CKF_SERIAL_SESSION, nullptr, nullptr, &session));
+    EXPECT_CKR(standard->C_OpenSession(0, CKF_SERIAL_SESSION, nullptr, nullptr, &session), CKR_SLOT_ID_INVALID);
 }
 
 TEST_F(Reader, RefusesAListWithoutRoom)
 {
     CK_SLOT_ID slot = 77;
     CK_ULONG count = 0;
-    EXPECT_CKR(CKR_BUFFER_TOO_SMALL, standard->C_GetSlotList(CK_FALSE, &slot, &count));
-    EXPECT_EQ(1U, count);
-    EXPECT_EQ(77U, slot);
+    EXPECT_CKR(standard->C_GetSlotList(CK_FALSE, &slot, &count), CKR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(count, 1U);
+    EXPECT_EQ(slot, 77U);
 }
 
 TEST_F(Reader, ShowsABlankTokenAsUninitialised)
 {
     EXPECT_FALSE(tokenInfo().flags & CKF_TOKEN_INITIALIZED);
-    EXPECT_CKR(CKR_OK, initToken());
+    EXPECT_CKR(initToken(), CKR_OK);
     EXPECT_TRUE(tokenInfo().flags & CKF_TOKEN_INITIALIZED);
     EXPECT_TRUE(tokenInfo().flags & CKF_USER_PIN_INITIALIZED);
-    EXPECT_EQ("VORNIX Token", text(tokenInfo().label));
+    EXPECT_EQ(text(tokenInfo().label), "VORNIX Token");
 }
 
 TEST_F(Reader, OpensNoSessionOnABlankToken)
 {
     CK_SESSION_HANDLE session = 0;
-    EXPECT_CKR(CKR_TOKEN_NOT_RECOGNIZED,
-               standard->C_OpenSession(onlySlot(), CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &session));
+    EXPECT_CKR(standard->C_OpenSession(onlySlot(), CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &session),
+               CKR_TOKEN_NOT_RECOGNIZED);
 }
 
 TEST_F(Reader, NamesItsSlotInSessions)
 {
-    EXPECT_CKR(CKR_OK, initToken());
+    EXPECT_CKR(initToken(), CKR_OK);
     CK_SESSION_INFO info = {};
-    EXPECT_CKR(CKR_OK, standard->C_GetSessionInfo(openSession(), &info));
-    EXPECT_EQ(onlySlot(), info.slotID);
+    EXPECT_CKR(standard->C_GetSessionInfo(openSession(), &info), CKR_OK);
+    EXPECT_EQ(info.slotID, onlySlot());
 }
 
 TEST_F(Reader, ClosesAllItsSessions)
 {
-    EXPECT_CKR(CKR_OK, initToken());
+    EXPECT_CKR(initToken(), CKR_OK);
     const CK_SESSION_HANDLE session = openSession();
-    EXPECT_CKR(CKR_SLOT_ID_INVALID, standard->C_CloseAllSessions(onlySlot() + 1));
-    EXPECT_CKR(CKR_OK, standard->C_CloseAllSessions(onlySlot()));
-    EXPECT_CKR(CKR_SESSION_HANDLE_INVALID, standard->C_CloseSession(session));
+    EXPECT_CKR(standard->C_CloseAllSessions(onlySlot() + 1), CKR_SLOT_ID_INVALID);
+    EXPECT_CKR(standard->C_CloseAllSessions(onlySlot()), CKR_OK);
+    EXPECT_CKR(standard->C_CloseSession(session), CKR_SESSION_HANDLE_INVALID);
 }
 
 TEST_F(Reader, LetsTheUserInWithTheDefaultPinAfterInitialisation)
 {
-    EXPECT_CKR(CKR_OK, initToken());
+    EXPECT_CKR(initToken(), CKR_OK);
     const CK_SESSION_HANDLE session = openSession();
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, "00000000"));
-    EXPECT_CKR(CKR_OK, login(session));
+    EXPECT_CKR(login(session, "00000000"), CKR_PIN_INCORRECT);
+    EXPECT_CKR(login(session), CKR_OK);
 }
 
 TEST_F(Reader, InitialisesAgainOnlyWithTheSamePuk)
 {
-    EXPECT_CKR(CKR_OK, initToken());
-    EXPECT_CKR(CKR_PIN_INCORRECT, initToken("11111111"));
-    EXPECT_CKR(CKR_OK, initToken());
+    EXPECT_CKR(initToken(), CKR_OK);
+    EXPECT_CKR(initToken("11111111"), CKR_PIN_INCORRECT);
+    EXPECT_CKR(initToken(), CKR_OK);
 }
 
 TEST_F(Reader, KeepsATokenInUseFromBeingInitialised)
 {
-    EXPECT_CKR(CKR_OK, initToken());
+    EXPECT_CKR(initToken(), CKR_OK);
     openSession();
-    EXPECT_CKR(CKR_SESSION_EXISTS, initToken());
+    EXPECT_CKR(initToken(), CKR_SESSION_EXISTS);
 }
 
 TEST_F(Reader, ListsGostKeyGenerationAmongItsMechanisms)
 {
     CK_ULONG count = 0;
-    EXPECT_CKR(CKR_OK, standard->C_GetMechanismList(onlySlot(), nullptr, &count));
+    EXPECT_CKR(standard->C_GetMechanismList(onlySlot(), nullptr, &count), CKR_OK);
     std::vector<CK_MECHANISM_TYPE> mechanisms(count);
     CK_ULONG tooFew = count - 1;
-    EXPECT_CKR(CKR_BUFFER_TOO_SMALL, standard->C_GetMechanismList(onlySlot(), mechanisms.data(), &tooFew));
-    EXPECT_CKR(CKR_OK, standard->C_GetMechanismList(onlySlot(), mechanisms.data(), &count));
+    EXPECT_CKR(standard->C_GetMechanismList(onlySlot(), mechanisms.data(), &tooFew), CKR_BUFFER_TOO_SMALL);
+    EXPECT_CKR(standard->C_GetMechanismList(onlySlot(), mechanisms.data(), &count), CKR_OK);
     for (const CK_MECHANISM_TYPE expected : {CKM_GOSTR3410_KEY_PAIR_GEN, CKM_RSA_PKCS_KEY_PAIR_GEN}) {
-        EXPECT_EQ(1, std::count(mechanisms.begin(), mechanisms.end(), expected));
+        EXPECT_EQ(std::count(mechanisms.begin(), mechanisms.end(), expected), 1);
         CK_MECHANISM_INFO info = {};
-        EXPECT_CKR(CKR_OK, standard->C_GetMechanismInfo(onlySlot(), expected, &info));
+        EXPECT_CKR(standard->C_GetMechanismInfo(onlySlot(), expected, &info), CKR_OK);
         EXPECT_TRUE(info.flags & CKF_GENERATE_KEY_PAIR);
-        EXPECT_LT(0U, info.ulMinKeySize);
+        EXPECT_GT(info.ulMinKeySize, 0U);
         EXPECT_LE(info.ulMinKeySize, info.ulMaxKeySize);
     }
 }
@@ -181,13 +181,13 @@ TEST_F(Reader, HasEveryFunctionOfTheExtendedList)
     std::memcpy(&list, standard, sizeof list);
     std::array<void*, sizeof list / sizeof(void*)> words;
     std::memcpy(words.data(), &list, sizeof list);
-    EXPECT_EQ(words.end(), std::find(words.begin() + 1, words.end(), nullptr));
-    EXPECT_EQ(2, list.standard.version.major);
-    EXPECT_EQ(40, list.standard.version.minor);
+    EXPECT_EQ(std::find(words.begin() + 1, words.end(), nullptr), words.end());
+    EXPECT_EQ(list.standard.version.major, 2);
+    EXPECT_EQ(list.standard.version.minor, 40);
 
     CK_FUNCTION_LIST* again = nullptr;
-    EXPECT_CKR(CKR_OK, standard->C_GetFunctionList(&again));
-    EXPECT_EQ(standard, again);
+    EXPECT_CKR(standard->C_GetFunctionList(&again), CKR_OK);
+    EXPECT_EQ(again, standard);
 }
 
 } // namespace

@@ -31,7 +31,7 @@ protected:
     static int thrownBy(CK_RV expected, Call call)
     {
         const int before = thrown;
-        EXPECT_CKR(expected, call());
+        EXPECT_CKR(call(), expected);
         return thrown - before;
     }
 };
@@ -43,12 +43,13 @@ TEST_F(Refusals, BySoftHsmAreNotThrown)
     const CK_OBJECT_HANDLE object =
         create({{CKA_CLASS, &objectClass, sizeof objectClass}, {CKA_VALUE, value, sizeof value}});
     CK_ATTRIBUTE modulus = {CKA_MODULUS, nullptr, 0};
-    EXPECT_EQ(0, thrownBy(CKR_ATTRIBUTE_TYPE_INVALID,
-                          [&] { return standard->C_GetAttributeValue(session, object, &modulus, 1); }));
-    EXPECT_EQ(0, thrownBy(CKR_USER_ALREADY_LOGGED_IN, [&] { return login(session); }));
-    EXPECT_EQ(0, thrownBy(CKR_SESSION_HANDLE_INVALID, [&] { return standard->C_CloseSession(session + 77); }));
-    EXPECT_EQ(1,
-              thrownBy(CKR_ARGUMENTS_BAD, [&] { return module->C_TOVR_ImportCert(session, nullptr, 1, nullptr, 0); }))
+    EXPECT_EQ(thrownBy(CKR_ATTRIBUTE_TYPE_INVALID,
+                       [&] { return standard->C_GetAttributeValue(session, object, &modulus, 1); }),
+              0);
+    EXPECT_EQ(thrownBy(CKR_USER_ALREADY_LOGGED_IN, [&] { return login(session); }), 0);
+    EXPECT_EQ(thrownBy(CKR_SESSION_HANDLE_INVALID, [&] { return standard->C_CloseSession(session + 77); }), 0);
+    EXPECT_EQ(thrownBy(CKR_ARGUMENTS_BAD, [&] { return module->C_TOVR_ImportCert(session, nullptr, 1, nullptr, 0); }),
+              1)
         << "this test sees what is thrown";
 }
 

@@ -9,14 +9,14 @@ protected:
     void SetUp() override
     {
         TokenTest::SetUp();
-        ASSERT_CKR(CKR_OK, generateRsa("rsa"));
+        ASSERT_CKR(generateRsa("rsa"), CKR_OK);
     }
 
     /// What openssl prints of a request whose signature it has verified.
     std::string printed(const RequestText& text)
     {
         Bytes csr;
-        EXPECT_CKR(CKR_OK, createCsr("rsa", text, csr));
+        EXPECT_CKR(createCsr("rsa", text, csr), CKR_OK);
         folder.write("request.der", csr);
         const Outcome outcome = openssl(folder, {"req", "-inform", "DER", "-in", "request.der", "-verify", "-noout",
                                                  "-text", "-nameopt", "RFC2253,-esc_msb,utf8"});
@@ -113,7 +113,7 @@ TEST_F(Requests, RefuseTextThatMeansNothing)
         {{"CN", "x"}, {}, {"keyUsage", "", "digitalSignature", "2.5.29.15", "", "keyCertSign"}},
     };
     for (const RequestText& text : meaningless)
-        EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt(text))
+        EXPECT_CKR(attempt(text), CKR_ARGUMENTS_BAD)
             << testing::PrintToString(text.subject) << testing::PrintToString(text.attributes)
             << testing::PrintToString(text.extensions);
 }
@@ -133,16 +133,16 @@ TEST_F(Requests, RefuseOtherCharactersWhereOnlyAsciiMayStand)
         {"1.2.3.4", "", "ASN1:FORMAT:UTF8,IA5:Иван"},
     };
     for (const auto& extension : others)
-        EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt({{"CN", "x"}, {}, extension})) << extension.at(2);
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt({{"emailAddress", "иван@host.example"}, {}, {}}));
+        EXPECT_CKR(attempt({{"CN", "x"}, {}, extension}), CKR_ARGUMENTS_BAD) << extension.at(2);
+    EXPECT_CKR(attempt({{"emailAddress", "иван@host.example"}, {}, {}}), CKR_ARGUMENTS_BAD);
     EXPECT_TOLD("DNS:xn--n1aeec.example", printed({{"CN", "x"}, {}, {"subjectAltName", "", "DNS:xn--n1aeec.example"}}));
 }
 
 TEST_F(Requests, TakeNoAddressesOutOfTheirSubject)
 {
     for (const char* value : {"email:copy", "email:move", "DNS:host.example, email : move", "email.1:move"})
-        EXPECT_CKR(CKR_ARGUMENTS_BAD,
-                   attempt({{"emailAddress", "user@host.example"}, {}, {"subjectAltName", "", value}}))
+        EXPECT_CKR(attempt({{"emailAddress", "user@host.example"}, {}, {"subjectAltName", "", value}}),
+                   CKR_ARGUMENTS_BAD)
             << value;
 }
 
@@ -163,21 +163,21 @@ TEST_F(Requests, CarryExtensionsByTheirEncoding)
 TEST_F(Requests, ReadNoConfigurationOfThisMachine)
 {
     for (const char* name : {"subjectAltName", "certificatePolicies", "extendedKeyUsage", "crlDistributionPoints"})
-        EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt({{"CN", "x"}, {}, {name, "", "@section"}})) << name;
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt({{"CN", "x"}, {}, {"subjectAltName", "", "dirName:section"}}));
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, attempt({{"CN", "x"}, {}, {"1.2.3.4", "", "ASN1:SEQUENCE:section"}}));
+        EXPECT_CKR(attempt({{"CN", "x"}, {}, {name, "", "@section"}}), CKR_ARGUMENTS_BAD) << name;
+    EXPECT_CKR(attempt({{"CN", "x"}, {}, {"subjectAltName", "", "dirName:section"}}), CKR_ARGUMENTS_BAD);
+    EXPECT_CKR(attempt({{"CN", "x"}, {}, {"1.2.3.4", "", "ASN1:SEQUENCE:section"}}), CKR_ARGUMENTS_BAD);
 }
 
 TEST_F(Requests, NeedKeysThatBelongTogether)
 {
-    ASSERT_CKR(CKR_OK, generateRsa("other"));
-    ASSERT_CKR(CKR_OK, generateGost("gost"));
+    ASSERT_CKR(generateRsa("other"), CKR_OK);
+    ASSERT_CKR(generateGost("gost"), CKR_OK);
     const CK_OBJECT_HANDLE publicKey = only(CKO_PUBLIC_KEY, "rsa");
     const CK_OBJECT_HANDLE privateKey = only(CKO_PRIVATE_KEY, "rsa");
     Bytes csr;
-    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, createCsr(publicKey, only(CKO_PRIVATE_KEY, "other"), {}, csr));
-    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, createCsr(publicKey, only(CKO_PRIVATE_KEY, "gost"), {}, csr));
-    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, createCsr(only(CKO_PUBLIC_KEY, "gost"), privateKey, {}, csr));
+    EXPECT_CKR(createCsr(publicKey, only(CKO_PRIVATE_KEY, "other"), {}, csr), CKR_KEY_TYPE_INCONSISTENT);
+    EXPECT_CKR(createCsr(publicKey, only(CKO_PRIVATE_KEY, "gost"), {}, csr), CKR_KEY_TYPE_INCONSISTENT);
+    EXPECT_CKR(createCsr(only(CKO_PUBLIC_KEY, "gost"), privateKey, {}, csr), CKR_KEY_TYPE_INCONSISTENT);
     CK_OBJECT_CLASS objectClass = CKO_PUBLIC_KEY;
     CK_KEY_TYPE type = CKK_RSA;
     Bytes modulus = attribute(publicKey, CKA_MODULUS);
@@ -186,11 +186,11 @@ TEST_F(Requests, NeedKeysThatBelongTogether)
                                                    {CKA_KEY_TYPE, &type, sizeof type},
                                                    {CKA_MODULUS, modulus.data(), modulus.size()},
                                                    {CKA_PUBLIC_EXPONENT, &exponent, sizeof exponent}});
-    EXPECT_CKR(CKR_KEY_TYPE_INCONSISTENT, createCsr(otherExponent, privateKey, {}, csr));
-    EXPECT_CKR(CKR_KEY_HANDLE_INVALID, createCsr(only(CKO_PRIVATE_KEY, "rsa"), only(CKO_PUBLIC_KEY, "rsa"), {}, csr));
-    EXPECT_CKR(CKR_KEY_HANDLE_INVALID, createCsr(0, privateKey, {}, csr));
-    EXPECT_CKR(CKR_KEY_HANDLE_INVALID, createCsr(publicKey, 0, {}, csr));
-    EXPECT_CKR(CKR_KEY_HANDLE_INVALID, createCsr(publicKey, 9999, {}, csr));
+    EXPECT_CKR(createCsr(otherExponent, privateKey, {}, csr), CKR_KEY_TYPE_INCONSISTENT);
+    EXPECT_CKR(createCsr(only(CKO_PRIVATE_KEY, "rsa"), only(CKO_PUBLIC_KEY, "rsa"), {}, csr), CKR_KEY_HANDLE_INVALID);
+    EXPECT_CKR(createCsr(0, privateKey, {}, csr), CKR_KEY_HANDLE_INVALID);
+    EXPECT_CKR(createCsr(publicKey, 0, {}, csr), CKR_KEY_HANDLE_INVALID);
+    EXPECT_CKR(createCsr(publicKey, 9999, {}, csr), CKR_KEY_HANDLE_INVALID);
     EXPECT_TRUE(csr.empty());
 }
 
@@ -198,8 +198,8 @@ TEST_F(Requests, PassOnWhyTheTokenDoesNotSign)
 {
     CK_BBOOL no = CK_FALSE;
     CK_ATTRIBUTE change = {CKA_SIGN, &no, sizeof no};
-    ASSERT_CKR(CKR_OK, standard->C_SetAttributeValue(session, only(CKO_PRIVATE_KEY, "rsa"), &change, 1));
-    EXPECT_CKR(CKR_KEY_FUNCTION_NOT_PERMITTED, attempt({}));
+    ASSERT_CKR(standard->C_SetAttributeValue(session, only(CKO_PRIVATE_KEY, "rsa"), &change, 1), CKR_OK);
+    EXPECT_CKR(attempt({}), CKR_KEY_FUNCTION_NOT_PERMITTED);
 }
 
 TEST_F(Requests, AreNotCutToAShortBuffer)
@@ -221,19 +221,19 @@ TEST_F(Requests, WithNullPointersAreRefused)
         return module->C_TOVR_CreateCSR(session, publicKey, nullptr, subjects, nullptr, &length, privateKey, nullptr,
                                         attributes, nullptr, extensions);
     };
-    EXPECT_CKR(CKR_OK, call(0, 0, 0));
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, call(1, 0, 0));
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, call(0, 1, 0));
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, call(0, 0, 1));
+    EXPECT_CKR(call(0, 0, 0), CKR_OK);
+    EXPECT_CKR(call(1, 0, 0), CKR_ARGUMENTS_BAD);
+    EXPECT_CKR(call(0, 1, 0), CKR_ARGUMENTS_BAD);
+    EXPECT_CKR(call(0, 0, 1), CKR_ARGUMENTS_BAD);
 }
 
 TEST_F(Requests, NeedALoggedInUser)
 {
     const CK_OBJECT_HANDLE publicKey = only(CKO_PUBLIC_KEY, "rsa");
     const CK_OBJECT_HANDLE privateKey = only(CKO_PRIVATE_KEY, "rsa");
-    ASSERT_CKR(CKR_OK, standard->C_Logout(session));
+    ASSERT_CKR(standard->C_Logout(session), CKR_OK);
     Bytes csr;
-    EXPECT_CKR(CKR_USER_NOT_LOGGED_IN, createCsr(publicKey, privateKey, {}, csr));
+    EXPECT_CKR(createCsr(publicKey, privateKey, {}, csr), CKR_USER_NOT_LOGGED_IN);
 }
 
 } // namespace

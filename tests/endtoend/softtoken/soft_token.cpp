@@ -31,7 +31,7 @@ CK_RV fetch(Call call, Bytes& output)
     Bytes buffer(announced);
     CK_ULONG written = announced;
     const CK_RV rv = call(buffer.data(), &written);
-    EXPECT_EQ(announced, written);
+    EXPECT_EQ(written, announced);
     if (rv == CKR_OK)
         output = std::move(buffer);
     return rv;
@@ -41,7 +41,7 @@ CK_RV fetch(Call call, Bytes& output)
 
 Module::Module() : handle_(dlopen(SOFTTOKEN_FILE, RTLD_NOW))
 {
-    if (!handle_)
+    if (handle_ == nullptr)
         throw std::runtime_error(dlerror());
     const auto getList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(handle_, "C_GetFunctionList"));
     if (!getList || getList(reinterpret_cast<CK_FUNCTION_LIST**>(&list_)) != CKR_OK)
@@ -61,15 +61,15 @@ StoreTest::StoreTest()
 
 BlankTokenTest::BlankTokenTest()
 {
-    EXPECT_CKR(CKR_OK, standard->C_Initialize(nullptr));
+    EXPECT_CKR(standard->C_Initialize(nullptr), CKR_OK);
 }
 
 CK_SLOT_ID BlankTokenTest::onlySlot() const
 {
     CK_SLOT_ID slot = 0;
     CK_ULONG count = 1;
-    EXPECT_CKR(CKR_OK, standard->C_GetSlotList(CK_TRUE, &slot, &count));
-    EXPECT_EQ(1U, count);
+    EXPECT_CKR(standard->C_GetSlotList(CK_TRUE, &slot, &count), CKR_OK);
+    EXPECT_EQ(count, 1U);
     return slot;
 }
 
@@ -83,8 +83,8 @@ CK_RV BlankTokenTest::initToken(const std::string& pin) const
 CK_SESSION_HANDLE BlankTokenTest::openSession() const
 {
     CK_SESSION_HANDLE session = 0;
-    EXPECT_CKR(CKR_OK,
-               standard->C_OpenSession(onlySlot(), CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &session));
+    EXPECT_CKR(standard->C_OpenSession(onlySlot(), CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &session),
+               CKR_OK);
     return session;
 }
 
@@ -95,9 +95,9 @@ CK_RV BlankTokenTest::login(CK_SESSION_HANDLE session, const std::string& pin) c
 
 void TokenTest::SetUp()
 {
-    ASSERT_CKR(CKR_OK, initToken());
+    ASSERT_CKR(initToken(), CKR_OK);
     session = openSession();
-    ASSERT_CKR(CKR_OK, login(session));
+    ASSERT_CKR(login(session), CKR_OK);
 }
 
 CK_RV TokenTest::generate(CK_MECHANISM_TYPE type, std::vector<CK_ATTRIBUTE> publicTemplate, const std::string& label,
@@ -146,20 +146,20 @@ CK_RV TokenTest::generateGost(const std::string& id, const std::string& label)
 CK_OBJECT_HANDLE TokenTest::create(std::vector<CK_ATTRIBUTE> attributes)
 {
     CK_OBJECT_HANDLE object = CK_INVALID_HANDLE;
-    EXPECT_CKR(CKR_OK, standard->C_CreateObject(session, attributes.data(), attributes.size(), &object));
+    EXPECT_CKR(standard->C_CreateObject(session, attributes.data(), attributes.size(), &object), CKR_OK);
     return object;
 }
 
 void TokenTest::expectWholeOutputs(const std::function<CK_RV(CK_BYTE_PTR, CK_ULONG_PTR)>& call)
 {
     CK_ULONG needed = 0;
-    ASSERT_CKR(CKR_OK, call(nullptr, &needed));
+    ASSERT_CKR(call(nullptr, &needed), CKR_OK);
     Bytes room(needed, 0xAA);
     CK_ULONG length = needed - 1;
-    EXPECT_CKR(CKR_BUFFER_TOO_SMALL, call(room.data(), &length));
-    EXPECT_EQ(needed, length);
-    EXPECT_EQ(Bytes(needed, 0xAA), room);
-    EXPECT_CKR(CKR_ARGUMENTS_BAD, call(room.data(), nullptr));
+    EXPECT_CKR(call(room.data(), &length), CKR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(length, needed);
+    EXPECT_EQ(room, Bytes(needed, 0xAA));
+    EXPECT_CKR(call(room.data(), nullptr), CKR_ARGUMENTS_BAD);
 }
 
 std::vector<CK_OBJECT_HANDLE> TokenTest::find(CK_OBJECT_CLASS objectClass, const std::string& id) const
@@ -167,9 +167,9 @@ std::vector<CK_OBJECT_HANDLE> TokenTest::find(CK_OBJECT_CLASS objectClass, const
     CK_ATTRIBUTE query[] = {{CKA_CLASS, &objectClass, sizeof objectClass}, {CKA_ID, start(id), id.size()}};
     std::vector<CK_OBJECT_HANDLE> found(100);
     CK_ULONG count = 0;
-    EXPECT_CKR(CKR_OK, standard->C_FindObjectsInit(session, query, 2));
-    EXPECT_CKR(CKR_OK, standard->C_FindObjects(session, found.data(), found.size(), &count));
-    EXPECT_CKR(CKR_OK, standard->C_FindObjectsFinal(session));
+    EXPECT_CKR(standard->C_FindObjectsInit(session, query, 2), CKR_OK);
+    EXPECT_CKR(standard->C_FindObjects(session, found.data(), found.size(), &count), CKR_OK);
+    EXPECT_CKR(standard->C_FindObjectsFinal(session), CKR_OK);
     found.resize(count);
     return found;
 }
@@ -177,7 +177,7 @@ std::vector<CK_OBJECT_HANDLE> TokenTest::find(CK_OBJECT_CLASS objectClass, const
 CK_OBJECT_HANDLE TokenTest::only(CK_OBJECT_CLASS objectClass, const std::string& id) const
 {
     const auto found = find(objectClass, id);
-    EXPECT_EQ(1U, found.size()) << id;
+    EXPECT_EQ(found.size(), 1U) << id;
     return found.empty() ? CK_INVALID_HANDLE : found.front();
 }
 
@@ -185,21 +185,21 @@ std::size_t TokenTest::objectCount() const
 {
     std::vector<CK_OBJECT_HANDLE> found(100);
     CK_ULONG count = 0;
-    EXPECT_CKR(CKR_OK, standard->C_FindObjectsInit(session, nullptr, 0));
-    EXPECT_CKR(CKR_OK, standard->C_FindObjects(session, found.data(), found.size(), &count));
-    EXPECT_CKR(CKR_OK, standard->C_FindObjectsFinal(session));
+    EXPECT_CKR(standard->C_FindObjectsInit(session, nullptr, 0), CKR_OK);
+    EXPECT_CKR(standard->C_FindObjects(session, found.data(), found.size(), &count), CKR_OK);
+    EXPECT_CKR(standard->C_FindObjectsFinal(session), CKR_OK);
     return count;
 }
 
 Bytes TokenTest::attribute(CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type) const
 {
     CK_ATTRIBUTE query = {type, nullptr, 0};
-    EXPECT_CKR(CKR_OK, standard->C_GetAttributeValue(session, object, &query, 1));
+    EXPECT_CKR(standard->C_GetAttributeValue(session, object, &query, 1), CKR_OK);
     if (query.ulValueLen == CK_UNAVAILABLE_INFORMATION)
         return {};
     Bytes value(query.ulValueLen);
     query.pValue = value.data();
-    EXPECT_CKR(CKR_OK, standard->C_GetAttributeValue(session, object, &query, 1));
+    EXPECT_CKR(standard->C_GetAttributeValue(session, object, &query, 1), CKR_OK);
     return value;
 }
 
@@ -256,26 +256,26 @@ Bytes TokenTest::certify(const std::string& id, const std::string& extensions)
                                                "-keyout", "ca.key", "-out", "ca.pem"})));
     }
     Bytes csr;
-    EXPECT_CKR(CKR_OK, createCsr(id, {}, csr));
+    EXPECT_CKR(createCsr(id, {}, csr), CKR_OK);
     folder.write("request.der", csr);
     folder.write("extensions.cnf", bytes(extensions));
     EXPECT_TRUE(succeeded(gostOpenssl(folder, {"x509", "-req", "-inform", "DER", "-in", "request.der", "-CA", "ca.pem",
                                                "-CAkey", "ca.key", "-CAcreateserial", "-extfile", "extensions.cnf",
                                                "-outform", "DER", "-out", "issued.der"})));
     const Bytes certificate = folder.read("issued.der");
-    EXPECT_CKR(CKR_OK, import("issued", id, certificate));
+    EXPECT_CKR(import("issued", id, certificate), CKR_OK);
     return certificate;
 }
 
 Bytes TokenTest::issue(const std::string& id, const std::string& extensions)
 {
-    EXPECT_CKR(CKR_OK, generateRsa(id));
+    EXPECT_CKR(generateRsa(id), CKR_OK);
     return certify(id, extensions);
 }
 
 Bytes TokenTest::issueGost(const std::string& id)
 {
-    EXPECT_CKR(CKR_OK, generateGost(id));
+    EXPECT_CKR(generateGost(id), CKR_OK);
     return certify(id, "");
 }
 

@@ -30,7 +30,7 @@ protected:
 mode_t mode(const fs::path& path)
 {
     struct stat status = {};
-    EXPECT_EQ(0, stat(path.c_str(), &status)) << path;
+    EXPECT_EQ(stat(path.c_str(), &status), 0) << path;
     return status.st_mode & 07777;
 }
 
@@ -38,17 +38,17 @@ TEST_F(Store, AppearsAtFirstUseForItsOwnerAlone)
 {
     const Module module;
     EXPECT_FALSE(fs::exists(folder.path() / "token"));
-    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
-    EXPECT_EQ(0700U, mode(folder.path() / "token"));
-    EXPECT_EQ(0700U, mode(folder.path() / "token" / "tokens"));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
+    EXPECT_EQ(mode(folder.path() / "token"), 0700U);
+    EXPECT_EQ(mode(folder.path() / "token" / "tokens"), 0700U);
 }
 
 TEST_F(Store, IsFoundUnderADirectoryYetToBeMade)
 {
     setenv("VORNIX_SOFTTOKEN_DIR", (folder.path() / "some" / "where" / "").c_str(), 1);
     const Module module;
-    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
-    EXPECT_EQ(0700U, mode(folder.path() / "some" / "where"));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
+    EXPECT_EQ(mode(folder.path() / "some" / "where"), 0700U);
 }
 
 TEST_F(Store, LeavesTheModeOfAnExistingDirectoryAlone)
@@ -56,9 +56,9 @@ TEST_F(Store, LeavesTheModeOfAnExistingDirectoryAlone)
     fs::create_directory(folder.path() / "token");
     fs::permissions(folder.path() / "token", fs::perms(0755));
     const Module module;
-    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
-    EXPECT_EQ(0755U, mode(folder.path() / "token"));
-    EXPECT_EQ(0700U, mode(folder.path() / "token" / "tokens"));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
+    EXPECT_EQ(mode(folder.path() / "token"), 0755U);
+    EXPECT_EQ(mode(folder.path() / "token" / "tokens"), 0700U);
 }
 
 TEST_F(Store, StandsUnderTheUsersDataDirectoryUnlessNamed)
@@ -67,12 +67,12 @@ TEST_F(Store, StandsUnderTheUsersDataDirectoryUnlessNamed)
     setenv("XDG_DATA_HOME", (folder.path() / "data").c_str(), 1);
     setenv("HOME", (folder.path() / "home").c_str(), 1);
     const Module module;
-    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
     EXPECT_TRUE(fs::is_directory(folder.path() / "data" / "vornix-softtoken"));
-    EXPECT_CKR(CKR_OK, module->standard.C_Finalize(nullptr));
+    EXPECT_CKR(module->standard.C_Finalize(nullptr), CKR_OK);
 
     unsetenv("XDG_DATA_HOME");
-    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
     EXPECT_TRUE(fs::is_directory(folder.path() / "home" / ".local" / "share" / "vornix-softtoken"));
 }
 
@@ -82,11 +82,11 @@ TEST_F(Store, HasNoPlaceUnderARelativeDataDirectory)
     setenv("XDG_DATA_HOME", "data", 1);
     setenv("HOME", "home", 1);
     const Module module;
-    EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_GENERAL_ERROR);
     unsetenv("HOME");
-    EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_GENERAL_ERROR);
     setenv("HOME", folder.path().c_str(), 1);
-    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
     EXPECT_TRUE(fs::is_directory(folder.path() / ".local" / "share" / "vornix-softtoken"));
 }
 
@@ -94,31 +94,31 @@ TEST_F(Store, RefusesToStartWhereItCannotWrite)
 {
     folder.write("token", {});
     const Module module;
-    EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
-    EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, module->standard.C_Finalize(nullptr));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_GENERAL_ERROR);
+    EXPECT_CKR(module->standard.C_Finalize(nullptr), CKR_CRYPTOKI_NOT_INITIALIZED);
 }
 
 TEST_F(Store, KeepsNoConfigurationThatItCouldNotWrite)
 {
     const Module module;
     rlimit usual = {};
-    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &usual));
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
     const rlimit none = {0, usual.rlim_max};
     const auto disposition = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &none));
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
     const CK_RV rv = module->standard.C_Initialize(nullptr);
-    ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &usual));
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
     (void)std::signal(SIGXFSZ, disposition);
-    EXPECT_CKR(CKR_GENERAL_ERROR, rv);
+    EXPECT_CKR(rv, CKR_GENERAL_ERROR);
     for (const fs::directory_entry& left : fs::directory_iterator(folder.path() / "token"))
-        EXPECT_EQ(std::string::npos, left.path().filename().string().find("softhsm2")) << left;
+        EXPECT_EQ(left.path().filename().string().find("softhsm2"), std::string::npos) << left;
 }
 
 /// What C_Initialize says on standard error when it refuses a directory.
 std::string refusal(const Module& module)
 {
     testing::internal::CaptureStderr();
-    EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_GENERAL_ERROR);
     return testing::internal::GetCapturedStderr();
 }
 
@@ -129,15 +129,15 @@ TEST_F(Store, TrustsNoDirectoryThatOthersMayWriteTo)
     fs::create_directory(token);
     for (const fs::perms others : {fs::perms(0720), fs::perms(0702), fs::perms(0777)}) {
         fs::permissions(token, others);
-        EXPECT_NE(std::string::npos, refusal(module).find("others may write")) << mode(token);
+        EXPECT_NE(refusal(module).find("others may write"), std::string::npos) << mode(token);
         EXPECT_TRUE(fs::is_empty(token));
     }
     fs::permissions(token, fs::perms(0700));
     fs::create_directory(token / "tokens");
     fs::permissions(token / "tokens", fs::perms(0777));
-    EXPECT_NE(std::string::npos, refusal(module).find("others may write"));
+    EXPECT_NE(refusal(module).find("others may write"), std::string::npos);
     fs::permissions(token / "tokens", fs::perms(0700));
-    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
 }
 
 TEST_F(Store, TrustsNoDirectoryOfAnotherUsers)
@@ -145,22 +145,22 @@ TEST_F(Store, TrustsNoDirectoryOfAnotherUsers)
     const Module module;
     if (geteuid() != 0) {
         setenv("VORNIX_SOFTTOKEN_DIR", "/usr", 1); // only root can make one
-        EXPECT_NE(std::string::npos, refusal(module).find("belongs to another user"));
+        EXPECT_NE(refusal(module).find("belongs to another user"), std::string::npos);
         return;
     }
     const fs::path token = folder.path() / "token";
     fs::create_directory(token);
-    ASSERT_EQ(0, chown(token.c_str(), 65534, 65534));
-    EXPECT_NE(std::string::npos, refusal(module).find("belongs to another user"));
+    ASSERT_EQ(chown(token.c_str(), 65534, 65534), 0);
+    EXPECT_NE(refusal(module).find("belongs to another user"), std::string::npos);
     EXPECT_TRUE(fs::is_empty(token));
 
     fs::remove(token);
     fs::create_directory(folder.path() / "own");
     fs::create_directory_symlink("own", token);
-    ASSERT_EQ(0, lchown(token.c_str(), 65534, 65534));
-    EXPECT_NE(std::string::npos, refusal(module).find("belongs to another user")) << "of the link";
-    ASSERT_EQ(0, lchown(token.c_str(), 0, 0));
-    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    ASSERT_EQ(lchown(token.c_str(), 65534, 65534), 0);
+    EXPECT_NE(refusal(module).find("belongs to another user"), std::string::npos) << "of the link";
+    ASSERT_EQ(lchown(token.c_str(), 0, 0), 0);
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
 }
 
 TEST_F(Store, WritesThroughNoLink)
@@ -174,8 +174,8 @@ TEST_F(Store, WritesThroughNoLink)
         fs::create_symlink(victim, token / name);
         fs::create_symlink(victim, token / ("softhsm2.conf." + std::to_string(getpid())));
         const Module module;
-        EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr)) << name;
-        EXPECT_EQ(bytes("untouched"), folder.read("victim")) << name;
+        EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK) << name;
+        EXPECT_EQ(folder.read("victim"), bytes("untouched")) << name;
         EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(token / "softhsm2.conf"))) << name;
     }
     for (const std::string name : {"lock", "queue"}) {
@@ -183,8 +183,8 @@ TEST_F(Store, WritesThroughNoLink)
         fs::create_directory(token);
         fs::create_symlink(victim, token / name);
         const Module module;
-        EXPECT_CKR(CKR_DEVICE_ERROR, module->standard.C_Initialize(nullptr)) << name;
-        EXPECT_EQ(bytes("untouched"), folder.read("victim")) << name;
+        EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_DEVICE_ERROR) << name;
+        EXPECT_EQ(folder.read("victim"), bytes("untouched")) << name;
     }
 }
 
@@ -193,17 +193,17 @@ TEST_F(Store, ReadsItsConfigurationFromARegularFileOfBoundedSize)
     const fs::path token = folder.path() / "token";
     const fs::path configuration = token / "softhsm2.conf";
     const Module module;
-    ASSERT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    ASSERT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
     const Bytes usual = folder.read("token/softhsm2.conf");
-    ASSERT_CKR(CKR_OK, module->standard.C_Finalize(nullptr));
+    ASSERT_CKR(module->standard.C_Finalize(nullptr), CKR_OK);
     fs::remove(configuration);
-    ASSERT_EQ(0, mkfifo(configuration.c_str(), 0600));
-    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr)) << "a pipe, which nobody writes to";
-    EXPECT_EQ(usual, folder.read("token/softhsm2.conf"));
-    ASSERT_CKR(CKR_OK, module->standard.C_Finalize(nullptr));
+    ASSERT_EQ(mkfifo(configuration.c_str(), 0600), 0);
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK) << "a pipe, which nobody writes to";
+    EXPECT_EQ(folder.read("token/softhsm2.conf"), usual);
+    ASSERT_CKR(module->standard.C_Finalize(nullptr), CKR_OK);
     fs::resize_file(configuration, std::uintmax_t{1} << 40U); // takes no room on the disk
-    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
-    EXPECT_EQ(usual, folder.read("token/softhsm2.conf"));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
+    EXPECT_EQ(folder.read("token/softhsm2.conf"), usual);
 }
 
 TEST_F(Store, RefusesAPathThatItsStorageWouldCutShort)
@@ -211,7 +211,7 @@ TEST_F(Store, RefusesAPathThatItsStorageWouldCutShort)
     const Module module;
     for (const char* name : {"a=b", "a#b", "a\nb", "a\rb"}) {
         setenv("VORNIX_SOFTTOKEN_DIR", (folder.path() / name).c_str(), 1);
-        EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr)) << name;
+        EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_GENERAL_ERROR) << name;
         EXPECT_FALSE(fs::exists(folder.path() / name)) << name;
     }
 }
@@ -220,20 +220,20 @@ TEST_F(Store, AnswersBeforeInitialisationThatItIsNotInitialised)
 {
     const Module module;
     CK_ULONG count = 0;
-    EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, module->standard.C_GetSlotList(CK_FALSE, nullptr, &count));
+    EXPECT_CKR(module->standard.C_GetSlotList(CK_FALSE, nullptr, &count), CKR_CRYPTOKI_NOT_INITIALIZED);
     CK_SLOT_INFO info;
-    EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, module->standard.C_GetSlotInfo(1, &info));
-    EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, module->C_TOVR_pkcs7Verify(nullptr, 0, nullptr, 0));
-    EXPECT_CKR(CKR_CRYPTOKI_NOT_INITIALIZED, module->C_TOVR_ImportCert(1, nullptr, 0, nullptr, 0));
+    EXPECT_CKR(module->standard.C_GetSlotInfo(1, &info), CKR_CRYPTOKI_NOT_INITIALIZED);
+    EXPECT_CKR(module->C_TOVR_pkcs7Verify(nullptr, 0, nullptr, 0), CKR_CRYPTOKI_NOT_INITIALIZED);
+    EXPECT_CKR(module->C_TOVR_ImportCert(1, nullptr, 0, nullptr, 0), CKR_CRYPTOKI_NOT_INITIALIZED);
 }
 
 TEST_F(Store, IsInitialisedOnce)
 {
     const Module module;
-    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
-    EXPECT_CKR(CKR_CRYPTOKI_ALREADY_INITIALIZED, module->standard.C_Initialize(nullptr));
-    EXPECT_CKR(CKR_OK, module->standard.C_Finalize(nullptr));
-    EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr));
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_CRYPTOKI_ALREADY_INITIALIZED);
+    EXPECT_CKR(module->standard.C_Finalize(nullptr), CKR_OK);
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
 }
 
 TEST_F(Store, LeavesTheProgramsOwnSoftHsmAlone)
@@ -245,17 +245,17 @@ TEST_F(Store, LeavesTheProgramsOwnSoftHsmAlone)
     ASSERT_TRUE(handle) << dlerror();
     const auto getList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(handle, "C_GetFunctionList"));
     CK_FUNCTION_LIST* own = nullptr;
-    ASSERT_CKR(CKR_OK, getList(&own));
-    ASSERT_CKR(CKR_OK, own->C_Initialize(nullptr));
+    ASSERT_CKR(getList(&own), CKR_OK);
+    ASSERT_CKR(own->C_Initialize(nullptr), CKR_OK);
     {
         const Module module;
-        EXPECT_CKR(CKR_GENERAL_ERROR, module->standard.C_Initialize(nullptr));
+        EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_GENERAL_ERROR);
         EXPECT_FALSE(fs::exists(folder.path() / "token"));
-        EXPECT_EQ(folder.path() / "own.conf", std::getenv("SOFTHSM2_CONF"));
-        EXPECT_CKR(CKR_OK, own->C_Finalize(nullptr));
-        EXPECT_CKR(CKR_OK, module->standard.C_Initialize(nullptr)) << "once it is out of use";
+        EXPECT_EQ(std::getenv("SOFTHSM2_CONF"), folder.path() / "own.conf");
+        EXPECT_CKR(own->C_Finalize(nullptr), CKR_OK);
+        EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK) << "once it is out of use";
     }
-    EXPECT_EQ(0, dlclose(handle));
+    EXPECT_EQ(dlclose(handle), 0);
 }
 
 TEST_F(Store, StartsAfreshAfterAnUnloadWithoutFinalize)
@@ -265,9 +265,9 @@ TEST_F(Store, StartsAfreshAfterAnUnloadWithoutFinalize)
         ASSERT_TRUE(handle) << dlerror();
         const auto getList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(handle, "C_GetFunctionList"));
         CK_FUNCTION_LIST* list = nullptr;
-        ASSERT_CKR(CKR_OK, getList(&list));
-        EXPECT_CKR(CKR_OK, list->C_Initialize(nullptr));
-        EXPECT_EQ(0, dlclose(handle));
+        ASSERT_CKR(getList(&list), CKR_OK);
+        EXPECT_CKR(list->C_Initialize(nullptr), CKR_OK);
+        EXPECT_EQ(dlclose(handle), 0);
     }
 }
 
@@ -283,63 +283,64 @@ TEST_F(Store, SurvivesAnExitWithoutFinalize)
 
 TEST_F(StoreWithToken, KeepsObjectsFromOneLifeToTheNext)
 {
-    EXPECT_CKR(CKR_OK, generateRsa("kept"));
-    EXPECT_CKR(CKR_OK, generateGost("gost"));
-    EXPECT_CKR(CKR_OK, standard->C_Finalize(nullptr));
-    EXPECT_CKR(CKR_OK, standard->C_Initialize(nullptr));
+    EXPECT_CKR(generateRsa("kept"), CKR_OK);
+    EXPECT_CKR(generateGost("gost"), CKR_OK);
+    EXPECT_CKR(standard->C_Finalize(nullptr), CKR_OK);
+    EXPECT_CKR(standard->C_Initialize(nullptr), CKR_OK);
     session = openSession();
-    EXPECT_CKR(CKR_OK, login(session));
-    EXPECT_EQ(4U, objectCount());
+    EXPECT_CKR(login(session), CKR_OK);
+    EXPECT_EQ(objectCount(), 4U);
     only(CKO_PRIVATE_KEY, "kept");
     only(CKO_PRIVATE_KEY, "gost");
 }
 
 TEST_F(StoreWithToken, KeepsNothingOfAKeyPairThatItRefuses)
 {
-    ASSERT_CKR(CKR_OK, generateRsa("kept"));
-    EXPECT_CKR(CKR_TEMPLATE_INCOMPLETE, generateRsa("none", 0));
+    ASSERT_CKR(generateRsa("kept"), CKR_OK);
+    EXPECT_CKR(generateRsa("none", 0), CKR_TEMPLATE_INCOMPLETE);
     CK_MECHANISM mechanism = {CKM_RSA_PKCS_KEY_PAIR_GEN, nullptr, 0};
     CK_BBOOL yes = CK_TRUE;
     CK_ULONG bits = 1024;
     CK_ATTRIBUTE publicTemplate[] = {{CKA_TOKEN, &yes, sizeof yes}, {CKA_MODULUS_BITS, &bits, sizeof bits}};
     CK_ATTRIBUTE privateTemplate[] = {{CKA_TOKEN, &yes, sizeof yes}, {CKA_CERTIFICATE_TYPE, &bits, sizeof bits}};
     CK_OBJECT_HANDLE keys[2];
-    EXPECT_CKR(CKR_ATTRIBUTE_TYPE_INVALID, standard->C_GenerateKeyPair(session, &mechanism, publicTemplate, 2,
-                                                                       privateTemplate, 2, &keys[0], &keys[1]));
-    EXPECT_EQ(2U, objectCount()) << "those of before";
+    EXPECT_CKR(
+        standard->C_GenerateKeyPair(session, &mechanism, publicTemplate, 2, privateTemplate, 2, &keys[0], &keys[1]),
+        CKR_ATTRIBUTE_TYPE_INVALID);
+    EXPECT_EQ(objectCount(), 2U) << "those of before";
 }
 
 TEST_F(StoreWithToken, LosesObjectsAndAChangedPinWhenInitialisedAgain)
 {
-    EXPECT_CKR(CKR_OK, generateRsa("lost"));
-    EXPECT_CKR(CKR_OK, changePin(userPin, otherPin));
-    EXPECT_CKR(CKR_OK, standard->C_CloseSession(session));
-    EXPECT_CKR(CKR_OK, initToken());
+    EXPECT_CKR(generateRsa("lost"), CKR_OK);
+    EXPECT_CKR(changePin(userPin, otherPin), CKR_OK);
+    EXPECT_CKR(standard->C_CloseSession(session), CKR_OK);
+    EXPECT_CKR(initToken(), CKR_OK);
     session = openSession();
-    EXPECT_CKR(CKR_PIN_INCORRECT, login(session, otherPin));
-    EXPECT_CKR(CKR_OK, login(session));
-    EXPECT_EQ(0U, objectCount());
+    EXPECT_CKR(login(session, otherPin), CKR_PIN_INCORRECT);
+    EXPECT_CKR(login(session), CKR_OK);
+    EXPECT_EQ(objectCount(), 0U);
 }
 
 // As a process leaves it that is killed while SoftHSM2 rewrites the file.
 TEST_F(StoreWithToken, IsReadAfterItsTokenFileWasCutShort)
 {
-    EXPECT_CKR(CKR_OK, generateRsa("kept"));
+    EXPECT_CKR(generateRsa("kept"), CKR_OK);
     fs::path file;
     for (const fs::directory_entry& token : fs::directory_iterator(folder.path() / "token" / "tokens"))
         file = token.path() / "token.object";
     const std::uintmax_t whole = fs::file_size(file);
     const auto expectReadable = [&](std::uintmax_t left, const std::string& pin) {
-        EXPECT_CKR(CKR_OK, standard->C_Finalize(nullptr));
+        EXPECT_CKR(standard->C_Finalize(nullptr), CKR_OK);
         fs::resize_file(file, left);
-        EXPECT_CKR(CKR_OK, standard->C_Initialize(nullptr));
-        EXPECT_EQ(whole, fs::file_size(file));
+        EXPECT_CKR(standard->C_Initialize(nullptr), CKR_OK);
+        EXPECT_EQ(fs::file_size(file), whole);
         session = openSession();
-        EXPECT_CKR(CKR_OK, login(session, pin));
-        EXPECT_EQ(2U, objectCount());
+        EXPECT_CKR(login(session, pin), CKR_OK);
+        EXPECT_EQ(objectCount(), 2U);
     };
     expectReadable(0, userPin);
-    EXPECT_CKR(CKR_OK, changePin(userPin, otherPin));
+    EXPECT_CKR(changePin(userPin, otherPin), CKR_OK);
     for (const std::uintmax_t left : {std::uintmax_t{0}, whole / 2, whole - 1})
         expectReadable(left, otherPin);
 }

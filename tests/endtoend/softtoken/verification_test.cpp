@@ -179,17 +179,17 @@ TEST_F(Verification, LooksAtNoDates)
         ASSERT_TRUE(succeeded(run(folder, {CERTTOOL_PROGRAM, "--generate-self-signed", "--load-privkey", "own.key",
                                            "--template", "template", "--outfile", "own.pem"})));
         const Bytes message = opensslSign();
-        EXPECT_CKR(CKR_OK, verify(message)) << dates;
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(message))) << dates;
+        EXPECT_CKR(verify(message), CKR_OK) << dates;
+        EXPECT_CKR(verify(spoiltAtTheEnd(message)), CKR_SIGNATURE_INVALID) << dates;
     }
 }
 
 TEST_F(Verification, TakesContentNamedBesideOnlyWhenItIsTheEnclosed)
 {
     for (const Bytes& message : {opensslSign(), opensslSign({"-noattr"})}) {
-        EXPECT_CKR(CKR_OK, verify(message, content));
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content), content)) << "what was signed is not inside";
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(message, bytes("other")));
+        EXPECT_CKR(verify(message, content), CKR_OK);
+        EXPECT_CKR(verify(spoilt(message, content), content), CKR_SIGNATURE_INVALID) << "what was signed is not inside";
+        EXPECT_CKR(verify(message, bytes("other")), CKR_SIGNATURE_INVALID);
     }
 }
 
@@ -197,20 +197,20 @@ TEST_F(Verification, NeedsItsAttributesOnceWithOneValue)
 {
     const Bytes good = build({goodAttributes()});
     EXPECT_TRUE(succeeded(opensslVerify(good)));
-    EXPECT_CKR(CKR_OK, verify(good));
+    EXPECT_CKR(verify(good), CKR_OK);
     for (const Bytes& attributes : flawedAttributes()) {
         const Bytes message = build({attributes});
         EXPECT_TRUE(refused(opensslVerify(message))) << testing::PrintToString(attributes);
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(message)) << testing::PrintToString(attributes);
+        EXPECT_CKR(verify(message), CKR_SIGNATURE_INVALID) << testing::PrintToString(attributes);
     }
 }
 
 TEST_F(Verification, NeedsThemLikewiseWhereOpensslIsNoJudge)
 {
     makeSigner(ed25519);
-    EXPECT_CKR(CKR_OK, verify(build({goodAttributes()})));
+    EXPECT_CKR(verify(build({goodAttributes()})), CKR_OK);
     for (const Bytes& attributes : flawedAttributes())
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(build({attributes}))) << testing::PrintToString(attributes);
+        EXPECT_CKR(verify(build({attributes})), CKR_SIGNATURE_INVALID) << testing::PrintToString(attributes);
 }
 
 // openssl does not look.
@@ -219,9 +219,9 @@ TEST_F(Verification, ComparesTheTypeOfTheContent)
     for (const Kind& signer : {p256, ed25519}) {
         makeSigner(signer);
         const Bytes digest = entry(messageDigest, digestOf(content));
-        EXPECT_CKR(CKR_OK, verify(build({entry(contentType, ownType) + digest, ownType})));
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(build({entry(contentType, data) + digest, ownType})));
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(build({entry(contentType, ownType) + digest})));
+        EXPECT_CKR(verify(build({entry(contentType, ownType) + digest, ownType})), CKR_OK);
+        EXPECT_CKR(verify(build({entry(contentType, data) + digest, ownType})), CKR_SIGNATURE_INVALID);
+        EXPECT_CKR(verify(build({entry(contentType, ownType) + digest})), CKR_SIGNATURE_INVALID);
     }
 }
 
@@ -229,14 +229,14 @@ TEST_F(Verification, ComparesNamesAndNotTheirEncodings)
 {
     const Bytes message = build({{}, data, {}, printableString});
     EXPECT_TRUE(succeeded(opensslVerify(message)));
-    EXPECT_CKR(CKR_OK, verify(message));
+    EXPECT_CKR(verify(message), CKR_OK);
 }
 
 TEST_F(Verification, RefusesBytesBehindACertificate)
 {
     const Bytes message = build({{}, data, {}, utf8String, der(octetString, bytes("more"))});
     EXPECT_TRUE(refused(opensslVerify(message)));
-    EXPECT_CKR(CKR_DATA_INVALID, verify(message));
+    EXPECT_CKR(verify(message), CKR_DATA_INVALID);
 }
 
 // As program signatures do. openssl reads only octets.
@@ -246,13 +246,13 @@ TEST_F(Verification, JudgesAStructureAsContent)
     for (const Form& form :
          {Form{{}, ownType, der(sequence, content)}, Form{attributes, ownType, der(sequence, content)}}) {
         const Bytes message = build(form);
-        EXPECT_CKR(CKR_OK, verify(message));
-        EXPECT_CKR(CKR_OK, verify(message, content));
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(message, bytes("other")));
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content)));
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content), content));
+        EXPECT_CKR(verify(message), CKR_OK);
+        EXPECT_CKR(verify(message, content), CKR_OK);
+        EXPECT_CKR(verify(message, bytes("other")), CKR_SIGNATURE_INVALID);
+        EXPECT_CKR(verify(spoilt(message, content)), CKR_SIGNATURE_INVALID);
+        EXPECT_CKR(verify(spoilt(message, content), content), CKR_SIGNATURE_INVALID);
     }
-    EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(build({{}, ownType, der(sequence, {})}), content))
+    EXPECT_CKR(verify(build({{}, ownType, der(sequence, {})}), content), CKR_SIGNATURE_INVALID)
         << "an empty structure is not the content either";
 }
 
@@ -260,8 +260,8 @@ TEST_F(Verification, JudgesEmptyContent)
 {
     folder.write("content", {});
     for (const Bytes& message : {opensslSign(), opensslSign({"-noattr"})}) {
-        EXPECT_CKR(CKR_OK, verify(message));
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(message, content));
+        EXPECT_CKR(verify(message), CKR_OK);
+        EXPECT_CKR(verify(message, content), CKR_SIGNATURE_INVALID);
     }
 }
 
@@ -271,8 +271,8 @@ TEST_F(Verification, KnowsTheCurvesAndDigestsOfOpenssl)
         makeSigner({"-newkey", "ec", "-pkeyopt", std::string("ec_paramgen_curve:") + curve});
         for (const char* digest : {"sha1", "sha256", "sha512"}) {
             const Bytes message = opensslSign({"-md", digest});
-            EXPECT_CKR(CKR_OK, verify(message)) << curve << ' ' << digest;
-            EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content))) << curve << ' ' << digest;
+            EXPECT_CKR(verify(message), CKR_OK) << curve << ' ' << digest;
+            EXPECT_CKR(verify(spoilt(message, content)), CKR_SIGNATURE_INVALID) << curve << ' ' << digest;
         }
     }
 }
@@ -288,8 +288,8 @@ TEST_F(Verification, KnowsRsaSignaturesOfOpenssl)
     };
     for (const auto& form : forms) {
         const Bytes message = opensslSign(form);
-        EXPECT_CKR(CKR_OK, verify(message)) << testing::PrintToString(form);
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(message))) << testing::PrintToString(form);
+        EXPECT_CKR(verify(message), CKR_OK) << testing::PrintToString(form);
+        EXPECT_CKR(verify(spoiltAtTheEnd(message)), CKR_SIGNATURE_INVALID) << testing::PrintToString(form);
     }
 }
 
@@ -302,20 +302,20 @@ TEST_F(Verification, KnowsEd25519)
             run(folder, {CERTTOOL_PROGRAM, "--p7-sign", attributes, "--hash", "SHA512", "--load-certificate", "own.pem",
                          "--load-privkey", "own.key", "--infile", "content", "--outder", "--outfile", "own.der"})));
         const Bytes message = folder.read("own.der");
-        EXPECT_CKR(CKR_OK, verify(message)) << attributes;
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoilt(message, content))) << attributes;
-        EXPECT_CKR(CKR_SIGNATURE_INVALID, verify(spoiltAtTheEnd(message))) << attributes;
+        EXPECT_CKR(verify(message), CKR_OK) << attributes;
+        EXPECT_CKR(verify(spoilt(message, content)), CKR_SIGNATURE_INVALID) << attributes;
+        EXPECT_CKR(verify(spoiltAtTheEnd(message)), CKR_SIGNATURE_INVALID) << attributes;
     }
 }
 
 TEST_F(Verification, LeavesOpensslsErrorQueueAsItWas)
 {
     ERR_clear_error();
-    EXPECT_CKR(CKR_DATA_INVALID, verify(bytes("nonsense")));
-    EXPECT_EQ(0U, ERR_peek_error());
+    EXPECT_CKR(verify(bytes("nonsense")), CKR_DATA_INVALID);
+    EXPECT_EQ(ERR_peek_error(), 0U);
     ERR_raise(ERR_LIB_USER, 1);
-    EXPECT_CKR(CKR_DATA_INVALID, verify(bytes("nonsense")));
-    EXPECT_EQ(ERR_PACK(ERR_LIB_USER, 0, 1), ERR_peek_last_error());
+    EXPECT_CKR(verify(bytes("nonsense")), CKR_DATA_INVALID);
+    EXPECT_EQ(ERR_peek_last_error(), ERR_PACK(ERR_LIB_USER, 0, 1));
     ERR_clear_error();
 }
 
