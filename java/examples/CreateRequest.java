@@ -7,12 +7,13 @@ import com.tovr.smartcard.vornixtoken.Token;
 import java.nio.file.Files;
 import java.nio.file.Paths;
 
-/** Builds a certificate request for a key pair. Arguments: module, reader, output file. */
+/** Builds a certificate request for a key pair. */
 public final class CreateRequest {
     private CreateRequest() {
     }
 
     public static void main(String[] arguments) throws Exception {
+        Usage.check(CreateRequest.class, arguments, "MODULE READER OUTPUT");
         Token token = new Token(arguments[0], arguments[1]);
         RequestContent content = RequestContent.builder()
                 .subject("CN", "Alice")

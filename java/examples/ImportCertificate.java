@@ -9,12 +9,13 @@ import java.nio.file.Paths;
 import java.security.cert.CertificateFactory;
 import java.security.cert.X509Certificate;
 
-/** Stores a certificate beside its key and reads it back. Arguments: module, reader, file, label. */
+/** Stores a certificate beside its key and reads it back. */
 public final class ImportCertificate {
     private ImportCertificate() {
     }
 
     public static void main(String[] arguments) throws Exception {
+        Usage.check(ImportCertificate.class, arguments, "MODULE READER FILE LABEL");
         X509Certificate certificate;
         try (InputStream file = Files.newInputStream(Paths.get(arguments[2]))) {
             certificate = (X509Certificate) CertificateFactory.getInstance("X.509").generateCertificate(file);

@@ -6,12 +6,13 @@ import java.nio.charset.StandardCharsets;
 import java.util.ArrayList;
 import java.util.Arrays;
 
-/** Reads a certificate by the native methods alone. Arguments: module, reader, label. */
+/** Reads a certificate by the native methods alone. */
 public final class NativeMethods {
     private NativeMethods() {
     }
 
     public static void main(String[] arguments) {
+        Usage.check(NativeMethods.class, arguments, "MODULE READER LABEL");
         String module = arguments[0];
         String reader = arguments[1];
         String label = arguments[2];

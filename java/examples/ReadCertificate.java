@@ -6,12 +6,13 @@ import com.tovr.smartcard.vornixtoken.Token;
 
 import java.security.cert.X509Certificate;
 
-/** Reads a certificate, or tells why not. Arguments: module, reader, label. */
+/** Reads a certificate, or tells why not. */
 public final class ReadCertificate {
     private ReadCertificate() {
     }
 
     public static void main(String[] arguments) throws Exception {
+        Usage.check(ReadCertificate.class, arguments, "MODULE READER LABEL");
         String module = arguments[0];
         String reader = arguments[1];
         String label = arguments[2];

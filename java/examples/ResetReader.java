@@ -2,12 +2,13 @@ package examples;
 
 import com.tovr.smartcard.vornixtoken.Token;
 
-/** Powers the card in a reader down. Arguments: the reader's full name. */
+/** Powers the card in a reader down. */
 public final class ResetReader {
     private ResetReader() {
     }
 
     public static void main(String[] arguments) throws Exception {
+        Usage.check(ResetReader.class, arguments, "READER");
         Token.resetTerminal(arguments[0]);
     }
 }

@@ -6,12 +6,13 @@ import com.tovr.smartcard.vornixtoken.Token;
 
 import java.nio.charset.StandardCharsets;
 
-/** Signs a text and has the module judge the signature. Arguments: module, reader. */
+/** Signs a text and has the module judge the signature. */
 public final class SignAndVerify {
     private SignAndVerify() {
     }
 
     public static void main(String[] arguments) throws Exception {
+        Usage.check(SignAndVerify.class, arguments, "MODULE READER");
         byte[] text = "I owe you one".getBytes(StandardCharsets.UTF_8);
         byte[] id = {1};
         Token token = new Token(arguments[0], arguments[1]);
