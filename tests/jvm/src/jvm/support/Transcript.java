@@ -30,7 +30,7 @@ public final class Transcript {
         long before = length();
         work.run();
         try {
-            byte[] all = Files.readAllBytes(FILE);
+            byte[] all = Files.exists(FILE) ? Files.readAllBytes(FILE) : new byte[0];
             byte[] added = Arrays.copyOfRange(all, Math.toIntExact(before), all.length);
             return new String(added, StandardCharsets.ISO_8859_1).lines()
                     .map(line -> line.replaceAll("session \\d+", "session"))

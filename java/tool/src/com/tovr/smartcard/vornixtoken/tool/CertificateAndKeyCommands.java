@@ -55,12 +55,12 @@ final class CertificateAndKeyCommands {
     @Command(name = "import-certificate", description = "Stores a certificate.",
             footer = "  vornixtoken-tool import-certificate --label 'my certificate' --id 01 my.pem")
     static final class ImportCertificate extends OnObject {
-        @Parameters(paramLabel = "FILE", description = "The certificate, DER or PEM; - for standard input.")
+        @Parameters(paramLabel = "FILE", description = "The certificate, DER or PEM, of a chain the first; - for standard input.")
         private Path file;
 
         @Override
         void run(Token token, Pin pin) throws Exception {
-            token.importCertificate(pin, label, id.bytes(), readDer(file));
+            token.importCertificate(pin, label, id.bytes(), DerFile.certificate(file));
         }
     }
 

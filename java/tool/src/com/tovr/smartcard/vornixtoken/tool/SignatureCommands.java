@@ -65,7 +65,7 @@ final class SignatureCommands {
 
         @Override
         void run() throws Exception {
-            Token.verify(module, readDer(first), second == null ? null : read(second));
+            Token.verify(module, DerFile.message(first), second == null ? null : read(second));
             say("good");
         }
     }

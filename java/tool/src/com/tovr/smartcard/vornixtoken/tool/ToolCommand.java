@@ -10,7 +10,6 @@ import picocli.CommandLine.ParentCommand;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
 import java.io.InputStream;
-import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
@@ -18,16 +17,11 @@ import java.util.Base64;
 import java.util.LinkedHashMap;
 import java.util.Map;
 import java.util.concurrent.Callable;
-import java.util.regex.Matcher;
-import java.util.regex.Pattern;
 
 /** What the subcommands have in common: their result is a list of named values, printed as text or as JSON. */
 @Command(mixinStandardHelpOptions = true, versionProvider = VornixTokenTool.Version.class, sortOptions = false,
         footerHeading = "%nExample:%n")
 abstract class ToolCommand implements Callable<Integer> {
-    private static final Pattern PEM = Pattern.compile(
-            "(?s)\\s*-----BEGIN ([A-Z0-9 ]+)-----(.*?)-----END \\1-----\\s*");
-
     @ParentCommand
     private VornixTokenTool tool;
 
@@ -103,20 +97,6 @@ abstract class ToolCommand implements Callable<Integer> {
             all.write(buffer, 0, length);
         }
         return all.toByteArray();
-    }
-
-    /** Reads a DER structure, from PEM as {@link #putDer} writes it if need be. */
-    static byte[] readDer(Path file) throws IOException {
-        byte[] content = read(file);
-        Matcher pem = PEM.matcher(new String(content, StandardCharsets.ISO_8859_1));
-        if (!pem.matches()) {
-            return content;
-        }
-        try {
-            return Base64.getMimeDecoder().decode(pem.group(2));
-        } catch (IllegalArgumentException bad) {
-            throw new IOException(file + " is damaged PEM: " + bad.getMessage(), bad);
-        }
     }
 
     /** With a module. */
