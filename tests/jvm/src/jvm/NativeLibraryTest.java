@@ -48,6 +48,13 @@ class NativeLibraryTest {
     }
 
     @Test
+    void aRelativeNameCountsFromTheWorkingFolder() throws Exception {
+        Path relative = Paths.get("").toAbsolutePath().relativize(LIBRARY.toAbsolutePath());
+
+        assertLoaded(child.options(OTHER_MACHINE, "-Dvornixtoken.library=" + relative).run(LibraryLoader.class));
+    }
+
+    @Test
     void itsFolderMayHaveAnyName(@TempDir Path folder) throws Exception {
         Path odd = Files.createDirectory(folder.resolve("o d\u00eb \u6f22"));
         Path copy = Files.copy(LIBRARY, odd.resolve(FILE));
