@@ -15,7 +15,7 @@ public final class ManyThreads {
     private static final int HUNG = 2;
     private static final int THREADS = 8;
     private static final int TIMES = 100;
-    private static final long PATIENCE_IN_MILLISECONDS = 30_000;
+    private static final long PATIENCE_IN_MILLISECONDS = 120_000;
 
     private ManyThreads() {
     }

@@ -12,7 +12,7 @@ import java.util.concurrent.TimeUnit;
 
 /** A Java process of its own, for what concerns a whole process: its standard output, its environment, its options. */
 public final class ChildJvm {
-    private static final long PATIENCE_IN_SECONDS = 60;
+    private static final long PATIENCE_IN_SECONDS = 300;
     /** What lives for a second gains nothing from the second compiler and a parallel collector. */
     static final List<String> QUICK_START = Arrays.asList("-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC");
 
