@@ -17,18 +17,18 @@ class Grouping : public std::numpunct<char> {
 /// Standard output and the global locale as they were, when the scope ends.
 class StreamStateGuard {
 public:
-    StreamStateGuard() { state.copyfmt(std::cout); }
+    StreamStateGuard() { state_.copyfmt(std::cout); }
     ~StreamStateGuard()
     {
-        std::cout.copyfmt(state);
-        std::locale::global(locale);
+        std::cout.copyfmt(state_);
+        std::locale::global(locale_);
     }
     StreamStateGuard(const StreamStateGuard&) = delete;
     StreamStateGuard& operator=(const StreamStateGuard&) = delete;
 
 private:
-    std::ios state{nullptr};
-    std::locale locale;
+    std::ios state_{nullptr};
+    std::locale locale_;
 };
 
 class DiagnosticsTest : public WrapperTest {

@@ -20,13 +20,14 @@ class Life {
 public:
     CK_RV run()
     {
-        if (const CK_RV rv = standard->C_Initialize(nullptr); rv != CKR_OK && rv != CKR_CRYPTOKI_ALREADY_INITIALIZED)
+        if (const CK_RV rv = standard_->C_Initialize(nullptr); rv != CKR_OK && rv != CKR_CRYPTOKI_ALREADY_INITIALIZED)
             return rv;
         if (const CK_RV rv =
-                standard->C_OpenSession(1, CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &session))
+                standard_->C_OpenSession(1, CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &session_))
             return rv;
         std::string pin = userPin;
-        const CK_RV login = standard->C_Login(session, CKU_USER, reinterpret_cast<CK_BYTE_PTR>(pin.data()), pin.size());
+        const CK_RV login =
+            standard_->C_Login(session_, CKU_USER, reinterpret_cast<CK_BYTE_PTR>(pin.data()), pin.size());
         if (login != CKR_OK && login != CKR_USER_ALREADY_LOGGED_IN)
             return login;
         CK_OBJECT_HANDLE publicKey = 0;
@@ -37,10 +38,10 @@ public:
             return rv;
         Bytes csr(2000);
         CK_ULONG length = csr.size();
-        if (const CK_RV rv = module->C_TOVR_CreateCSR(session, publicKey, nullptr, 0, csr.data(), &length, privateKey,
-                                                      nullptr, 0, nullptr, 0))
+        if (const CK_RV rv = module_->C_TOVR_CreateCSR(session_, publicKey, nullptr, 0, csr.data(), &length, privateKey,
+                                                       nullptr, 0, nullptr, 0))
             return rv;
-        return standard->C_CloseSession(session);
+        return standard_->C_CloseSession(session_);
     }
 
 private:
@@ -48,17 +49,17 @@ private:
     {
         CK_ATTRIBUTE query = {CKA_CLASS, &objectClass, sizeof objectClass};
         CK_ULONG count = 0;
-        if (const CK_RV rv = standard->C_FindObjectsInit(session, &query, 1))
+        if (const CK_RV rv = standard_->C_FindObjectsInit(session_, &query, 1))
             return rv;
-        if (const CK_RV rv = standard->C_FindObjects(session, &object, 1, &count))
+        if (const CK_RV rv = standard_->C_FindObjects(session_, &object, 1, &count))
             return rv;
-        const CK_RV rv = standard->C_FindObjectsFinal(session);
+        const CK_RV rv = standard_->C_FindObjectsFinal(session_);
         return rv == CKR_OK && count == 0 ? CKR_USER_NOT_LOGGED_IN : rv;
     }
 
-    const Module module;
-    CK_FUNCTION_LIST* const standard = module.standard();
-    CK_SESSION_HANDLE session = 0;
+    const Module module_;
+    CK_FUNCTION_LIST* const standard_ = module_.standard();
+    CK_SESSION_HANDLE session_ = 0;
 };
 
 TEST_F(Concurrency, NeitherCrashesNorDamagesTheToken)
