@@ -61,7 +61,7 @@ TEST_F(Reader, HasAManufacturerThatBeginsNoReaderName)
 {
     const std::string manufacturer = text(slotInfo().manufacturerID);
     ASSERT_FALSE(manufacturer.empty());
-    EXPECT_NE(0U, std::string(readerName).rfind(manufacturer, 0));
+    EXPECT_NE(std::string(readerName).rfind(manufacturer, 0), 0U);
     EXPECT_NE(manufacturer.rfind(readerName, 0), 0U);
 }
 
