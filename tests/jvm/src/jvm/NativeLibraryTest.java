@@ -184,6 +184,7 @@ class NativeLibraryTest {
     private static void assertDenied(String toWhom, Result result) {
         assertTrue(result.out.startsWith(FILE + " may not be loaded: Illegal native access from "), result::toString);
         assertTrue(result.out.endsWith(". Start Java with --enable-native-access=" + toWhom + "\n"), result::toString);
+        assertTrue(result.err.contains("caused by java.lang.IllegalCallerException\n"), result::toString);
         assertEquals(1, result.status);
     }
 }

@@ -18,6 +18,9 @@ public final class LibraryLoader {
             System.out.println("result " + Pkcs11Wrapper.pkcs7Verify(Scripted.MODULE, null, null));
         } catch (UnsatisfiedLinkError failure) {
             System.out.println(failure.getMessage());
+            if (failure.getCause() != null) {
+                System.err.println("caused by " + failure.getCause().getClass().getName());
+            }
             System.exit(1);
         }
     }
