@@ -2,6 +2,8 @@
 
 #include <pthread.h>
 
+#include <cstdlib>
+
 namespace softtoken {
 namespace {
 
@@ -21,15 +23,16 @@ void enterChild()
 // Without memory for this, a child is what it was with SoftHSM2 alone.
 [[maybe_unused]] const int registered = pthread_atfork(nullptr, nullptr, enterChild);
 
-struct Closer {
-    ~Closer() { reach = Reach::none; }
-};
+void close()
+{
+    reach = Reach::none;
+}
 
 } // namespace
 
 void closeBeforeSoftHsmGoes()
 {
-    static const Closer closer;
+    (void)std::atexit(close); // without memory for this, the end is what it was with SoftHSM2 alone
 }
 
 } // namespace softtoken

@@ -21,7 +21,9 @@ extern "C" {
 
 void __libc_free(void* block);
 
-void free(void* block) noexcept
+void keepAndFree(void* block) noexcept __asm__("free");
+
+void keepAndFree(void* block) noexcept
 {
     if (keeping && block) {
         const std::size_t size = malloc_usable_size(block);
