@@ -12,8 +12,11 @@ std::atomic<int> thrown{0};
 
 } // namespace
 
-/// In the way of everybody in the process who throws.
-extern "C" [[noreturn]] void __cxa_throw(void* exception, void* type, void (*destroy)(void*))
+/// In the way of everybody in the process who throws. Named in the object file only: compilers declare this function
+/// each with types of its own.
+[[noreturn]] void countAndThrow(void* exception, void* type, void (*destroy)(void*)) __asm__("__cxa_throw");
+
+void countAndThrow(void* exception, void* type, void (*destroy)(void*))
 {
     using Throw = void (*)(void*, void*, void (*)(void*));
     static const auto throwIt = reinterpret_cast<Throw>(dlsym(RTLD_NEXT, "__cxa_throw"));
