@@ -58,9 +58,9 @@ const Kind ed25519 = {{"-newkey", "ed25519"},
                       der(sequence, {0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x03}),
                       der(sequence, {0x06, 0x03, 0x2B, 0x65, 0x70})};
 
-Bytes entry(const Bytes& type, const Bytes& values)
+Bytes entry(const Bytes& attribute, const Bytes& values)
 {
-    return der(sequence, type + der(set, values));
+    return der(sequence, attribute + der(set, values));
 }
 
 class Verification : public TokenTest {
