@@ -165,6 +165,9 @@ bool restoreOld(const fs::path& store, const Snapshot& snapshot)
         if (now && saysTheSame(name, *now, *contents))
             continue;
         replaceFile(file, renumbered(*contents));
+        // SoftHSM2 destroys no object whose lock it cannot remove.
+        if (const fs::path lock = fs::path(file).replace_extension(".lock"); !fs::exists(fs::symlink_status(lock)))
+            replaceFile(lock, {});
         changed = true;
     }
     return changed;

@@ -1,4 +1,4 @@
-// What shows only after a long time: things that grow, threads that meet, and a death in the middle of a write.
+// What shows only after a long time: things that grow and threads that meet.
 #include "tests/endtoend/endurance/full_cycle.h"
 
 #include <malloc.h>
@@ -7,14 +7,12 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <map>
-#include <random>
 #include <thread>
 
 namespace endtoend {
@@ -113,46 +111,6 @@ TEST_F(Endurance, ThreadsNeitherCrashNorDamageTheToken)
 
     EXPECT_EQ(fullCycle(), CKR_OK) << "the token is whole";
 }
-
-/// A process that writes to the token without a pause, killed after a while.
-void writeAndDie(const std::string& what, std::chrono::microseconds life)
-{
-    ChildProcess writer({TOKEN_WRITER, what}, STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO);
-    std::this_thread::sleep_for(life);
-    writer.signal(SIGKILL);
-    ASSERT_EQ(writer.wait(), 128 + SIGKILL) << "it ended by itself";
-}
-
-class DeathInTheMiddleOfAWrite : public Endurance, public testing::WithParamInterface<const char*> {};
-
-TEST_P(DeathInTheMiddleOfAWrite, LeavesTheTokenReadable)
-{
-    std::vector<ObjectAttr> before;
-    ASSERT_EQ(list(before), CKR_OK);
-    bool metOtherPin = false;
-    std::mt19937 random(20240601); // the same deaths every time, as far as the machine allows
-    std::uniform_int_distribution<int> life(20000, 90000);
-    for (int death = 0; death < 60; ++death) {
-        writeAndDie(GetParam(), std::chrono::microseconds(life(random)));
-        if (HasFatalFailure())
-            return;
-        metOtherPin |= changePin(otherPin, userPin) == CKR_OK; // the writer died between two changes
-        Bytes certificate;
-        ASSERT_EQ(readCertificate(certificate), CKR_OK) << "after death " << death;
-        Bytes message;
-        ASSERT_EQ(sign(bytes("still here"), message), CKR_OK) << "after death " << death;
-    }
-    std::vector<ObjectAttr> written;
-    ASSERT_EQ(list(written), CKR_OK);
-    EXPECT_TRUE(written.size() > before.size() || metOtherPin) << "no writer has written anything";
-    // What was being written may be half-made; cleaning takes it away.
-    ASSERT_EQ(clean(), CKR_OK);
-    std::vector<ObjectAttr> objects;
-    ASSERT_EQ(list(objects), CKR_OK);
-    EXPECT_TRUE(objects.empty());
-}
-INSTANTIATE_TEST_SUITE_P(While, DeathInTheMiddleOfAWrite, testing::Values("importing", "generating", "changingThePin"),
-                         [](const auto& tested) { return std::string(tested.param); });
 
 } // namespace
 } // namespace endtoend

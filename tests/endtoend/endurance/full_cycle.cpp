@@ -48,6 +48,15 @@ CK_RV generateKeyPair(const Bytes& id)
     });
 }
 
+CK_RV generateGostKeyPair(const Bytes& id)
+{
+    return onToken([&](P11Wrapper& token, CK_SLOT_ID slot) {
+        Text pin(userPin);
+        Text own(id);
+        return token.GenerateGostR3410_2001KeyPair(slot, pin.data(), pin.size(), keyLabel, own.data(), own.size());
+    });
+}
+
 CK_RV request(Bytes& csr)
 {
     return onToken([&](P11Wrapper& token, CK_SLOT_ID slot) {

@@ -18,6 +18,7 @@ CK_RV onToken(const std::function<CK_RV(P11Wrapper&, CK_SLOT_ID)>& job);
 /// Jobs with the codes as they are after initialisation. Each returns the library's code.
 CK_RV initialise();
 CK_RV generateKeyPair(const Bytes& id = {0x01});
+CK_RV generateGostKeyPair(const Bytes& id);
 CK_RV request(Bytes& csr);
 CK_RV import(Bytes certificate);
 CK_RV list(std::vector<ObjectAttr>& objects);
