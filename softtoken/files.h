@@ -13,6 +13,8 @@ class Descriptor {
 public:
     explicit Descriptor(int number = -1) : number_(number) {}
     ~Descriptor() { reset(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
     Descriptor(Descriptor&& other) noexcept : number_(other.release()) {}
     Descriptor& operator=(Descriptor&& other) noexcept
     {

@@ -21,7 +21,7 @@ public:
     }
 
     /// Not after a failure that left something undone: the next call then puts it right.
-    void end() const
+    static void end()
     {
         openedStore().lock.record.writing = 0;
         openedStore().lock.save();
@@ -102,10 +102,10 @@ void withSnapshot(Depth depth, const Job& job, OnRollBack onRollBack)
     } catch (...) {
         if (recover(folder()))
             onRollBack();
-        writing.end();
+        Writing::end();
         throw;
     }
-    writing.end();
+    Writing::end();
 }
 
 } // namespace
@@ -154,10 +154,10 @@ void destroyObject(const Job& job)
         for (const fs::path& token : tokenFolders(folder()))
             syncToDisk(token);
     } catch (...) {
-        writing.end();
+        Writing::end();
         throw;
     }
-    writing.end();
+    Writing::end();
 }
 
 void writeLogin(const Job& job)
@@ -169,11 +169,11 @@ void writeLogin(const Job& job)
         job();
     } catch (...) {
         restoreTokenFiles(folder());
-        writing.end();
+        Writing::end();
         throw;
     }
     restoreTokenFiles(folder());
-    writing.end();
+    Writing::end();
 }
 
 void changePin(const Job& job)
@@ -192,10 +192,10 @@ void changePin(const Job& job)
     } catch (...) {
         if (revertTokenFiles(folder()))
             store.forgetPins();
-        writing.end();
+        Writing::end();
         throw;
     }
-    writing.end();
+    Writing::end();
 }
 
 void changeToken(const Job& job)
