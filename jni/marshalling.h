@@ -9,8 +9,8 @@
 #include <jni.h>
 
 #include <cstddef>
-#include <cstring>
 #include <memory>
+#include <string.h> // explicit_bzero
 #include <string>
 #include <vector>
 
@@ -23,7 +23,7 @@ struct WipingAllocator {
 
     WipingAllocator() = default;
     template <typename U>
-    explicit WipingAllocator(const WipingAllocator<U>&)
+    explicit WipingAllocator(const WipingAllocator<U>&) noexcept
     {
     }
 

@@ -22,8 +22,8 @@
 //   then the line "Login failed. Code: " with the code is written.
 // - An output is changed only as its operation's comment says. A failure before that leaves it untouched.
 // - Every diagnostic is one line on standard output and is flushed. Codes are written as decimal numbers.
-// - Only a failed allocation throws, std::bad_alloc or std::length_error. An active search is then finalised and the
-//   session closed.
+// - Only a failed allocation throws: std::bad_alloc, or std::length_error for a length that no memory can hold. An
+//   active search is then finalised and the session closed.
 // - There is no lock. One object belongs to one thread. Two objects on the same module file share one module instance,
 //   and the first to be destroyed finalises it for both.
 #pragma once

@@ -3,10 +3,12 @@
 
 #include "include/tovr_pkcs11.h"
 #include "p11/object_search.h"
+#include "p11/outcome.h"
 #include "p11/session.h"
 #include "p11/two_call_fetch.h"
 
 #include <array>
+#include <cstddef>
 #include <cstring>
 #include <vector>
 
@@ -20,9 +22,8 @@ CK_ATTRIBUTE labelAttribute(const char* label)
 /// What tells one object of a token from the others: class, label and, unless its length is 0, ID.
 struct ObjectName {
     CK_OBJECT_CLASS objectClass;
-    const char* label;
-    unsigned char* id;
-    CK_ULONG idLen;
+    CK_ATTRIBUTE label;
+    CK_ATTRIBUTE id;
 };
 
 /// Reads attributes of the first object of this name: output i takes the value of the attribute types[i]. The search
@@ -31,10 +32,9 @@ template <std::size_t count>
 Outcome readObject(const Session& session, ObjectName name, const std::array<CK_ATTRIBUTE_TYPE, count>& types,
                    const std::array<std::vector<unsigned char>*, count>& outputs)
 {
-    std::array<CK_ATTRIBUTE, 3> criteria{{{CKA_CLASS, &name.objectClass, sizeof name.objectClass},
-                                          labelAttribute(name.label),
-                                          {CKA_ID, name.id, name.idLen}}};
-    ObjectSearch search(session, criteria.data(), name.idLen == 0 ? criteria.size() - 1 : criteria.size());
+    std::array<CK_ATTRIBUTE, 3> criteria{
+        {{CKA_CLASS, &name.objectClass, sizeof name.objectClass}, name.label, name.id}};
+    ObjectSearch search(session, criteria.data(), name.id.ulValueLen == 0 ? criteria.size() - 1 : criteria.size());
     if (!search)
         return search.refusal();
     CK_OBJECT_HANDLE object = CK_INVALID_HANDLE;
@@ -109,18 +109,18 @@ Outcome generateKeyPair(const Session& session, CK_MECHANISM_TYPE mechanismType,
 CK_RV P11Wrapper::GetX509Certificate(unsigned long slotId, unsigned char* pin, unsigned long pinLen, const char* label,
                                      unsigned char* id, unsigned long idLen, std::vector<unsigned char>& out)
 {
-    return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
-        return readObject<1>(session, {CKO_CERTIFICATE, label, id, idLen}, {CKA_VALUE}, {&out});
-    });
+    const ObjectName name{CKO_CERTIFICATE, labelAttribute(label), {CKA_ID, id, idLen}};
+    return runInSession(*this, slotId, CKU_USER, pin, pinLen,
+                        [&](const Session& session) { return readObject<1>(session, name, {CKA_VALUE}, {&out}); });
 }
 
 CK_RV P11Wrapper::GetPublicKey(unsigned long slotId, unsigned char* pin, unsigned long pinLen, const char* label,
                                unsigned char* id, unsigned long idLen, std::vector<unsigned char>& modulus,
                                std::vector<unsigned char>& exponent)
 {
+    const ObjectName name{CKO_PUBLIC_KEY, labelAttribute(label), {CKA_ID, id, idLen}};
     return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
-        return readObject<2>(session, {CKO_PUBLIC_KEY, label, id, idLen}, {CKA_MODULUS, CKA_PUBLIC_EXPONENT},
-                             {&modulus, &exponent});
+        return readObject<2>(session, name, {CKA_MODULUS, CKA_PUBLIC_EXPONENT}, {&modulus, &exponent});
     });
 }
 

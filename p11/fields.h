@@ -24,3 +24,12 @@
     }
     return text;
 }
+
+/// A number in lowercase hexadecimal, zero-filled to the width of its type.
+[[nodiscard]] inline std::string hexadecimal(unsigned long value)
+{
+    unsigned char bytes[sizeof value];
+    for (std::size_t i = sizeof value; i != 0; value >>= 8)
+        bytes[--i] = static_cast<unsigned char>(value);
+    return hexadecimal(bytes, sizeof bytes);
+}

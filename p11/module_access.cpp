@@ -8,7 +8,7 @@
 
 #include <dlfcn.h>
 
-#include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <vector>
 

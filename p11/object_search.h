@@ -2,6 +2,7 @@
 #pragma once
 
 #include "p11/diagnostics.h"
+#include "p11/outcome.h"
 #include "p11/session.h"
 
 #include <vector>
@@ -80,7 +81,7 @@ private:
         return session_.functions->C_FindObjectsFinal(session_.handle);
     }
 
-    const Session& session_;
+    const Session session_;
     SearchNumber number_;
     CK_RV code_;
     bool active_;

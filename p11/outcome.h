@@ -27,8 +27,8 @@ struct [[nodiscard]] Outcome {
     {
     }
 
-    /// A failure with last words ends its operation.
-    bool isLast() const { return lastWords != nullptr; }
+    /// A failure whose line waits for the closing ends its operation.
+    bool endsOperation() const { return lastWords != nullptr; }
 
     CK_RV code;
     const char* lastWords = nullptr; ///< "Login failed", say; ". Code: " and the code follow

@@ -44,17 +44,19 @@ public:
     /// Why the session is not open: 5 for a wrapper that is not initialised, else the code of C_OpenSession.
     CK_RV code() const { return code_; }
 
-    /// Logs in, runs `job` (from a Session to an Outcome) and closes the session. Then it writes the line that had to
-    /// wait for the closing, if there is one: no line of a refused login, search or import comes before it.
+    /// Logs in, runs `job` (from a Session to an Outcome) and closes the session. The line of a refused login, of a
+    /// search that could not start or of a failed import is written after the closing.
     template <typename Job>
     [[nodiscard]] CK_RV run(CK_USER_TYPE userType, CK_BYTE_PTR pin, CK_ULONG pinLen, const Job& job)
     {
+        if (!open_)
+            return code_;
         const CK_RV login = functions_->C_Login(handle_, userType, pin, pinLen);
         const bool loggedIn = login == CKR_OK || login == CKR_USER_ALREADY_LOGGED_IN;
         const Outcome outcome =
             loggedIn ? Outcome(job(Session{functions_, handle_, login})) : Outcome(login, "Login failed");
         close();
-        if (outcome.isLast())
+        if (outcome.endsOperation())
             diagnose(outcome.lastWords, outcome.number.text(), ". Code: ", outcome.code);
         return outcome.code;
     }
@@ -79,6 +81,5 @@ template <typename Job>
 [[nodiscard]] CK_RV runInSession(const P11Wrapper& wrapper, CK_SLOT_ID slotId, CK_USER_TYPE userType, CK_BYTE_PTR pin,
                                  CK_ULONG pinLen, const Job& job)
 {
-    AuthenticatedSession session(wrapper, slotId);
-    return session.isOpen() ? session.run(userType, pin, pinLen, job) : session.code();
+    return AuthenticatedSession(wrapper, slotId).run(userType, pin, pinLen, job);
 }

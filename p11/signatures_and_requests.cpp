@@ -3,6 +3,7 @@
 
 #include "include/tovr_pkcs11.h"
 #include "p11/object_search.h"
+#include "p11/outcome.h"
 #include "p11/session.h"
 #include "p11/two_call_fetch.h"
 
@@ -49,7 +50,7 @@ Outcome findFurther(const Session& session, const std::vector<std::vector<unsign
     for (const std::vector<unsigned char>& id : ids) {
         CK_OBJECT_HANDLE certificate = CK_INVALID_HANDLE;
         outcome = findById(session, {3, certificates.size() + 1}, CKO_CERTIFICATE, id.data(), id.size(), certificate);
-        if (outcome.isLast())
+        if (outcome.endsOperation())
             break;
         certificates.push_back(certificate);
     }

@@ -4,11 +4,13 @@
 #include "p11/diagnostics.h"
 #include "p11/fields.h"
 #include "p11/object_search.h"
+#include "p11/outcome.h"
 #include "p11/session.h"
 #include "p11/two_call_fetch.h"
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -116,7 +118,7 @@ private:
         const std::vector<unsigned char>& bytes = buffers_[position];
         CK_ULONG value = 0;
         if (bytes.size() >= sizeof value)
-            std::memcpy(&value, bytes.data(), sizeof value);
+            std::memcpy(&value, bytes.data(), sizeof value); // the usual case, one machine word
         else
             std::memcpy(&value, bytes.data(), bytes.size());
         return value;
@@ -133,7 +135,7 @@ Outcome destroyObjects(const Session& session)
 {
     std::vector<CK_OBJECT_HANDLE> objects;
     const Outcome search = findEveryObject(session, objects);
-    if (search.isLast())
+    if (search.endsOperation())
         return search;
 
     CK_RV rv = search.code; // the result where there are no objects
@@ -150,10 +152,10 @@ Outcome listObjects(const Session& session, std::vector<ObjectAttr>& objects)
 {
     std::vector<CK_OBJECT_HANDLE> handles;
     const Outcome search = findEveryObject(session, handles);
-    if (search.isLast())
+    if (search.endsOperation())
         return search;
 
-    CK_RV rv = search.code; // the result where there are no objects
+    CK_RV rv = toleratingMissingAttribute(search.code); // the result where there are no objects
     objects.reserve(objects.size() + handles.size());
     ObjectReader reader;
     for (const CK_OBJECT_HANDLE handle : handles) {
@@ -161,7 +163,7 @@ Outcome listObjects(const Session& session, std::vector<ObjectAttr>& objects)
         if (rv == CKR_OK)
             objects.push_back(reader.record());
     }
-    return toleratingMissingAttribute(rv);
+    return rv;
 }
 
 } // namespace
@@ -204,10 +206,7 @@ CK_RV P11Wrapper::GetTokenInfo(CK_SLOT_ID slotId, std::vector<unsigned char>& la
     copyTrimmed(info.manufacturerID, manufacturer);
     copyTrimmed(info.model, model);
     copyTrimmed(info.serialNumber, serialNumber);
-    std::array<unsigned char, 8> bytes{};
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-        bytes[i] = static_cast<unsigned char>(info.flags >> (56 - 8 * i));
-    flags = hexadecimal(bytes.data(), bytes.size());
+    flags = hexadecimal(info.flags);
     return CKR_OK;
 }
 

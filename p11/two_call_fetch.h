@@ -1,8 +1,9 @@
 // Outputs of a length that only the module knows (PKCS #11 v2.40, section 5.2).
 #pragma once
 
-#include "p11/P11Wrapper.h"
 #include "p11/diagnostics.h"
+
+#include <p11-kit/pkcs11.h>
 
 #include <algorithm>
 #include <vector>
