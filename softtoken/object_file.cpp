@@ -2,6 +2,7 @@
 
 #include "include/tovr_pkcs11.h"
 
+#include <algorithm>
 #include <chrono>
 #include <map>
 #include <optional>
@@ -92,10 +93,7 @@ CK_ULONG asNumber(const Bytes& value)
 
 bool hasAll(const Attributes& attributes, std::initializer_list<CK_ATTRIBUTE_TYPE> types)
 {
-    for (const CK_ATTRIBUTE_TYPE type : types)
-        if (attributes.count(type) == 0)
-            return false;
-    return true;
+    return std::all_of(types.begin(), types.end(), [&](CK_ATTRIBUTE_TYPE type) { return attributes.count(type) != 0; });
 }
 
 } // namespace
