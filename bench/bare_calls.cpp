@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The calls by the bare sequence: the same module calls in the same order, in plain C style, and nothing else.
 #include "bench/bare_frame.h"
 

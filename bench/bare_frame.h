@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The frame of the bare sequences, in plain C style: what a whole call does around its job. The codes of all steps are
 // joined, so that 0 tells that each of them succeeded.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Times every operation beside the bare sequence of its module calls, and prints the tables of docs/performance.md.
 //
 //     benchmark [<file>]    writes the points of the scaling tables to the file, for bench/scaling.gp to draw

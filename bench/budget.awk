@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Reads the limits, then callgrind's dumps; prints a table and fails when a limit is exceeded.
 
 # The name behind "ob=", "fn=", "cfn=" or "cob=": "(number) name" at its first use in a file, then "(number)".

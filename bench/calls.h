@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every operation of P11Wrapper as a whole call: the module is loaded, does the job and is unloaded. Once as the
 // library does it, once as the bare sequence of the same module calls.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What bench/budget counts: every operation once, on the instant module, after two calls that are not counted: the
 // dynamic loader binds this program's functions at their first use, and the heap settles. Each dump that callgrind
 // writes names its call.

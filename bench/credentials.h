@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An RSA key pair and a certificate for it, as the objects of a token hold them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "bench/calls.h"
 #include "bench/instant_module.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The instant module's function list. Like a maker's module it exports all functions by name, so that the dynamic
 // loader has as much to do; those that no operation of the library calls stand here and do nothing.
 #include "bench/instant_module.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the instant module does. It keeps no state but the position of the search, and looks at no PIN, handle or
 // criterion.
 #include "bench/instant_module.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The instant module: a PKCS #11 module that answers at once. What a call costs beside it is its caller's own work and
 // the dynamic loader's. It holds `slots` readers, called "Reader 0" and so on, each with the same token.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A PC/SC service that answers at once: the program's own functions come before those of the client library.
 #include <winscard.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Times of two calls taken in turn, and the power by which a time grows.
 #pragma once
 

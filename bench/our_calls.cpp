@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The calls by the library.
 #include "bench/calls.h"
 #include "p11/P11Wrapper.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "bench/own_token.h"
 
 #include "p11/P11Wrapper.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A token in a folder of its own, on SoftHSM2 or on the software token, for calls to be timed on.
 #pragma once
 

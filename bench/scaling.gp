@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Draws how calls grow, from the points that the benchmark wrote to the file named in `points`.
 set terminal svg size 1080,360 dynamic background "white"
 set multiplot layout 1,3

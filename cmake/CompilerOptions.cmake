@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # How every source of the project is compiled.
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)

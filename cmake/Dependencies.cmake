@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What the library itself builds against. Each failure names what is missing and the Debian package that has it.
 find_program(VORNIX_JAVAC javac HINTS ENV JAVA_HOME PATH_SUFFIXES bin DOC "The Java compiler")
 mark_as_advanced(VORNIX_JAVAC)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # How the project's Java is compiled and packed. Releases before 17 have a jar that cannot set dates.
 find_package(Java 17 QUIET COMPONENTS Development)
 if(NOT Java_FOUND)

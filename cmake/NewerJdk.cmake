@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # vornix_find_newer_jdk(<folder> <release> <variable for java> <variable for its release>)
 #
 # Looks in a folder of JDKs for the one of the highest release, such as 21, beyond the given one; leaves both variables

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Other people's programs and modules: the software token, the tests and the benchmarks look for them here. The
 # documentation text of each says in a message what is missing.
 find_file(VORNIX_SOFTHSM2_MODULE libsofthsm2.so

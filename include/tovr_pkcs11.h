@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The token module's extended PKCS #11 function list.
 //
 // The pointer that C_GetFunctionList delivers leads to the standard list (PKCS #11 v2.40, section 3.6) followed at once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Native methods: reading, importing and generating certificates and keys.
 #include "jni/native_frame.h"
 

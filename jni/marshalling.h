@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Conversion of Java values to native ones and back.
 //
 // Nothing is kept between calls: no class, no method ID. A null reference means "none" where a comment says so. Other

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Native methods: the codes that guard the token, and the reader's power.
 #include "jni/native_frame.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The frame of every native method: Java arguments in, one wrapper, one operation, results out.
 //
 // A method names its operation and its arguments in the operation's order:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Native methods: PKCS #7 messages and certificate requests.
 #include "jni/native_frame.h"
 

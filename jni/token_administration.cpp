@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Native methods: the token as a whole.
 #include "jni/native_frame.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One token object as P11Wrapper::ListObjects describes it.
 #pragma once
 

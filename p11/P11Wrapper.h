@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // P11Wrapper drives one loaded PKCS #11 module: it finds a token by the name of its reader and does one job on it.
 //
 // Start reading here. This header (with ObjectAttr.h) is all that a C++ caller needs:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Certificates and keys: reading, importing and generating them.
 #include "p11/P11Wrapper.h"
 

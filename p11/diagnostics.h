@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one way in which the library tells what went wrong.
 #pragma once
 

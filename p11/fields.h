@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Blank-padded fields and hexadecimal text.
 #pragma once
 

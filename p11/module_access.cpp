@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The module and its slots, the codes that guard the token, and the reader's power.
 #include "p11/P11Wrapper.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The search for objects of a session's token.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The guard that every operation begins with, and the authenticated session that most of them work in.
 #pragma once
 

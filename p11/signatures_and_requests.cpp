@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // PKCS #7 messages and certificate requests, which the module builds in functions of its maker's own.
 #include "p11/P11Wrapper.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The token as a whole: initialising, cleaning, describing it and listing its objects.
 #include "p11/P11Wrapper.h"
 

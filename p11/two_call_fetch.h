@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Outputs of a length that only the module knows (PKCS #11 v2.40, section 5.2).
 #pragma once
 

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs what is missing, builds the release and shows the library at work: a Java program leads a software token
 # through its whole life and says what it does and checks. Its last step, which resets a reader, needs root.
 # The token is kept in a folder of its own, which is removed at the end.

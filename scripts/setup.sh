@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs the Debian packages that are missing for what the arguments name.
 #
 #   scripts/setup.sh build   the library, the software token and the Java classes
@@ -21,7 +22,7 @@ demo) packages=("${demo[@]}") ;;
 test) packages=("${test[@]}") ;;
 ci) packages=("${ci[@]}") ;;
 *)
-    sed -n '2,9s/^# \{0,1\}//p' "$0" >&2
+    sed -n '3,10s/^# \{0,1\}//p' "$0" >&2
     exit 2
     ;;
 esac

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs what is missing, builds the release and passes its tests.
 set -euo pipefail
 cd "$(dirname "$0")/.."

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every call into the software token passes here: one at a time, and with no exception getting out.
 //
 // SoftHSM2 crashes when several threads load, initialise, finalise and unload it at once, and may leave the token's

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The symbols that callers look up in the module: C_GetFunctionList and, for those of PKCS #11 v3.0, the two that lead
 // to a module's interfaces. Without these two, such a caller would find p11-kit's, which comes with GnuTLS, and behind
 // them the machine's other tokens.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // OpenSSL's error queue, which this module shares with its caller.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Files of the store, read and written so that neither a death nor a foreigner's link does harm.
 #pragma once
 

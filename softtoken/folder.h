@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The folder that holds the store: trusted only where nobody else can have put anything into it.
 #pragma once
 

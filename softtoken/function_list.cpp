@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "softtoken/function_list.h"
 
 #include "softtoken/boundary.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The function list: SoftHSM2's functions behind the gate, some replaced, and the five vendor functions behind them.
 #pragma once
 

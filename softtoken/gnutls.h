@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // GnuTLS's keys and bytes.
 #pragma once
 

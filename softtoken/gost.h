@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // GOST R 34.10-2001 keys: SoftHSM2 stores them, GnuTLS makes and uses them.
 //
 // Values are little-endian: 32 bytes for the private one, 64 for the public one, x before y.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The token's keys as GnuTLS uses them, RSA and GOST R 34.10-2001 alike.
 #pragma once
 

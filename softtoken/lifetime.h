@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // When calls reach SoftHSM2: one at a time, none once the process has begun to end, and in a forked child none before
 // that child has initialised the module itself.
 #pragma once

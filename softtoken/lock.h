@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One process at a time in the store.
 //
 // The lock is a flock on a file of the store, which ends with the process that holds it, however it ends. That file

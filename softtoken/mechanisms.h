@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // SoftHSM2's mechanisms and one more: the generation of GOST R 34.10-2001 key pairs.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "softtoken/object_file.h"
 
 #include "include/tovr_pkcs11.h"

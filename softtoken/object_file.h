@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // SoftHSM2's files, as far as the store must judge whether they are whole.
 //
 // A file is a generation number of 8 bytes, then attributes in the order of their types: type, kind, value.

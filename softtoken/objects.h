@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the vendor functions read from the token and how they hand their bytes back.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The store that this process has open.
 #pragma once
 

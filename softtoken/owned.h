@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Owners for the objects of OpenSSL and GnuTLS.
 #pragma once
 

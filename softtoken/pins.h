@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // PINs: tried against what the store holds now, and counted where that is wanted.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The token's one reader: the same slot under the same name, whether the token is blank or initialised.
 #pragma once
 

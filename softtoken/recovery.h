@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Keeps the token readable when its process dies in the middle of a write.
 //
 // SoftHSM2 rewrites the file with a token's PINs in place, at every login as well as when a PIN changes. A process

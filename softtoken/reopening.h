@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // SoftHSM2 reads tokens and PINs once, when it is initialised. Where another process has changed them, it is
 // initialised again.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Certificate requests (PKCS #10).
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the environment says about the store.
 #pragma once
 

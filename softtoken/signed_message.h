@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A signed PKCS #7 message, as OpenSSL's CMS reads it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The token's one slot, and SoftHSM2's behind it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What stood in the store before a change, so that the change can be taken back.
 //
 // A snapshot lies in the file "undo" from before the change until it is done; taking that file away is what makes the

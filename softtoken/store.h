@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the token lives: a directory of SoftHSM2 objects, and SoftHSM2 itself, loaded at first use.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "softtoken/transaction.h"
 
 #include "softtoken/files.h"

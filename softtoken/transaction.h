@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Calls that write to the store. Each is done whole and on the disk before it answers CKR_OK, or leaves the store as it
 // was, even where its process dies.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One call's turn in the store.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whether a PKCS #7 message is signed as it says.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "softtoken/writing_calls.h"
 
 #include "softtoken/transaction.h"

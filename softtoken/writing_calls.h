@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The standard's functions that make, alter and destroy objects.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A folder for one test and the programs that judge what the token made.
 #pragma once
 

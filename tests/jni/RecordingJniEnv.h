@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A JNI environment without a virtual machine behind it: a function table whose used entries act on JavaObjects and add
 // each call to the test's transcript, and whose other entries fail the running test by name.
 //

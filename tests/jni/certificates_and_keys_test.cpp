@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // getX509Certificate, getPublicKey, loadX509Certificate and loadCert; the rest has key_pair_generation_test.cpp.
 #include "tests/jni/native_method_test.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the library writes when there is no memory for it.
 #include "p11/P11Wrapper.h"
 #include "tests/jni/watched_heap.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The Java objects that the recording JNI environment knows: enough of each class for what the native methods do to it.
 //
 // A handle (jobject, jstring, jmethodID, …) is the address of its JavaObject; RecordingJniEnv owns the objects and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // generateKeyPair and generateGostR3410_2001KeyPair.
 #include "tests/jni/native_method_test.h"
 

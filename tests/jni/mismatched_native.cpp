@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Does not compile: a native method whose arguments are not what its operation takes. The frame says so in one message.
 #include "jni/native_frame.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // setPin, setPuk and resetTerminal.
 #include "tests/jni/native_method_test.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every native method of Pkcs11Wrapper with arguments under which it succeeds on the sample objects, for what must hold
 // for all of them alike.
 #pragma once

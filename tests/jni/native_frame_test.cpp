@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What all native methods of Pkcs11Wrapper do alike, whatever their own job.
 #include "tests/jni/native_calls.h"
 #include "tests/jni/native_method_test.h"

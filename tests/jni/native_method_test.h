@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the tests of the native methods share: a token in a scripted module, a JNI environment, and one transcript for
 // everything that a call does to either.
 #pragma once

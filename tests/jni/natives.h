@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The sixteen native methods as the Java virtual machine calls them, declared here on their own so that a change of a
 // name or of a parameter's place shows. The receiver comes second and is ignored by all of them.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // listObjects.
 #include "tests/jni/native_method_test.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // No native method gives memory back to the heap with a PIN in it, however it ends.
 #include "tests/jni/native_calls.h"
 #include "tests/jni/native_method_test.h"

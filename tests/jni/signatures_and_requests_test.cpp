@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // pkcs7Sign and pkcs7Verify; createCSR has certificate_request_test.cpp.
 #include "tests/jni/native_method_test.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Pieces of which the expected story of a native call is put together, beside those of the module.
 #pragma once
 

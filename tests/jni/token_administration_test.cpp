@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // initCard, cleanCard and getTokenInfo; listObjects has object_listing_test.cpp.
 #include "tests/jni/native_method_test.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The heap of the test program, library included, under observation: operator new and operator delete are replaced in
 // watched_heap.cpp. Valgrind replaces them in its turn unless told --soname-synonyms=somalloc=nouserintercepts.
 #pragma once

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
 # Runs a command line of java with -Xcheck:jni and judges what the checker writes to standard output.
 #
 #   checked_jni.sh <java> -Xcheck:jni <argument>...

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
 # Runs a command in a mount namespace of its own in which the folder NOEXEC_FOLDER is a file system that executes
 # nothing. Ends with status 77 where such a namespace cannot be had.
 set -eu

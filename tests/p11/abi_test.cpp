@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The class as a C++ caller outside the project meets it: its header alone, and the library beside it.
 #include "P11Wrapper.h"
 

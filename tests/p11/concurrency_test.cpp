@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Wrappers of several threads at once. The library holds no lock and needs none: a wrapper shares nothing but the
 // module.
 #include "tests/p11/wrapper_test.h"

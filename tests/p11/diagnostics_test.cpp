@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The form of the lines on standard output.
 #include "tests/p11/wrapper_test.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The built library as the dynamic loader meets it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

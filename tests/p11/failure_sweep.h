@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The failure sweep: one operation carried out with each of its module calls failing in turn.
 #pragma once
 

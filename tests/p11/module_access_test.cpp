@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loading, initialising, finalising and unloading the module.
 #include "tests/p11/wrapper_test.h"
 

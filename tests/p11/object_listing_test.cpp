@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Listing the objects of the token: the calls, their failures and the result.
 #include "tests/p11/failure_sweep.h"
 #include "tests/p11/listing_test.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Listing the objects of the token: what their records hold.
 #include "tests/p11/listing_test.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Changing the user PIN and the security officer's PIN.
 #include "tests/p11/failure_sweep.h"
 #include "tests/p11/wrapper_test.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Signing to PKCS #7.
 #include "tests/p11/failure_sweep.h"
 #include "tests/p11/wrapper_test.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Powering a card down through PC/SC.
 #include "p11/P11Wrapper.h"
 #include "tests/support/scripted_pcsc.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reading certificates and public keys.
 #include "tests/p11/failure_sweep.h"
 #include "tests/p11/wrapper_test.h"

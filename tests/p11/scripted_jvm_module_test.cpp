@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The module that the Java tests load, seen through the wrapper: it needs no test program and keeps its state.
 #include "tests/p11/wrapper_test.h"
 

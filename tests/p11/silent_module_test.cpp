@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A module that answers CKR_OK and leaves an output unwritten: the library meets its own zeros there, never what an
 // earlier call or other code left behind.
 #include "tests/p11/listing_test.h"

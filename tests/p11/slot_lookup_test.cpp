@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finding a slot by the name of its reader.
 #include "tests/p11/wrapper_test.h"
 

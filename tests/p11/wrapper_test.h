@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the tests of P11Wrapper share: a wrapper on the scripted module, and the arguments of its operations.
 #pragma once
 

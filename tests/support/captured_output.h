@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Standard output and standard error in memory for the length of one scope.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Comparison of PKCS #11 codes that fails by name: "CKR_PIN_INCORRECT", not 160.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/support/forbidden_functions.h"
 
 #include "tests/support/scripted_module.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The standard functions that the library must never call.
 #pragma once
 

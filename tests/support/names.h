@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // PKCS #11 constants by name, for transcripts and failure messages.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What each function of the scripted module does until a test replaces it.
 #include "tests/support/scripted_module.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The function list: every entry writes its call to the transcript and hands it to the current ScriptedModule.
 #include "tests/support/captured_output.h"
 #include "tests/support/forbidden_functions.h"

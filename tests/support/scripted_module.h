@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A PKCS #11 module whose functions live in the test program.
 //
 //     Transcript transcript;

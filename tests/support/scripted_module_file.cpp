@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where libscripted_module.so leads, and what a forbidden call means in a GoogleTest program.
 #include "tests/support/scripted_module_file.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The files that the library can be told to load.
 #pragma once
 

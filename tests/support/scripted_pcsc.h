@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The four PC/SC functions that the library may call, answered by the test program: its own definitions win over those
 // of libpcsclite. Calling them without a ScriptedPcsc fails the test.
 #pragma once

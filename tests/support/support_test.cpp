@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The tests' own instruments: that they notice what they are there to notice.
 #include "tests/support/ckr.h"
 #include "tests/support/scripted_module.h"

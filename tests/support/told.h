@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One job told as it went: the calls it made and the lines it wrote, in order.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The transcript: one readable line for every call that the library makes to the outside, in order.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tools/child_process/child_process.h"
 
 #include <sys/mman.h>

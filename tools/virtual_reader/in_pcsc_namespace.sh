@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
 # Runs a command where a PC/SC service may be started without meeting this machine's own, its readers or its clients.
 #
 #   in_pcsc_namespace.sh COMMAND [ARGUMENT]...
@@ -15,7 +16,7 @@
 set -eu
 
 if [ $# -eq 0 ]; then
-    sed -n '2,4s/^# \{0,1\}//p' "$0" >&2
+    sed -n '3,5s/^# \{0,1\}//p' "$0" >&2
     exit 2
 fi
 if ! refusal=$(unshare --net --mount true 2>&1); then

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tools/virtual_reader/pcsc_service.h"
 
 #include "tools/virtual_reader/virtual_card.h"

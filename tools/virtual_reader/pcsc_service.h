@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The PC/SC service with a virtual reader. It must be alone on its machine: see in_pcsc_namespace.sh.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A card in the virtual reader.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs a command with a card in the reader "Virtual PCD 00 00", then tells how the card's power was switched meanwhile.
 #include "tools/child_process/child_process.h"
 #include "tools/virtual_reader/pcsc_service.h"

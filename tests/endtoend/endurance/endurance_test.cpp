@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What shows only after a long time: things that grow and threads that meet.
 #include "tests/endtoend/endurance/full_cycle.h"
 

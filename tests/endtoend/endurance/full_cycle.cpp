@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/endtoend/endurance/full_cycle.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What an application does with the software token through the library, each job with a wrapper of its own.
 #pragma once
 

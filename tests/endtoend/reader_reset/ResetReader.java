@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 import com.tovr.smartcard.vornixtoken.utils.PcscUtils;
 
 /** Resets the reader that its argument names, as a Java application does. */

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reader reset as applications have it: in a process of their own, against the PC/SC service and a card in a reader.
 #include "tools/child_process/child_process.h"
 #include "tools/virtual_reader/pcsc_service.h"

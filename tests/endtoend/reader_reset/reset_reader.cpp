@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Resets the reader that its argument names, as a C++ application does.
 #include "p11/P11Wrapper.h"
 

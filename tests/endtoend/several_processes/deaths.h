@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a process that is killed and its judge agree on.
 #pragma once
 

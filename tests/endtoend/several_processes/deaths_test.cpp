@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Processes that are killed at random moments, in the middle of every kind of change. What was answered with 0 must
 // have been done, what was begun must be done whole or not at all, and the token must be readable. DEATHS says how
 // many.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A disk without room: what is answered with 0 has been done, what is not has not, and the token stays readable.
 //
 // The disk is a small file system in memory, mounted in a namespace of this process's own.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Many processes at once on one token, each with jobs of every kind. PROCESSES and SECONDS say how many and how long.
 #include "tests/endtoend/endurance/full_cycle.h"
 #include "tests/endtoend/several_processes/deaths.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One of many processes on the token in VORNIX_SOFTTOKEN_DIR: random jobs for a while, each checked against what this
 // process was answered before. Ends with status 0 when nothing was wrong, else with a line that says what.
 //     mixed_worker INDEX SECONDS FOLDER

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/endtoend/several_processes/raw_token.h"
 
 #include <stdexcept>

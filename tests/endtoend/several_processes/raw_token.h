@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The software token by its function list, in programs that are no tests.
 #pragma once
 

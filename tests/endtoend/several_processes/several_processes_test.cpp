@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The store while several processes have it open: this one, and others that change it meanwhile.
 #include "tests/endtoend/softtoken/soft_token.h"
 #include "tools/child_process/child_process.h"

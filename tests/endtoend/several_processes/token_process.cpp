@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One job on the token in VORNIX_SOFTTOKEN_DIR, in a process of its own. Its last line is the code that it ended with.
 #include "tests/endtoend/endurance/full_cycle.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes to the token in VORNIX_SOFTTOKEN_DIR until it is killed. Writes to its standard output what it begins and what
 // was answered with 0, each line at once. Ends by itself only when it cannot go on.
 //     token_writer JOB START [FILE]     changes are counted from START on; FILE is a certificate

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The two ways to bring a certificate onto the token.
 #include "tests/endtoend/softtoken/soft_token.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Many threads, each through the module's whole life again and again.
 #include "tests/endtoend/softtoken/soft_token.h"
 

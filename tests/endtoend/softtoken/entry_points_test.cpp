@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a caller finds in the module's file before it calls anything else.
 #include "tests/endtoend/softtoken/soft_token.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/endtoend/softtoken/freed_memory.h"
 
 #include <malloc.h>

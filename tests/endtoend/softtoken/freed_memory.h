@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the process gives back to the heap: free() is replaced in freed_memory.cpp.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // GOST R 34.10-2001 keys, their requests and messages, judged by OpenSSL's GOST engine and by GnuTLS.
 #include "tests/endtoend/softtoken/soft_token.h"
 

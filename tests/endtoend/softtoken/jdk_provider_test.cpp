@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The software token in the hands of the JDK's own PKCS #11 provider.
 #include "tests/endtoend/softtoken/soft_token.h"
 

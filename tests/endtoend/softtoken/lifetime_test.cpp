@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The module in a process that forks, and in one that is already ending.
 #include "tests/endtoend/softtoken/soft_token.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the module leaves in memory, and what it says when there is none.
 #include "tests/endtoend/softtoken/freed_memory.h"
 #include "tests/endtoend/softtoken/soft_token.h"

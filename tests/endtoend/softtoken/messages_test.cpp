@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // PKCS #7 messages: the token's judged by openssl, openssl's judged by the token.
 #include "tests/endtoend/softtoken/soft_token.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A PIN that locks after wrong tries, which only happens where it is asked for.
 #include "tests/endtoend/softtoken/soft_token.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The software token in the hands of OpenSC's pkcs11-tool.
 #include "tests/endtoend/softtoken/soft_token.h"
 

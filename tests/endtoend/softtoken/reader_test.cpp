@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The reader that callers see, and the token's standard functions as far as the software token changes them.
 #include "tests/endtoend/softtoken/soft_token.h"
 

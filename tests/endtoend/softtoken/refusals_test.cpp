@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a refusal costs. Reading an attribute that an object lacks is refused, and a listing of a token does so for
 // almost every object: an exception thrown for each would cost more than the reading.
 #include "tests/endtoend/softtoken/soft_token.h"

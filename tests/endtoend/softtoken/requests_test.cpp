@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Certificate requests, judged by openssl and certtool.
 #include "tests/endtoend/softtoken/soft_token.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "tests/endtoend/softtoken/soft_token.h"
 
 #include <dlfcn.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The software token in a folder of its own, called through its function list.
 #pragma once
 

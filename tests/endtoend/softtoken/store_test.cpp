@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the token is kept, and the module's life from load to unload.
 #include "tests/endtoend/softtoken/soft_token.h"
 

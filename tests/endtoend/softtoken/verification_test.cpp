@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The token's judgement of messages that others made, and of messages put together here, which openssl judges as well.
 #include "tests/endtoend/softtoken/soft_token.h"
 

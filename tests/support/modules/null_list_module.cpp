@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A module that claims success and delivers no function list.
 #include <p11-kit/pkcs11.h>
 

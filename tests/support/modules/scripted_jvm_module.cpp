@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // libscripted_jvm_module.so: the scripted module without a test program, for tests that run in a Java virtual machine.
 //
 // One reader "Scripted Reader 0" (slot 7) of "Scripted Works"; the token's fields are those of scripted::Token, its

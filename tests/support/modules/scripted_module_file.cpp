@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // libscripted_module.so: leads the dynamic loader to the test program that loads it. It holds nothing of its own, so
 // that unloading really unloads.
 #include <p11-kit/pkcs11.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A module with a function that nobody defines: it can be loaded lazily, but not with all symbols resolved at once.
 #include <p11-kit/pkcs11.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /** A smart-card token for Java applications, by way of its maker's PKCS #11 module. */
 module com.tovr.smartcard.vornixtoken {
     exports com.tovr.smartcard.vornixtoken;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 package jvm.support;
 
 import java.io.InputStream;

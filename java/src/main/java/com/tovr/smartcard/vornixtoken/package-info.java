@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /**
  * A smart-card token for Java applications: start with {@link com.tovr.smartcard.vornixtoken.Token}.
  */

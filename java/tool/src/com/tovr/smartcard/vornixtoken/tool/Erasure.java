@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 package com.tovr.smartcard.vornixtoken.tool;
 
 import com.tovr.smartcard.vornixtoken.Token;
