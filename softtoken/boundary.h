@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every call into the software token passes here: one at a time, and with no exception getting out.
+// The boundary of the software token: one call at a time passes it, and no exception leaves.
 //
 // SoftHSM2 crashes when several threads load, initialise, finalise and unload it at once, and may leave the token's
-// file empty. So one mutex stands before all functions, the vendor's included. Code behind it calls SoftHSM2's own
-// list, never the token's.
+// file empty. So one mutex guards all functions, the vendor functions included. Code that holds it calls SoftHSM2's own
+// function list, never the token's, which would lock the mutex again.
 #pragma once
 
 #include "softtoken/error_queue.h"
@@ -15,8 +15,8 @@
 
 namespace softtoken {
 
-/// Runs `job` with SoftHSM2's function list behind the gate and turns whatever it throws into a code. SoftHSM2's own
-/// refusals are returned, not thrown: a listing meets one for every attribute that an object lacks.
+/// Holds the gate, runs `job` with SoftHSM2's function list, and turns what it throws into a code. Refusals of
+/// SoftHSM2's own functions are returned, not thrown: a listing meets one for every attribute that an object lacks.
 template <typename Job>
 CK_RV behindGate(Job job) noexcept
 {
@@ -33,14 +33,14 @@ CK_RV behindGate(Job job) noexcept
     }
 }
 
-/// Every function but C_Initialize.
+/// Runs any function except C_Initialize.
 template <typename Job>
 CK_RV atBoundary(Job job) noexcept
 {
     return reach == Reach::full ? behindGate(job) : CKR_CRYPTOKI_NOT_INITIALIZED;
 }
 
-/// C_Initialize, by which a forked child begins anew.
+/// Runs C_Initialize, with which a forked child starts anew.
 template <typename Job>
 CK_RV atInitialisation(Job job) noexcept
 {

@@ -10,10 +10,10 @@ namespace softtoken {
 
 using Certificate = Owned<X509, X509_free>;
 
-/// One DER certificate and nothing behind it; anything else fails with CKR_DATA_INVALID.
+/// Parses exactly one DER certificate. Anything else, bytes behind it included, fails with CKR_DATA_INVALID.
 Certificate parseCertificate(const unsigned char* der, CK_ULONG length);
 
-/// The value of a certificate object; another object fails with CKR_OBJECT_HANDLE_INVALID.
+/// The value of a certificate object. Any other object fails with CKR_OBJECT_HANDLE_INVALID.
 Bytes readCertificate(const Session& session, CK_OBJECT_HANDLE object);
 
 /// C_TOVR_ImportCert: the DER certificate, then the ID. The label is the subject's common name.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// OpenSSL's structures as bytes.
+// OpenSSL's structures as DER.
 #pragma once
 
 #include "softtoken/failure.h"
@@ -7,7 +7,7 @@
 
 namespace softtoken {
 
-/// The DER encoding by one of OpenSSL's i2d functions; fails with `code` when there is none.
+/// The DER encoding by one of OpenSSL's i2d functions. Fails with `code` when there is none.
 template <typename Encoder, typename Object>
 Bytes encode(Encoder* encoder, Object* object, CK_RV code)
 {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The symbols that callers look up in the module: C_GetFunctionList and, for those of PKCS #11 v3.0, the two that lead
-// to a module's interfaces. Without these two, such a caller would find p11-kit's, which comes with GnuTLS, and behind
-// them the machine's other tokens.
+// The symbols that callers look up in the module: C_GetFunctionList, and C_GetInterface and C_GetInterfaceList for
+// callers of PKCS #11 v3.0. Without the latter two, such a caller would find those of p11-kit, which GnuTLS loads, and
+// with them the machine's other tokens.
 #include "softtoken/function_list.h"
 
 #include <string_view>

@@ -6,12 +6,12 @@
 
 namespace softtoken {
 
-/// Leaves the thread's queue as it was at the end of its scope: a caller who uses OpenSSL too takes what lies there for
-/// a failure of his own.
+/// Restores the thread's queue at the end of its scope. A caller that uses OpenSSL too would take our entries for
+/// failures of its own.
 class ErrorQueueKeeper {
 public:
-    ErrorQueueKeeper() { (void)ERR_set_mark(); }     // an empty queue takes none, and needs none
-    ~ErrorQueueKeeper() { (void)ERR_pop_to_mark(); } // without a mark the queue was empty
+    ErrorQueueKeeper() { (void)ERR_set_mark(); }     // fails on an empty queue, which needs no mark
+    ~ErrorQueueKeeper() { (void)ERR_pop_to_mark(); } // without a mark clears the queue, which was empty
     ErrorQueueKeeper(const ErrorQueueKeeper&) = delete;
     ErrorQueueKeeper& operator=(const ErrorQueueKeeper&) = delete;
 };

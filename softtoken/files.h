@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Files of the store, read and written so that neither a death nor a foreigner's link does harm.
+// The store's files. No link is read or written through, and replacing a file is done whole or not at all, even if the
+// process dies.
 #pragma once
 
 #include "softtoken/owned.h"
@@ -34,24 +35,24 @@ private:
 
 constexpr std::size_t anyLength = std::size_t{1} << 40U;
 
-/// The bytes of a regular file; nothing for one that is not there, is a link or something else, is too long, or cannot
-/// be read.
+/// The bytes of a regular file. Nothing if the file is missing, unreadable, longer than `longest` or not regular, such
+/// as a link.
 std::optional<Bytes> readFile(const std::filesystem::path& file, std::size_t longest = anyLength);
 
-/// Whether the disk has what was written once the call is over, or some time later.
+/// When the disk has what was written: as soon as the call returns, or some time later.
 enum class Disk { now, later };
 
-/// Replaces the file in one step: whoever dies here leaves the old one or the new one. Fails with CKR_DEVICE_MEMORY and
-/// leaves the old one.
+/// Replaces the file in one step: a process that dies meanwhile leaves the old file or the new one. A failure
+/// (CKR_DEVICE_MEMORY) leaves the old one, or the new one where only its way to the disk failed.
 void replaceFile(const std::filesystem::path& file, const Bytes& contents, Disk disk = Disk::now);
 
-/// Writes over a file that may not grow: takes no room on the disk, but is not done in one step.
+/// Writes over a file in place. Needs no more room on the disk unless the file grows, but is not done in one step.
 void overwriteFile(const std::filesystem::path& file, const Bytes& contents);
 
-/// Has the disk hold what was written to a file, or which names are in a folder. Fails with CKR_DEVICE_MEMORY.
+/// Writes a file's contents, or a folder's list of names, through to the disk. Fails with CKR_DEVICE_MEMORY.
 void syncToDisk(const std::filesystem::path& fileOrFolder);
 
-/// Takes a file away, if it is there.
+/// Removes a file if it exists.
 void removeFile(const std::filesystem::path& file);
 
 } // namespace softtoken

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// The function list: SoftHSM2's functions behind the gate, some replaced, and the five vendor functions behind them.
+// The function list: SoftHSM2's functions behind the gate, some of them replaced, then the five vendor functions.
 #pragma once
 
 #include "include/tovr_pkcs11.h"
 
 namespace softtoken {
 
-/// Made at compile time, so that it is there before and after everything else, and in a forked child.
+/// Initialised at compile time: it is valid before any constructor runs, after every destructor, and in a forked child.
 extern CK_TOVR_FUNCTION_LIST functionList;
 
 /// C_GetFunctionList

@@ -15,13 +15,13 @@ using PrivateKey = Owned<gnutls_privkey_t, gnutls_privkey_deinit>;
 PublicKey newPublicKey();
 PrivateKey newPrivateKey();
 
-/// Fails with `code` for a negative GnuTLS result, with CKR_HOST_MEMORY for want of memory.
+/// Fails with `code` for a negative GnuTLS result, or with CKR_HOST_MEMORY if memory ran out.
 void checkGnutls(int result, CK_RV code);
 
-/// GnuTLS bytes copied out, their own memory wiped and freed.
+/// Copies bytes that GnuTLS allocated, then wipes and frees them.
 Bytes take(gnutls_datum_t& datum);
 
-/// For input that GnuTLS only reads.
+/// A view of bytes that GnuTLS only reads.
 gnutls_datum_t borrow(const unsigned char* data, std::size_t length);
 inline gnutls_datum_t borrow(const Bytes& bytes)
 {

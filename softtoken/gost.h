@@ -9,16 +9,17 @@
 
 namespace softtoken {
 
-/// A coordinate of a point, and a private value.
+/// The length of a point's coordinate and of a private value.
 constexpr std::size_t gostValueLength = 32;
 
-/// The public value of a GOST key object on its curve; CKR_DOMAIN_PARAMS_INVALID for a curve that is not the token's.
+/// Gives `key` the public value of a GOST key object. Fails with CKR_DOMAIN_PARAMS_INVALID unless the object names the
+/// token's curve.
 void importGostPublicKey(const Session& session, CK_OBJECT_HANDLE object, gnutls_pubkey_t key);
 
-/// Likewise the private value.
+/// Likewise for the private value.
 void importGostPrivateKey(const Session& session, CK_OBJECT_HANDLE object, gnutls_privkey_t key);
 
-/// A pair with the given attributes and the values that GnuTLS makes. A failure may leave one key behind.
+/// Generates a pair with GnuTLS and stores it with the given attributes. A failure may leave one key behind.
 void generateGostKeyPair(const Session& session, CK_ATTRIBUTE_PTR publicTemplate, CK_ULONG publicCount,
                          CK_ATTRIBUTE_PTR privateTemplate, CK_ULONG privateCount, CK_OBJECT_HANDLE_PTR publicKey,
                          CK_OBJECT_HANDLE_PTR privateKey);

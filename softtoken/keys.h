@@ -7,7 +7,7 @@
 
 namespace softtoken {
 
-/// A public key object; anything else fails with CKR_KEY_HANDLE_INVALID, another kind of key with
+/// Reads a public key object. Another class of object fails with CKR_KEY_HANDLE_INVALID, another type of key with
 /// CKR_KEY_TYPE_INCONSISTENT.
 PublicKey readPublicKey(const Session& session, CK_OBJECT_HANDLE object);
 
@@ -15,7 +15,7 @@ PublicKey readPublicKey(const Session& session, CK_OBJECT_HANDLE object);
 /// SoftHSM2 stores but cannot use, are read and wiped again.
 class SigningKey {
 public:
-    /// Fails as readPublicKey.
+    /// Fails like readPublicKey.
     SigningKey(const Session& session, CK_OBJECT_HANDLE object);
 
     ~SigningKey() = default;
@@ -29,10 +29,11 @@ public:
     /// Fails with CKR_KEY_TYPE_INCONSISTENT unless the two belong together.
     void requireMatch(gnutls_pubkey_t publicKey) const;
 
-    /// Of constant length for a given key, so that a length announced for one signature holds for the next.
+    /// All signatures of a key have the same length, so the length of a first one holds for the next.
     Bytes sign(const Bytes& data) const;
 
-    /// Ends the call for a negative GnuTLS result, with the token's own code where C_Sign refused.
+    /// Fails for a negative GnuTLS result: with SoftHSM2's code if it refused to sign, otherwise with
+    /// CKR_FUNCTION_FAILED.
     void checkSigned(int result) const;
 
 private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// When calls reach SoftHSM2: one at a time, none once the process has begun to end, and in a forked child none before
-// that child has initialised the module itself.
+// Which calls reach SoftHSM2: one at a time; none once the process has begun to end; in a forked child none before the
+// child calls C_Initialize.
 #pragma once
 
 #include <atomic>
@@ -14,13 +14,13 @@ inline std::mutex gate;
 enum class Reach {
     full,
     afterInitialise, ///< a forked child: what SoftHSM2 holds is the parent's
-    none,            ///< for good
+    none,            ///< never again: the process ends, or the fork caught another thread in a call
 };
 
 inline std::atomic<Reach> reach{Reach::full};
 
-/// To be called once SoftHSM2 and all it needs are loaded: at the end of a process the last to come are the first to
-/// go.
+/// Registers an exit handler that lets no more calls reach SoftHSM2. Call it once SoftHSM2 and all it needs are loaded:
+/// exit handlers run last registered first, so this one then runs before theirs.
 void closeBeforeSoftHsmGoes();
 
 } // namespace softtoken

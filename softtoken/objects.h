@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the vendor functions read from the token and how they hand their bytes back.
+// How the vendor functions read objects and return their output.
 #pragma once
 
 #include "softtoken/failure.h"
@@ -10,7 +10,7 @@
 
 namespace softtoken {
 
-/// A caller's session and SoftHSM2's functions to see it by.
+/// A caller's session, and SoftHSM2's functions to use it with.
 struct Session {
     const CK_FUNCTION_LIST& softHsm;
     CK_SESSION_HANDLE handle;
@@ -19,16 +19,16 @@ struct Session {
 /// Fails with CKR_USER_NOT_LOGGED_IN unless the user is logged in.
 void requireUser(const Session& session);
 
-/// Fails with `code` unless the handle leads to an object of this class.
+/// Fails with `code` unless the handle is that of an object of this class.
 void requireClass(const Session& session, CK_OBJECT_HANDLE object, CK_OBJECT_CLASS wanted, CK_RV code);
 
-/// An attribute's bytes; none when the object has no such attribute.
+/// An attribute's bytes. Empty when the object has no such attribute.
 Bytes readBytes(const Session& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type);
 CK_ULONG readNumber(const Session& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type);
 
 CK_OBJECT_HANDLE createObject(const Session& session, std::vector<CK_ATTRIBUTE> attributes);
 
-/// Fails with CKR_ARGUMENTS_BAD for a null pointer with a length or a count.
+/// Fails with CKR_ARGUMENTS_BAD for a null pointer unless its length or count is 0.
 void requireInput(const void* data, CK_ULONG length);
 
 /// A borrowed value as an attribute. PKCS #11 takes it through a pointer to non-const, but only reads it.

@@ -11,7 +11,7 @@ namespace softtoken {
 struct OpenedStore {
     StoreLock lock;
     Settings settings;
-    /// The record's numbers as of when SoftHSM2 read tokens and PINs, which it does once.
+    /// The record's numbers from when SoftHSM2 read tokens and PINs. It reads them once, when it is initialised.
     std::uint64_t seenToken = 0;
     std::uint64_t seenPins = 0;
 

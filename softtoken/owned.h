@@ -19,7 +19,7 @@ struct Releaser {
     }
 };
 
-/// OpenSSL names its types, GnuTLS pointers to them: `Type` may be either.
+/// `Type` is the object's type, as OpenSSL declares it, or a pointer to it, as GnuTLS does.
 template <typename Type, auto release>
 using Owned = std::unique_ptr<std::remove_pointer_t<Type>, Releaser<release>>;
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// PINs: tried against what the store holds now, and counted where that is wanted.
+// Login and PIN changes. A PIN is compared with the one that the store holds now. Wrong user PINs are counted if
+// VORNIX_SOFTTOKEN_PIN_TRIES is set.
 #pragma once
 
 #include "include/tovr_pkcs11.h"
@@ -12,13 +13,13 @@ void initPin(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE session, CK_UTF8
 void setPin(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE session, CK_UTF8CHAR_PTR oldPin, CK_ULONG oldLen,
             CK_UTF8CHAR_PTR newPin, CK_ULONG newLen);
 
-/// Has SoftHSM2 read the PINs again where another process has changed them. Nobody is logged in then.
+/// Makes SoftHSM2 read the PINs again if another process has changed one. That logs everybody out.
 void readPinsAgain(const CK_FUNCTION_LIST& softHsm);
 
-/// Unlocks the user's PIN.
+/// Unlocks the user's PIN and forgets its wrong tries.
 void forgiveTries();
 
-/// Marks in a token's information how many tries are left.
+/// Sets the flags that tell how many tries are left.
 void showTries(CK_TOKEN_INFO& info);
 
 } // namespace softtoken

@@ -22,8 +22,8 @@ public:
 
     CMS_ContentInfo* get() const { return message_.get(); }
 
-    /// What the message encloses, otherwise what is named beside it. Fails with CKR_SIGNATURE_INVALID when it is both
-    /// and not the same.
+    /// The enclosed content or, if the message is detached, `named`. Fails with CKR_SIGNATURE_INVALID when there are
+    /// both and they differ.
     gnutls_datum_t content(const gnutls_datum_t& named) const;
 
 private:
@@ -31,7 +31,7 @@ private:
 
     Message takeStructureOut(const unsigned char* der, CK_ULONG length);
 
-    /// The content, where the message enclosed it in a form that CMS does not have.
+    /// Content that the message enclosed in a form unknown to CMS.
     std::optional<Bytes> structure_;
     Message message_;
 };

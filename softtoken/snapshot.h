@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// What stood in the store before a change, so that the change can be taken back.
+// The state of the store before a change, so that the change can be taken back.
 //
-// A snapshot lies in the file "undo" from before the change until it is done; taking that file away is what makes the
-// change stand. Whoever finds it takes the change back: its process has died.
+// The snapshot lies in the file "undo" while the change is in progress. Removing that file completes the change. A
+// process that finds the file takes the change back, because the process that made it has died.
 #pragma once
 
 #include "softtoken/owned.h"
@@ -14,24 +14,24 @@
 
 namespace softtoken {
 
-/// The object files in all tokens' folders, by token and name, with their bytes where those were asked for.
+/// The object files in all tokens' folders, by token and name. They have their bytes if the depth asked for contents.
 using Snapshot = std::map<std::string, std::optional<Bytes>>;
 
 enum class Depth {
-    names,   ///< enough to take away what is new
-    contents ///< enough to restore what is altered or gone
+    names,   ///< enough to remove what is new
+    contents ///< enough to restore what was changed or removed
 };
 
 Snapshot takeSnapshot(const std::filesystem::path& store, Depth depth);
 
-/// A snapshot of names may be lost with the power; then what was new stays.
+/// Writes the file. A power failure may destroy a snapshot of names: what is new then stays.
 void keepSnapshot(const std::filesystem::path& store, const Snapshot& snapshot);
 
-/// The change stands.
+/// Removes the file: the change is complete.
 void dropSnapshot(const std::filesystem::path& store);
 
-/// Takes an unfinished change back, if there is one. May be interrupted and repeated. Returns whether anything had
-/// changed. Fails with CKR_DEVICE_MEMORY where there is no room for what must be restored.
+/// Takes an unfinished change back, if there is one. If it is interrupted, it can be repeated. Returns whether anything
+/// had changed. Fails with CKR_DEVICE_MEMORY when the disk has no room for what must be restored.
 bool rollBack(const std::filesystem::path& store);
 
 /// The folders of the tokens in a store.

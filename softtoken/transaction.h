@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Calls that write to the store. Each is done whole and on the disk before it answers CKR_OK, or leaves the store as it
-// was, even where its process dies.
+// Calls that write to the store. Each change is done whole or not at all, even if its process dies. It is on the disk
+// before the call answers CKR_OK.
 #pragma once
 
 #include "softtoken/objects.h"
@@ -12,20 +12,20 @@ using Job = std::function<void()>;
 /// Where a call makes its objects.
 enum class Place { session, token };
 
-/// That of an object made from this template.
+/// The place of an object made from this template.
 Place placeOf(const CK_ATTRIBUTE* attributes, CK_ULONG count);
 
-/// A job that makes objects. When it fails, or what it made is not on the disk, they are gone: SoftHSM2 leaves an
-/// object half-made when it refuses an entry of its template.
+/// A job that makes objects. If it fails, or its objects cannot be written to the disk, they are removed. SoftHSM2
+/// alone leaves a half-made object behind when it refuses an entry of the template.
 void allOrNothing(const Session& session, Place place, const Job& job);
 
-/// A job that alters an object.
+/// A job that changes an object.
 void alterObject(const Session& session, CK_OBJECT_HANDLE object, const Job& job);
 
-/// A job that destroys one.
+/// A job that destroys an object.
 void destroyObject(const Job& job);
 
-/// A job that logs in, which SoftHSM2 notes in the token's file.
+/// A job that logs in. SoftHSM2 rewrites the token's file then.
 void writeLogin(const Job& job);
 
 /// A job that changes a PIN.

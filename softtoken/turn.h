@@ -6,9 +6,8 @@
 
 namespace softtoken {
 
-/// The store locked for one call. Whatever a dead process left unfinished is put right, and where another process has
-/// initialised the token, it is opened anew. Without an open store nothing happens: SoftHSM2 says that it is not
-/// initialised.
+/// Locks the store for one call. Repairs what a dead process left unfinished, and opens the token anew if another
+/// process has initialised it. Does nothing when no store is open: SoftHSM2 then answers CKR_CRYPTOKI_NOT_INITIALIZED.
 class Turn {
 public:
     explicit Turn(const CK_FUNCTION_LIST& softHsm);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Whether a PKCS #7 message is signed as it says.
+// Verification of PKCS #7 messages.
 #pragma once
 
 #include "include/tovr_pkcs11.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The standard's functions that make, alter and destroy objects.
+// The standard functions that make, change and destroy objects.
 #pragma once
 
 #include "include/tovr_pkcs11.h"
