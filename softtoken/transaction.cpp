@@ -191,8 +191,13 @@ void changePin(const Job& job)
         job();
         keepTokenFiles(folder());
     } catch (...) {
-        if (revertTokenFiles(folder()))
+        try {
+            if (revertTokenFiles(folder()))
+                store.forgetPins();
+        } catch (...) {
             store.forgetPins();
+            throw;
+        }
         Writing::end();
         throw;
     }
