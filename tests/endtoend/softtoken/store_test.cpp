@@ -334,8 +334,12 @@ TEST_F(StoreWithToken, IsReadAfterItsTokenFileWasCutShort)
     const auto expectReadable = [&](std::uintmax_t left, const std::string& pin) {
         EXPECT_CKR(standard->C_Finalize(nullptr), CKR_OK);
         fs::resize_file(file, left);
+        const fs::path damaged = folder.path() / "damaged";
+        fs::remove(damaged);
+        fs::create_hard_link(file, damaged);
         EXPECT_CKR(standard->C_Initialize(nullptr), CKR_OK);
         EXPECT_EQ(fs::file_size(file), whole);
+        EXPECT_EQ(fs::file_size(damaged), left) << "replaced in one step, not written over";
         session = openSession();
         EXPECT_CKR(login(session, pin), CKR_OK);
         EXPECT_EQ(objectCount(), 2U);
