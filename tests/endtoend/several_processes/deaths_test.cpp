@@ -60,7 +60,7 @@ protected:
     {
         const fs::path log = folder.path() / "log";
         const int out = open(log.c_str(), O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, 0600);
-        ASSERT_LE(0, out);
+        ASSERT_GE(out, 0);
         {
             ChildProcess writer(
                 {TOKEN_WRITER, job, std::to_string(progress.done + 1), folder.path() / "certificate.der"}, STDIN_FILENO,
@@ -69,7 +69,7 @@ protected:
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             std::this_thread::sleep_for(life);
             writer.signal(SIGKILL);
-            ASSERT_EQ(128 + SIGKILL, writer.wait()) << "it ended by itself";
+            ASSERT_EQ(writer.wait(), 128 + SIGKILL) << "it ended by itself";
         }
         (void)close(out); // the writer's
         progress.begun = progress.done;
@@ -84,23 +84,23 @@ protected:
     /// What the store holds must be what was done, or what was begun. Goes on from there.
     void settle(long found)
     {
-        ASSERT_LE(progress.done, found) << "something acknowledged is lost";
-        ASSERT_GE(progress.begun, found) << "something was done that nobody began";
+        ASSERT_GE(found, progress.done) << "something acknowledged is lost";
+        ASSERT_LE(found, progress.begun) << "something was done that nobody began";
         progress.done = found;
     }
 
     void expectWitnesses()
     {
         Bytes certificate;
-        ASSERT_EQ(CKR_OK, readCertificate(certificate));
+        ASSERT_EQ(readCertificate(certificate), CKR_OK);
         Bytes message;
-        ASSERT_EQ(CKR_OK, sign(bytes("still here"), message));
+        ASSERT_EQ(sign(bytes("still here"), message), CKR_OK);
     }
 
     static long count(const std::string& type, const std::string& id)
     {
         std::vector<ObjectAttr> objects;
-        EXPECT_EQ(CKR_OK, list(objects));
+        EXPECT_EQ(list(objects), CKR_OK);
         return std::count_if(objects.begin(), objects.end(),
                              [&](const ObjectAttr& object) { return object.type == type && object.id == id; });
     }
@@ -120,7 +120,7 @@ protected:
             if (HasFatalFailure())
                 return;
         }
-        EXPECT_LT(0, written) << "no process has done anything";
+        EXPECT_GT(written, 0) << "no process has done anything";
     }
 
     Folder folder;
@@ -169,12 +169,12 @@ TEST_F(Death, WhileChangingThePin)
                 << "both PINs are valid";
             settle(progress.done);
         } else {
-            ASSERT_CKR(CKR_PIN_INCORRECT, before);
-            ASSERT_CKR(CKR_OK, tryPin(pinNumber(progress.begun)));
+            ASSERT_CKR(before, CKR_PIN_INCORRECT);
+            ASSERT_CKR(tryPin(pinNumber(progress.begun)), CKR_OK);
             settle(progress.begun);
         }
         if (progress.done > 0) {
-            ASSERT_CKR(CKR_PIN_INCORRECT, tryPin(pinNumber(progress.done - 1))) << "a replaced PIN is valid again";
+            ASSERT_CKR(tryPin(pinNumber(progress.done - 1)), CKR_PIN_INCORRECT) << "a replaced PIN is valid again";
         }
     });
 }
@@ -182,24 +182,24 @@ TEST_F(Death, WhileChangingThePin)
 TEST_F(Death, WhileInitialising)
 {
     const auto prepare = [] {
-        ASSERT_EQ(CKR_OK, initialise()) << "by the PUK of before";
-        ASSERT_EQ(CKR_OK, generateKeyPair());
-        ASSERT_EQ(CKR_OK, changePin(userPin, otherPin));
+        ASSERT_EQ(initialise(), CKR_OK) << "by the PUK of before";
+        ASSERT_EQ(generateKeyPair(), CKR_OK);
+        ASSERT_EQ(changePin(userPin, otherPin), CKR_OK);
     };
     prepare();
     killAll(
         "initialising",
         [&] {
             const bool isNew = tryPin(userPin) == CKR_OK;
-            ASSERT_CKR(isNew ? CKR_PIN_INCORRECT : CKR_OK, tryPin(otherPin));
+            ASSERT_CKR(tryPin(otherPin), isNew ? CKR_PIN_INCORRECT : CKR_OK);
             ASSERT_TRUE(isNew || progress.done == 0) << "an acknowledged initialisation is undone";
             ASSERT_TRUE(!isNew || progress.begun > 0);
             if (!isNew) {
-                ASSERT_EQ(CKR_OK, changePin(otherPin, userPin));
+                ASSERT_EQ(changePin(otherPin, userPin), CKR_OK);
             }
             std::vector<ObjectAttr> objects;
-            ASSERT_EQ(CKR_OK, list(objects));
-            ASSERT_EQ(isNew ? 0U : 2U, objects.size());
+            ASSERT_EQ(list(objects), CKR_OK);
+            ASSERT_EQ(objects.size(), isNew ? 0U : 2U);
             prepare();
             progress = {};
         },
@@ -214,10 +214,10 @@ TEST_F(Death, WhileInitialisingABlankToken)
         "initialising",
         [&] {
             if (progress.done > 0) {
-                ASSERT_CKR(CKR_OK, tryPin(userPin));
+                ASSERT_CKR(tryPin(userPin), CKR_OK);
             }
-            ASSERT_EQ(CKR_OK, initialise()) << "blank, or by its PUK";
-            ASSERT_CKR(CKR_OK, tryPin(userPin));
+            ASSERT_EQ(initialise(), CKR_OK) << "blank, or by its PUK";
+            ASSERT_CKR(tryPin(userPin), CKR_OK);
             prepare();
             progress = {};
         },
@@ -227,7 +227,7 @@ TEST_F(Death, WhileInitialisingABlankToken)
 TEST_F(Death, WhileLoggingIn)
 {
     killAll("loggingIn", [this] {
-        ASSERT_CKR(CKR_OK, tryPin(userPin));
+        ASSERT_CKR(tryPin(userPin), CKR_OK);
         expectWitnesses();
     });
 }
@@ -236,12 +236,12 @@ TEST_F(Death, WhileCreatingObjects)
 {
     killAll("creating", [this] {
         const RawToken token;
-        ASSERT_CKR(CKR_OK, token.login(userPin));
+        ASSERT_CKR(token.login(userPin), CKR_OK);
         const auto objects = token.objects();
         settle(static_cast<long>(objects.size()));
         for (const auto& [label, object] : objects) {
-            ASSERT_GE(progress.done, std::stol(label));
-            ASSERT_EQ(RawToken::valueFor(label), token.value(object));
+            ASSERT_LE(std::stol(label), progress.done);
+            ASSERT_EQ(token.value(object), RawToken::valueFor(label));
         }
     });
 }
@@ -250,13 +250,13 @@ TEST_F(Death, WhileRelabellingAnObject)
 {
     killAll("relabelling", [this] {
         const RawToken token;
-        ASSERT_CKR(CKR_OK, token.login(userPin));
+        ASSERT_CKR(token.login(userPin), CKR_OK);
         const auto objects = token.objects();
         if (objects.empty() && progress.begun <= 1) // the first step makes it
             return;
-        ASSERT_EQ(1U, objects.size());
+        ASSERT_EQ(objects.size(), 1U);
         settle(std::stol(objects.begin()->first));
-        ASSERT_EQ(RawToken::valueFor("1"), token.value(objects.begin()->second));
+        ASSERT_EQ(token.value(objects.begin()->second), RawToken::valueFor("1"));
     });
 }
 
@@ -264,7 +264,7 @@ TEST_F(Death, WhileDestroyingAnObject)
 {
     killAll("destroying", [this] {
         const RawToken token;
-        ASSERT_CKR(CKR_OK, token.login(userPin));
+        ASSERT_CKR(token.login(userPin), CKR_OK);
         const bool isThere = !token.objects().empty();
         settle(isThere == (progress.done % 2 != 0) ? progress.done : progress.done + 1);
     });

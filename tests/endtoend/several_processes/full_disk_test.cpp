@@ -25,27 +25,27 @@ protected:
     {
         const uid_t user = geteuid();
         if (unshare(user == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0) {
-            ASSERT_EQ(EPERM, errno);
+            ASSERT_EQ(errno, EPERM);
             GTEST_SKIP() << "needs a mount namespace: root, or leave to make user namespaces";
         }
         if (user != 0)
             std::ofstream("/proc/self/uid_map") << user << ' ' << user << " 1\n";
-        ASSERT_EQ(0, mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr)) << std::strerror(errno);
+        ASSERT_EQ(mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0) << std::strerror(errno);
         fs::create_directory(folder.path() / "token");
-        ASSERT_EQ(0, mount("none", (folder.path() / "token").c_str(), "tmpfs", 0, "size=256k,mode=0700"))
+        ASSERT_EQ(mount("none", (folder.path() / "token").c_str(), "tmpfs", 0, "size=256k,mode=0700"), 0)
             << std::strerror(errno);
         mounted = true;
-        ASSERT_EQ(CKR_OK, initialise());
-        ASSERT_EQ(CKR_OK, generateKeyPair());
+        ASSERT_EQ(initialise(), CKR_OK);
+        ASSERT_EQ(generateKeyPair(), CKR_OK);
         const RawToken token;
-        ASSERT_CKR(CKR_OK, token.login(userPin));
-        ASSERT_CKR(CKR_OK, token.create("before"));
+        ASSERT_CKR(token.login(userPin), CKR_OK);
+        ASSERT_CKR(token.create("before"), CKR_OK);
     }
 
     void TearDown() override
     {
         if (mounted) {
-            EXPECT_EQ(0, umount2((folder.path() / "token").c_str(), MNT_DETACH));
+            EXPECT_EQ(umount2((folder.path() / "token").c_str(), MNT_DETACH), 0);
         }
     }
 
@@ -57,14 +57,14 @@ protected:
     void fill(long blocks) const
     {
         const int file = open(filler().c_str(), O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, 0600);
-        ASSERT_LE(0, file);
+        ASSERT_GE(file, 0);
         const Bytes block(4096, 0xFF);
         off_t size = 0;
         for (ssize_t written = 0; (written = write(file, block.data(), block.size())) > 0;)
             size += written;
-        ASSERT_EQ(ENOSPC, errno);
-        ASSERT_EQ(0, ftruncate(file, std::max<off_t>(0, size - blocks * 4096)));
-        ASSERT_EQ(0, close(file));
+        ASSERT_EQ(errno, ENOSPC);
+        ASSERT_EQ(ftruncate(file, std::max<off_t>(0, size - blocks * 4096)), 0);
+        ASSERT_EQ(close(file), 0);
     }
 
     void empty() const { fs::remove(filler()); }
@@ -90,15 +90,15 @@ TEST_F(FullDisk, ChangesThePinOrDoesNot)
         fill(blocks);
         const CK_RV rv = changePin(pin, next);
         empty();
-        EXPECT_EQ(rv == CKR_OK, isValid(next));
-        EXPECT_EQ(rv != CKR_OK, isValid(pin));
+        EXPECT_EQ(isValid(next), rv == CKR_OK);
+        EXPECT_EQ(isValid(pin), rv != CKR_OK);
         if (rv == CKR_OK)
             pin = next;
         else
             ++refused;
     }
-    EXPECT_NE(userPin, pin) << "with room it works";
-    EXPECT_LT(0, refused) << "without, it does not";
+    EXPECT_NE(pin, userPin) << "with room it works";
+    EXPECT_GT(refused, 0) << "without, it does not";
 }
 
 TEST_F(FullDisk, MakesAnObjectOrDoesNot)
@@ -110,26 +110,26 @@ TEST_F(FullDisk, MakesAnObjectOrDoesNot)
         CK_RV rv = CKR_GENERAL_ERROR;
         {
             const RawToken token;
-            ASSERT_CKR(CKR_OK, token.login(userPin));
+            ASSERT_CKR(token.login(userPin), CKR_OK);
             fill(blocks);
             rv = token.create(label);
-            EXPECT_EQ(rv == CKR_OK, token.objects().count(label) == 1);
+            EXPECT_EQ(token.objects().count(label) == 1, rv == CKR_OK);
         }
         refused += rv == CKR_OK ? 0 : 1;
         empty();
         const RawToken token;
-        ASSERT_CKR(CKR_OK, token.login(userPin));
+        ASSERT_CKR(token.login(userPin), CKR_OK);
         const auto objects = token.objects();
-        EXPECT_EQ(rv == CKR_OK, objects.count(label) == 1);
-        ASSERT_EQ(1U, objects.count("before"));
+        EXPECT_EQ(objects.count(label) == 1, rv == CKR_OK);
+        ASSERT_EQ(objects.count("before"), 1U);
         for (const auto& [each, object] : objects)
-            EXPECT_EQ(RawToken::valueFor(each), token.value(object));
+            EXPECT_EQ(token.value(object), RawToken::valueFor(each));
         if (rv == CKR_OK) {
-            EXPECT_CKR(CKR_OK, token.destroy(objects.at(label)));
+            EXPECT_CKR(token.destroy(objects.at(label)), CKR_OK);
         }
     }
-    EXPECT_LT(0, refused);
-    EXPECT_GT(mostBlocks, refused);
+    EXPECT_GT(refused, 0);
+    EXPECT_LT(refused, mostBlocks);
 }
 
 TEST_F(FullDisk, AltersAnObjectOrDoesNot)
@@ -142,7 +142,7 @@ TEST_F(FullDisk, AltersAnObjectOrDoesNot)
         CK_RV rv = CKR_GENERAL_ERROR;
         {
             const RawToken token;
-            ASSERT_CKR(CKR_OK, token.login(userPin));
+            ASSERT_CKR(token.login(userPin), CKR_OK);
             const auto objects = token.objects();
             fill(blocks);
             rv = token.relabel(objects.at(label), next);
@@ -151,17 +151,17 @@ TEST_F(FullDisk, AltersAnObjectOrDoesNot)
         refused += rv == CKR_OK ? 0 : 1;
         label = rv == CKR_OK ? next : label;
         const RawToken token;
-        ASSERT_CKR(CKR_OK, token.login(userPin));
-        ASSERT_EQ(1U, token.objects().count(label)) << scripted::codeName(rv);
-        EXPECT_EQ(RawToken::valueFor("before"), token.value(token.objects().at(label)));
+        ASSERT_CKR(token.login(userPin), CKR_OK);
+        ASSERT_EQ(token.objects().count(label), 1U) << scripted::codeName(rv);
+        EXPECT_EQ(token.value(token.objects().at(label)), RawToken::valueFor("before"));
     }
-    EXPECT_LT(0, refused);
-    EXPECT_GT(mostBlocks, refused);
+    EXPECT_GT(refused, 0);
+    EXPECT_LT(refused, mostBlocks);
 }
 
 TEST_F(FullDisk, InitialisesTheTokenOrDoesNot)
 {
-    ASSERT_EQ(CKR_OK, changePin(userPin, otherPin));
+    ASSERT_EQ(changePin(userPin, otherPin), CKR_OK);
     int refused = 0;
     CK_RV rv = CKR_GENERAL_ERROR;
     for (long blocks = 0; rv != CKR_OK && blocks <= mostBlocks; ++blocks) {
@@ -170,14 +170,14 @@ TEST_F(FullDisk, InitialisesTheTokenOrDoesNot)
         rv = initialise();
         empty();
         refused += rv == CKR_OK ? 0 : 1;
-        EXPECT_EQ(rv == CKR_OK, isValid(userPin));
-        EXPECT_EQ(rv != CKR_OK, isValid(otherPin));
+        EXPECT_EQ(isValid(userPin), rv == CKR_OK);
+        EXPECT_EQ(isValid(otherPin), rv != CKR_OK);
         const RawToken token;
-        ASSERT_CKR(CKR_OK, token.login(rv == CKR_OK ? userPin : otherPin));
-        EXPECT_EQ(rv == CKR_OK ? 0U : 1U, token.objects().size());
+        ASSERT_CKR(token.login(rv == CKR_OK ? userPin : otherPin), CKR_OK);
+        EXPECT_EQ(token.objects().size(), rv == CKR_OK ? 0U : 1U);
     }
-    EXPECT_EQ(CKR_OK, rv);
-    EXPECT_LT(0, refused);
+    EXPECT_EQ(rv, CKR_OK);
+    EXPECT_GT(refused, 0);
 }
 
 TEST_F(FullDisk, IsReadAllTheSame)
@@ -186,7 +186,7 @@ TEST_F(FullDisk, IsReadAllTheSame)
     EXPECT_TRUE(isValid(userPin));
     EXPECT_FALSE(isValid(otherPin));
     Bytes csr;
-    EXPECT_EQ(CKR_OK, request(csr));
+    EXPECT_EQ(request(csr), CKR_OK);
     EXPECT_TRUE(isValid(userPin));
     empty();
     EXPECT_TRUE(isValid(userPin));

@@ -33,7 +33,7 @@ TEST(MixedJobs, OfManyProcessesLoseNothing)
         workers.emplace_back(std::vector<std::string>{MIXED_WORKER, std::to_string(i), seconds, folder.path()},
                              STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO);
     for (ChildProcess& worker : workers)
-        EXPECT_EQ(0, worker.wait());
+        EXPECT_EQ(worker.wait(), 0);
 
     std::set<std::string> expected;
     for (int i = 0; i < count; ++i) {
@@ -45,13 +45,13 @@ TEST(MixedJobs, OfManyProcessesLoseNothing)
     long pin = 0;
     std::ifstream(folder.path() / "pin") >> pin;
     const RawToken token;
-    ASSERT_CKR(CKR_OK, token.login(pinNumber(pin)));
+    ASSERT_CKR(token.login(pinNumber(pin)), CKR_OK);
     std::set<std::string> found;
     for (const auto& [label, object] : token.objects()) {
         found.insert(label);
-        EXPECT_EQ(RawToken::valueFor(label), token.value(object)) << label;
+        EXPECT_EQ(token.value(object), RawToken::valueFor(label)) << label;
     }
-    EXPECT_EQ(expected, found);
+    EXPECT_EQ(found, expected);
     EXPECT_FALSE(found.empty());
 }
 

@@ -28,8 +28,8 @@ TEST_F(JdkProvider, ReadsThePrivateKeyWithItsCertificate)
     const Bytes der = issue("\x01\x02");
     const Outcome listed = keytool({"-list"});
     EXPECT_TRUE(succeeded(listed));
-    EXPECT_NE(std::string::npos, listed.out.find("contains 1 entry")) << listed.out;
-    EXPECT_NE(std::string::npos, listed.out.find("PrivateKeyEntry")) << listed.out;
+    EXPECT_NE(listed.out.find("contains 1 entry"), std::string::npos) << listed.out;
+    EXPECT_NE(listed.out.find("PrivateKeyEntry"), std::string::npos) << listed.out;
 
     EXPECT_TRUE(succeeded(keytool({"-exportcert", "-alias", "issued", "-file", "exported.der"})));
     EXPECT_EQ(der, folder.read("exported.der"));

@@ -59,7 +59,7 @@ TEST_F(Memory, ThatIsExhaustedIsNamed)
         rv = module->C_TOVR_ImportCert(session, der.data(), der.size(), nullptr, 0);
     }
     EXPECT_CKR(rv, CKR_HOST_MEMORY);
-    EXPECT_EQ(before, objectCount());
+    EXPECT_EQ(objectCount(), before);
 }
 
 } // namespace

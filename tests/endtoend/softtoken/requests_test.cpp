@@ -29,12 +29,12 @@ protected:
     {
         Bytes csr;
         const CK_RV rv = createCsr("rsa", text, csr);
-        EXPECT_EQ(rv == CKR_OK, !csr.empty());
+        EXPECT_EQ(!csr.empty(), rv == CKR_OK);
         return rv;
     }
 };
 
-#define EXPECT_TOLD(part, whole) EXPECT_NE(std::string::npos, (whole).find(part)) << (whole)
+#define EXPECT_TOLD(part, whole) EXPECT_NE((whole).find(part), std::string::npos) << (whole)
 
 TEST_F(Requests, AreSignedByTheTokensKey)
 {
