@@ -22,7 +22,7 @@ final class Der {
         return Arrays.copyOf(der, end);
     }
 
-    /** Returns where a sequence ends; for what is no whole sequence, the length of it all. */
+    /** Returns where a sequence ends. If the bytes are no whole sequence, returns their length. */
     private static int end(byte[] der) {
         if (der.length < 2 || der[0] != SEQUENCE) {
             return der.length;

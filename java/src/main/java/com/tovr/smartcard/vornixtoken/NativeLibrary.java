@@ -11,13 +11,13 @@ import java.util.ArrayList;
 import java.util.List;
 
 /**
- * Loads {@code libVornixToken_Javalib}. {@link Token} does so by itself; who calls the native methods directly may use
- * this class or {@link System#load}.
+ * Loads {@code libVornixToken_Javalib}. {@link Token} does so by itself. Callers of the native methods may use this
+ * class or {@link System#load}.
  *
  * <p>Where the library is looked for:
  * <ol>
- * <li>the file that the system property {@code vornixtoken.library} names; if it is set, be it to nothing, nothing else
- * is tried;</li>
+ * <li>the file that the system property {@code vornixtoken.library} names; if the property is set, even to an empty
+ * name, nothing else is tried;</li>
  * <li>{@link System#loadLibrary}, that is {@code java.library.path};</li>
  * <li>the system's folder for such libraries, such as {@code /usr/lib/x86_64-linux-gnu/jni};</li>
  * <li>a copy packed into this jar, {@code /natives/linux-x86_64/libVornixToken_Javalib.so} for instance, which is
@@ -25,8 +25,8 @@ import java.util.List;
  * loaded. That place must be writable and allow execution.</li>
  * </ol>
  *
- * <p>The virtual machine gives one file to one class loader alone; of several that have this class, the others take
- * another file of this list, such as a copy from the jar.
+ * <p>Only one class loader can load a file. If several have this class, the others load another file of this list, such
+ * as a copy from the jar.
  *
  * <p>From Java 24 on native access must be granted, or Java warns and later refuses:
  * {@code --enable-native-access=com.tovr.smartcard.vornixtoken} for the module path,
@@ -45,8 +45,8 @@ public final class NativeLibrary {
     /**
      * Loads the library, unless this method has loaded it already.
      *
-     * @throws UnsatisfiedLinkError when the library is nowhere to be had; the message tells every place that was tried
-     *                              and why it was not there
+     * @throws UnsatisfiedLinkError when no place has a library that loads; the message tells every place that was tried
+     *                              and why it failed
      */
     public static synchronized void load() {
         if (!loaded) {
@@ -55,7 +55,7 @@ public final class NativeLibrary {
         }
     }
 
-    /** One search, which remembers where it was in vain. */
+    /** One search, which remembers the places that failed. */
     private static final class Search {
         private final List<String> failures = new ArrayList<>();
         private final String architecture = System.getProperty("os.arch").replace("amd64", "x86_64");
@@ -83,7 +83,7 @@ public final class NativeLibrary {
             return load("file", () -> System.load(path));
         }
 
-        /** The system's name for the platform, which for some is not that of Java. */
+        /** The system's name for the platform. Java's name differs for some platforms. */
         private String triplet() {
             switch (architecture) {
                 case "arm":
@@ -108,7 +108,7 @@ public final class NativeLibrary {
                     Files.copy(copy, file);
                     return load(place, () -> System.load(file.toString()));
                 } finally {
-                    // A copy that cannot be removed is no reason to do without it.
+                    // The library is usable even if its copy cannot be removed.
                     file.toFile().delete();
                     folder.toFile().delete();
                 }
@@ -139,7 +139,7 @@ public final class NativeLibrary {
             return false;
         }
 
-        /** The module's name for the options of Java, by reflection for the sake of Java 8. */
+        /** The module's name for Java's options. By reflection, because Java 8 has no modules. */
         private static String caller() {
             try {
                 Object module = Class.class.getMethod("getModule").invoke(NativeLibrary.class);

@@ -17,12 +17,12 @@ import java.util.function.ToLongFunction;
  * }
  * </pre>
  *
- * <p>Any thread may close it. A job that has begun ends with its own copy; one that still waits for its turn fails.
+ * <p>Any thread may close it. A job that has begun keeps its own copy; one that still waits for its turn fails.
  *
- * <p>A PIN is equal to itself alone, so that no comparison tells anything of it.
+ * <p>A PIN equals only itself, so no comparison reveals anything of it.
  *
- * <p>The library wipes the copies that it makes. What the virtual machine copies while it collects garbage is beyond
- * anyone's reach.
+ * <p>The library wipes the copies that it makes. It cannot wipe those that the virtual machine's garbage collector
+ * makes.
  */
 public final class Pin implements AutoCloseable {
     private final byte[] bytes;
@@ -44,7 +44,7 @@ public final class Pin implements AutoCloseable {
         return encoded(characters, ByteBuffer.allocate(3 * characters.length));
     }
 
-    /** Encodes through a buffer that holds three bytes a character; wipes both. */
+    /** Encodes through a buffer with room for three bytes a character, and wipes characters and buffer. */
     static Pin encoded(char[] characters, ByteBuffer encoded) {
         try {
             if (StandardCharsets.UTF_8.newEncoder().encode(CharBuffer.wrap(characters), encoded, true).isError()) {
@@ -79,7 +79,7 @@ public final class Pin implements AutoCloseable {
         return new Pin(new byte[0]);
     }
 
-    /** Does a job with a copy of its own, so that closing the PIN meanwhile never makes zeros of what is sent. */
+    /** Does a job with a copy of the PIN, so that no zeros are sent if the PIN is closed meanwhile. */
     long lend(ToLongFunction<byte[]> job) {
         byte[] copy = copy();
         try {
@@ -100,14 +100,14 @@ public final class Pin implements AutoCloseable {
         return bytes;
     }
 
-    /** Wipes the PIN, which cannot be used any more. */
+    /** Wipes the PIN. It cannot be used any more. */
     @Override
     public synchronized void close() {
         closed = true;
         Arrays.fill(bytes, (byte) 0);
     }
 
-    /** Tells nothing of the PIN. */
+    /** Reveals nothing of the PIN. */
     @Override
     public String toString() {
         return "Pin";

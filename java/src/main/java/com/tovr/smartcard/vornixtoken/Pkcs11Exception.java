@@ -30,7 +30,7 @@ public final class Pkcs11Exception extends GeneralSecurityException {
     /**
      * Returns the code's name.
      *
-     * @return the name that PKCS #11 gives it, such as {@code CKR_PIN_INCORRECT}; for a code of a vendor's
+     * @return the name that PKCS #11 gives it, such as {@code CKR_PIN_INCORRECT}; for a vendor's code
      *         {@code CKR_VENDOR_DEFINED + 0x12}, for an unknown one {@code 0x…}
      */
     public String getCodeName() {
@@ -38,7 +38,7 @@ public final class Pkcs11Exception extends GeneralSecurityException {
     }
 
     /**
-     * Tells whether the code is of the range that PKCS #11 leaves to vendors.
+     * Tells whether the code is in the range that PKCS #11 leaves to vendors.
      *
      * @return whether it is 0x80000000 or above
      */

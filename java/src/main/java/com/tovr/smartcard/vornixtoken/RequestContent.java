@@ -7,8 +7,8 @@ import java.util.List;
 import java.util.Objects;
 
 /**
- * What a certificate signing request says beside its key. The module defines what the texts mean; most take names or
- * object identifiers in dots:
+ * What a certificate signing request says beside its key. The module defines what the texts mean; most modules take
+ * names or dotted object identifiers:
  *
  * <pre>
  * RequestContent.builder()
@@ -18,9 +18,9 @@ import java.util.Objects;
  *         .build();
  * </pre>
  *
- * <p>The module meets the texts in the virtual machine's modified UTF-8. A character beyond U+FFFF arrives as its two
- * surrogates of three bytes each, and a module that puts these bytes into the request, or refuses them, makes a request
- * that others cannot read: keep to characters up to U+FFFF.
+ * <p>The module gets the texts in the virtual machine's modified UTF-8. A character beyond U+FFFF arrives as its two
+ * surrogates of three bytes each. A module may refuse these bytes, or make a request of them that others cannot read.
+ * Use only characters up to U+FFFF.
  */
 public final class RequestContent {
     private final String[] subject;
@@ -42,7 +42,7 @@ public final class RequestContent {
         return new Builder();
     }
 
-    /** Tells whether the other is the content of a request with the same texts. */
+    /** Tells whether the other content has the same texts. */
     @Override
     public boolean equals(Object other) {
         if (!(other instanceof RequestContent)) {
@@ -58,7 +58,7 @@ public final class RequestContent {
         return Arrays.deepHashCode(new String[][] {subject, attributes, extensions});
     }
 
-    /** Returns the subject alone, since an attribute may be a challenge password. */
+    /** Returns only the subject, because an attribute may be a challenge password. */
     @Override
     public String toString() {
         return "request for " + Arrays.toString(subject);

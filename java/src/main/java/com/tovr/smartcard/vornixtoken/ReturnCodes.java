@@ -9,7 +9,7 @@ import java.util.Map;
 final class ReturnCodes {
     static final long OK = 0;
 
-    /** The library's own codes that PKCS #11 gives another meaning, or a wider one. */
+    /** The library's own codes. In PKCS #11 they have another meaning, or a wider one. */
     private static final long MODULE_NOT_USABLE = 1;
     private static final long NOT_FOUND = 6;
 

@@ -36,24 +36,24 @@ import java.util.stream.Collectors;
  * <p>An object of this class holds nothing open. Every method loads and initialises the module, finds the token, does
  * its job and unloads the module again, so a card may be taken out and put in between two of them.
  *
- * <p><b>Failures.</b> Whatever the token refuses is a {@link Pkcs11Exception} with the PKCS #11 code; what the library
- * has to say beyond the code it writes to the process's standard output. A {@code null} argument is a
- * {@link NullPointerException} with the parameter's name, unless the method takes it; a closed PIN is an
+ * <p><b>Failures.</b> When the token refuses a job, the method throws a {@link Pkcs11Exception} with the PKCS #11 code.
+ * The library writes details to the process's standard output. A {@code null} argument causes a
+ * {@link NullPointerException} with the parameter's name, unless the method allows {@code null}; a closed PIN causes an
  * {@link IllegalStateException}. In both cases nothing has been sent.
  *
- * <p><b>Threads.</b> All methods of all objects may be called by any thread. They wait for one another on a lock of the
- * process, because a module is one for the whole process and two jobs at once would finalise it under each other. Calls
- * of the native methods themselves, past this class, are not covered.
+ * <p><b>Threads.</b> All methods of all objects may be called by any thread. They wait for one another on one lock:
+ * the process has only one instance of a module, and of two jobs at once the first to end would finalise it under the
+ * other. Direct calls of the native methods do not take the lock.
  *
- * <p><b>Modules.</b> Importing, signing, verifying and requesting certificates take functions that the token maker's
- * module has beyond PKCS #11. Nobody checks that they are there: with another module the virtual machine crashes.
+ * <p><b>Modules.</b> Importing, signing, verifying and requesting certificates use functions that the token maker's
+ * module has beyond PKCS #11. Nothing checks that they are there: with another module the virtual machine crashes.
  *
- * <p><b>Texts.</b> Labels and the texts of requests reach the token in the virtual machine's modified UTF-8. That is
- * UTF-8 for all characters up to U+FFFF but U+0000; others come back as they were given, but look odd to other
+ * <p><b>Texts.</b> Labels and the texts of requests reach the token in the virtual machine's modified UTF-8. For
+ * characters up to U+FFFF, except U+0000, that is UTF-8. All others come back as they were given, but look odd to other
  * applications. A module with such a character in its path is not found.
  */
 public final class Token {
-    /** Interned, hence one for all class loaders of the process, as the module is. */
+    /** Interned, so all class loaders of the process share it, as they share the module. */
     private static final Object LOCK = "com.tovr.smartcard.vornixtoken.Token.LOCK".intern();
     private static final byte[] NO_ID = {};
 
@@ -61,13 +61,13 @@ public final class Token {
     private final String terminalName;
 
     /**
-     * Names a token; nothing is loaded but this library.
+     * Names a token. Loads this library, but not yet the module.
      *
      * @param modulePath   the PKCS #11 module's file, as the dynamic loader takes it
      * @param terminalName the reader. A slot matches when its manufacturer or its description, without trailing blanks,
-     *                     begins with this name or is the beginning of it, so "Reader 1" is also "Reader 10"; of
-     *                     several, the module's last is taken. Give it in full.
-     * @throws IllegalArgumentException when the reader's name is empty, for that would be any reader
+     *                     begins with this name or is the beginning of it, so "Reader 1" also matches
+     *                     "Reader 10". The module's last slot that matches is taken. Give the name in full.
+     * @throws IllegalArgumentException when the reader's name is empty, which would match any reader
      * @throws UnsatisfiedLinkError     when this library cannot be loaded, see {@link NativeLibrary}
      */
     public Token(String modulePath, String terminalName) {
@@ -105,8 +105,8 @@ public final class Token {
     }
 
     /**
-     * Initialises the token under the label "VORNIX Token". All its objects are lost. The user PIN afterwards is the
-     * module's matter; by PKCS #11 there is none.
+     * Initialises the token under the label "VORNIX Token". All its objects are lost. The
+     * module decides which user PIN it has then; by PKCS #11 it has none.
      *
      * @param puk the security officer's PIN
      * @throws Pkcs11Exception when the token refuses
@@ -117,8 +117,8 @@ public final class Token {
     }
 
     /**
-     * Destroys every object that the user sees. PINs and label stay. An object that cannot be destroyed is passed over
-     * in silence unless it is the last one: {@link #listObjects} tells what is left.
+     * Destroys every object that the user sees. PINs and label stay. An object that cannot be destroyed is skipped
+     * without an exception unless it is the last one: {@link #listObjects} tells what is left.
      *
      * @param pin the user PIN
      * @throws Pkcs11Exception when the token refuses, or when its last object cannot be destroyed; other objects are
@@ -190,8 +190,8 @@ public final class Token {
     }
 
     /**
-     * Reads the first certificate with a label and an ID as the token holds it: nothing is checked, and what stands
-     * behind the certificate, such as the padding of a file on the card, is not cut off.
+     * Reads the first certificate with a label and an ID as the token holds it. Nothing is checked, and bytes
+     * behind the certificate, such as the padding of a file on the card, are not cut off.
      *
      * @param pin   the user PIN
      * @param label the certificate's label
@@ -294,7 +294,7 @@ public final class Token {
     }
 
     /**
-     * Generates an RSA key pair with public exponent 65537 on the token. One of the same name stays beside it.
+     * Generates an RSA key pair with public exponent 65537 on the token. Pairs with the same label stay beside it.
      *
      * @param pin         the user PIN
      * @param modulusBits the length of the modulus in bits
@@ -408,8 +408,8 @@ public final class Token {
     }
 
     /**
-     * Powers a card down through the PC/SC service, so that its next user meets a freshly powered one. Whether that
-     * worked is told on standard output only.
+     * Powers a card down through the PC/SC service, so that its next user gets a freshly powered one. A failure is
+     * told on standard output only.
      *
      * @param readerName the reader's full name
      * @throws IllegalArgumentException when the name is empty
@@ -424,7 +424,7 @@ public final class Token {
         });
     }
 
-    /** Tells whether the other is a token of the same name, in the same module. */
+    /** Tells whether the other has the same module path and the same reader name. */
     @Override
     public boolean equals(Object other) {
         return other instanceof Token && modulePath.equals(((Token) other).modulePath)

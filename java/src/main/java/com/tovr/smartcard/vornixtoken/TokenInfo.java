@@ -82,7 +82,7 @@ public final class TokenInfo {
         return Collections.unmodifiableSet(set);
     }
 
-    /** Tells whether the other is a description that says the same. */
+    /** Tells whether the other description says the same. */
     @Override
     public boolean equals(Object other) {
         if (!(other instanceof TokenInfo)) {

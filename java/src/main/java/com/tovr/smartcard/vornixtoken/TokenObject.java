@@ -71,7 +71,7 @@ public final class TokenObject {
         return Optional.ofNullable(keyType);
     }
 
-    /** Tells whether the other is an object that shows the same. A token may hold several such. */
+    /** Tells whether the other object has the same kind, label, ID and key type. A token may hold several such. */
     @Override
     public boolean equals(Object other) {
         if (!(other instanceof TokenObject)) {
@@ -110,7 +110,7 @@ public final class TokenObject {
         DOMAIN_PARAMETERS("domain parameter"),
         /** A mechanism. */
         MECHANISM("mechanism"),
-        /** Something of a vendor's own, or something that does not show what it is. */
+        /** A vendor's own class, or an object whose class cannot be read. */
         UNKNOWN("unknown");
 
         private static final Map<String, Kind> NAMES = new HashMap<>();

@@ -2,8 +2,8 @@
 package com.tovr.smartcard.vornixtoken.api;
 
 /**
- * One object of a token as {@link Pkcs11Wrapper#listObjects} describes it. The library creates it by the constructor
- * and fills it by the four setters.
+ * One object of a token as {@link Pkcs11Wrapper#listObjects} describes it. The library creates it with the constructor
+ * and fills it with the four setters.
  */
 public class Pkcs11ObjectAttribute {
     private String type;

@@ -30,18 +30,17 @@ import java.util.ArrayList;
  * <p><b>Parameters common to all methods.</b>
  * <ul>
  * <li>{@code terminalName}: the reader that holds the token. A slot matches when its manufacturer or its description,
- * without trailing blanks, begins with this name or is the beginning of it; of several, the last is taken.</li>
+ * without trailing blanks, begins with this name or is the beginning of it. The last slot that matches is taken.</li>
  * <li>{@code modulePath}: the module's file, as the dynamic loader takes it.</li>
  * <li>Texts reach the module as the JVM's modified UTF-8: U+0000 as the bytes C0 80, a character beyond U+FFFF as its
  * two surrogates, three bytes each.</li>
- * <li>An empty array stands for "none". {@code null} is allowed only where a parameter says so; elsewhere it is a fault
- * that nothing guards against.</li>
- * <li>Output lists are appended to, never cleared, and only when the result is 0. The bytes of an output may be
- * none.</li>
+ * <li>An empty array stands for "none". {@code null} is allowed only where a parameter says so; elsewhere nothing
+ * checks for it, and the virtual machine may crash.</li>
+ * <li>Output lists are appended to, never cleared, and only when the result is 0. An output may have no bytes.</li>
  * </ul>
  *
  * <p><b>Threads.</b> There is no lock. A process has one instance of a module, and of two calls at the same time the
- * one that ends first finalises it under the other: calls must be made one at a time.
+ * one that ends first finalises it under the other: so make one call at a time.
  */
 public final class Pkcs11Wrapper {
     private Pkcs11Wrapper() {
@@ -70,7 +69,7 @@ public final class Pkcs11Wrapper {
     public static native long setPuk(String terminalName, String modulePath, byte[] oldPuk, byte[] newPuk);
 
     /**
-     * Initialises the token under the label "VORNIX Token". All its objects are lost; no user PIN is set.
+     * Initialises the token under the label "VORNIX Token". All its objects are lost. This library sets no user PIN.
      *
      * @param terminalName the reader
      * @param modulePath   the module
@@ -80,7 +79,7 @@ public final class Pkcs11Wrapper {
     public static native long initCard(String terminalName, String modulePath, byte[] soPin);
 
     /**
-     * Destroys every object that the user sees. PINs and label stay. An object that cannot be destroyed is passed over.
+     * Destroys every object that the user sees. PINs and label stay. An object that cannot be destroyed is skipped.
      *
      * @param terminalName the reader
      * @param modulePath   the module
@@ -91,7 +90,7 @@ public final class Pkcs11Wrapper {
 
     /**
      * Describes the token. Element 0 of each array is set; an array that is {@code null} or empty is
-     * passed over. A text ends before its first NUL and has no trailing blanks.
+     * skipped. A text ends before its first NUL and has no trailing blanks.
      *
      * @param terminalName the reader
      * @param modulePath   the module
@@ -106,7 +105,7 @@ public final class Pkcs11Wrapper {
             String[] manufacturer, String[] model, String[] serialNumber, String[] flags);
 
     /**
-     * Lists the objects that the user sees. An object that cannot be read is passed over, unless it is the last: then
+     * Lists the objects that the user sees. An object that cannot be read is skipped, unless it is the last: then
      * its code is the result.
      *
      * @param terminalName the reader
@@ -149,7 +148,7 @@ public final class Pkcs11Wrapper {
             ArrayList<Byte> modulus, ArrayList<Byte> exponent);
 
     /**
-     * Stores a certificate. What is on the token already is not looked at.
+     * Stores a certificate. Certificates that are on the token already stay.
      *
      * @param terminalName the reader
      * @param modulePath   the module
@@ -239,8 +238,8 @@ public final class Pkcs11Wrapper {
      * @param pin          the user PIN
      * @param publicKeyId  the ID of the public key; empty: none named
      * @param privateKeyId the ID of the private key; empty: none named
-     * @param subject      the subject in pairs; {@code null} or empty: none. What is left over behind the last pair is
-     *                     not counted; likewise below
+     * @param subject      the subject in pairs; {@code null} or empty: none. Texts behind the last whole pair are
+     *                     ignored; likewise below
      * @param attributes   the attributes in pairs; {@code null} or empty: none
      * @param extensions   the extensions in triples; {@code null} or empty: none
      * @param request      receives the request, DER

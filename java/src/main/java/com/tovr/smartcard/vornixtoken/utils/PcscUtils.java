@@ -2,7 +2,7 @@
 package com.tovr.smartcard.vornixtoken.utils;
 
 /**
- * Card readers by way of the PC/SC service, without any PKCS #11 module. The application loads the library, as for
+ * Card readers through the PC/SC service, without any PKCS #11 module. The application loads the library, as for
  * {@link com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper}.
  */
 public final class PcscUtils {
@@ -10,7 +10,7 @@ public final class PcscUtils {
     }
 
     /**
-     * Powers the card in a reader down, so that its next user meets a freshly powered one. Anyone else who is using the
+     * Powers the card in a reader down, so that its next user gets a freshly powered one. Anyone else who is using the
      * card at that moment loses it. Returns normally in every case; a failure is told on standard output only.
      *
      * @param readerName the reader's full name
