@@ -5,11 +5,15 @@
 #include "softtoken/files.h"
 #include "softtoken/object_file.h"
 
+#include <dirent.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <numeric>
 #include <set>
 #include <string_view>
@@ -110,16 +114,29 @@ std::optional<Snapshot> decode(const Bytes& file)
     return snapshot;
 }
 
-/// Files with one of these endings, by token and name.
+struct CloseFolder {
+    void operator()(DIR* folder) const { (void)closedir(folder); } // it was only read
+};
+
+bool endsWith(std::string_view text, std::string_view ending)
+{
+    return text.size() >= ending.size() && text.substr(text.size() - ending.size()) == ending;
+}
+
+/// Files with one of these endings, by token and name. Every change lists all of them, and paths as std::filesystem
+/// has them would cost many times the reading.
 std::set<std::string> list(const fs::path& store, std::string_view ending)
 {
     std::set<std::string> names;
     for (const fs::path& token : tokenFolders(store)) {
-        std::error_code error;
-        for (fs::directory_iterator file(token, error), end; !error && file != end; file.increment(error))
-            if (file->path().extension() == ending)
-                names.insert((token.filename() / file->path().filename()).string());
-        require(!error, CKR_DEVICE_ERROR);
+        const std::string prefix = token.filename().string() + "/";
+        const std::unique_ptr<DIR, CloseFolder> folder(opendir(token.c_str()));
+        require(folder != nullptr, CKR_DEVICE_ERROR);
+        errno = 0; // what tells a failure from the end
+        while (const dirent* file = readdir(folder.get()))
+            if (endsWith(file->d_name, ending))
+                names.insert(prefix + file->d_name);
+        require(errno == 0, CKR_DEVICE_ERROR);
     }
     return names;
 }

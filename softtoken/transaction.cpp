@@ -77,8 +77,8 @@ void syncChanges(const Snapshot& before)
     for (const auto& [name, unread] : takeSnapshot(folder(), Depth::names)) {
         const auto old = before.find(name);
         const bool isNew = old == before.end();
-        if (fs::path(name).filename() == "token.object" || (!isNew && !old->second))
-            continue; // copies are made of the first
+        if ((!isNew && !old->second) || fs::path(name).filename() == "token.object")
+            continue; // copies are made of the last
         const auto now = readFile(tokens / name);
         if (!isNew && now == old->second)
             continue;
