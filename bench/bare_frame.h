@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The frame of the bare sequences, in plain C style: what a whole call does around its job. The codes of all steps are
-// joined, so that 0 tells that each of them succeeded.
+// combined: 0 means that every step succeeded.
 #pragma once
 
 #include "bench/calls.h"

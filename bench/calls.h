@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every operation of P11Wrapper as a whole call: the module is loaded, does the job and is unloaded. Once as the
-// library does it, once as the bare sequence of the same module calls.
+// Every operation of P11Wrapper as a complete call: the module is loaded, does the job and is unloaded. Each exists
+// twice: by the library, and by the bare sequence of the same module calls.
 #pragma once
 
 #include <p11-kit/pkcs11.h>
@@ -24,7 +24,7 @@ struct Inputs {
     std::string reader;
     Bytes userPin;
     Bytes soPin;
-    std::string label; ///< of the certificate and the key pair that stand on the token
+    std::string label; ///< of the certificate and the key pair on the token
     Bytes id;
     Bytes certificate;
     Bytes data;
@@ -40,7 +40,7 @@ struct Inputs {
 constexpr std::size_t outputRoom = 16 << 20;
 constexpr std::size_t objectRoom = 20000;
 
-/// Returns 0 when all of its steps did.
+/// Returns 0 when all of its steps returned 0.
 using Call = CK_RV (*)(Inputs&);
 
 struct Operation {
@@ -49,7 +49,7 @@ struct Operation {
     Call bare = nullptr;
 };
 
-/// All that a token is needed for or a module, in the order of P11Wrapper.h.
+/// All operations that need a token or a module, in the order of P11Wrapper.h.
 std::vector<Operation> operations();
 
 /// By the name of the operation.

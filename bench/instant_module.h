@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The instant module: a PKCS #11 module that answers at once. What a call costs beside it is its caller's own work and
+// The instant module: a PKCS #11 module that answers at once. The rest of a call's cost is its caller's own work and
 // the dynamic loader's. It holds `slots` readers, called "Reader 0" and so on, each with the same token.
 #pragma once
 
@@ -13,7 +13,7 @@ struct InstantShape {
     std::size_t bytes; ///< of every long output: certificate, modulus, message, request
 };
 
-/// What is counted and compared, where it does not scale.
+/// The shape used for all counts and comparisons but those of scaling.
 constexpr InstantShape usualShape = {3, 102, 1400};
 
 extern "C" {

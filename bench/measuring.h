@@ -18,21 +18,21 @@ Spread spread(std::vector<double> values);
 
 using Step = std::function<void()>;
 
-/// Runs the steps in turn, round by round, each round beginning with another step, so that whatever else the machine
-/// does strikes all of them. Returns for each step the processor time in microseconds that it took in each round:
-/// neither waiting for the disk nor other programs count. `prepare` precedes every step and is not timed. A first round
-/// warms up and is left out. Ends after `rounds` rounds, or after two seconds if 30 rounds are done by then.
+/// Runs the steps in turn, round by round. Each round begins with another step, so other load on the machine affects
+/// all steps alike. Returns the processor time in microseconds of each step in each round; waiting for the disk and
+/// other programs do not count. `prepare` runs before every step and is not timed. A first round warms up and does not
+/// count. Ends after `rounds` rounds, or after two seconds if 30 rounds are done by then.
 std::vector<std::vector<double>> takeTurns(std::size_t rounds, const std::vector<Step>& steps,
                                            const Step& prepare = {});
 
-/// `ratio` is that of `second` to `first` in the single rounds.
+/// `ratio` is that of `second` to `first`, round by round.
 struct Comparison {
     Spread first;
     Spread second;
     Spread ratio;
 };
 
-/// From the times of two steps.
+/// Compares the times of two steps, given for each round.
 Comparison compare(const std::vector<double>& first, const std::vector<double>& second);
 
 /// The exponent b of the power law y = a * x^b that fits the points best: least squares of the logarithms.

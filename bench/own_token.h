@@ -14,8 +14,8 @@ public:
     static OwnToken onSoftHsm2(const std::filesystem::path& folder);
     static OwnToken onSoftwareToken(const std::filesystem::path& folder);
 
-    /// Tells the module where its token is, by the environment. The software token, which is SoftHSM2 beneath, tells
-    /// SoftHSM2 something else.
+    /// Tells the module by the environment where its token is. Call it whenever the module changes: the software token
+    /// sets SoftHSM2's variable too.
     void select() const;
 
     /// Selects the token, sets the user PIN and makes the token hold nothing but a certificate, its key pair and nine

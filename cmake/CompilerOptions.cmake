@@ -10,7 +10,7 @@ if(VORNIX_WERROR)
   add_compile_options(-Werror)
 endif()
 
-# _FORTIFY_SOURCE needs optimisation, and the sanitizers bring checks of their own.
+# _FORTIFY_SOURCE needs optimisation, and the sanitizers have checks of their own.
 if(VORNIX_SANITIZE)
   add_compile_options(-fsanitize=${VORNIX_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${VORNIX_SANITIZE})

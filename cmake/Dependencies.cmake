@@ -2,7 +2,7 @@
 # What the library itself builds against. Each failure names what is missing and the Debian package that has it.
 find_program(VORNIX_JAVAC javac HINTS ENV JAVA_HOME PATH_SUFFIXES bin DOC "The Java compiler")
 mark_as_advanced(VORNIX_JAVAC)
-if(VORNIX_JAVAC) # its folder's neighbour has the headers
+if(VORNIX_JAVAC) # the headers are in the folder beside its own
   file(REAL_PATH ${VORNIX_JAVAC} javac)
   get_filename_component(jdk ${javac}/../.. ABSOLUTE)
 endif()

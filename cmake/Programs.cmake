@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Other people's programs and modules: the software token, the tests and the benchmarks look for them here. The
-# documentation text of each says in a message what is missing.
+# Other people's programs and modules: the software token, the tests and the benchmarks look for them here. If
+# one is missing, the message quotes its DOC text.
 find_file(VORNIX_SOFTHSM2_MODULE libsofthsm2.so
           PATHS /usr/lib /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE} /usr/lib64 /usr/local/lib
           PATH_SUFFIXES softhsm

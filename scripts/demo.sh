@@ -13,7 +13,7 @@ cmake --build $build --target VornixToken_Javalib vornix_softtoken with_virtual_
 
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-# The software token gives itself this PIN when it is initialised; the PUK is free.
+# Initialisation sets this PIN; the PUK may be any.
 export VORNIX_SOFTTOKEN_DIR=$folder/token VORNIX_USER_PIN=12345678 VORNIX_SO_PIN=87654321
 
 echo

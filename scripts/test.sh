@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Installs what is missing, builds the release and passes its tests.
+# Installs what is missing, builds the release and runs its tests.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

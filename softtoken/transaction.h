@@ -22,7 +22,7 @@ void allOrNothing(const Session& session, Place place, const Job& job);
 /// A job that changes an object.
 void alterObject(const Session& session, CK_OBJECT_HANDLE object, const Job& job);
 
-/// A job that destroys an object.
+/// A job that destroys an object, which may be gone even if the call fails.
 void destroyObject(const Job& job);
 
 /// A job that logs in. SoftHSM2 rewrites the token's file then.

@@ -51,10 +51,10 @@ Outcome gostOpenssl(const Folder& folder, std::vector<std::string> arguments);
 
 testing::AssertionResult succeeded(const Outcome& outcome);
 
-/// That the program gave a verdict, and not for want of starting or living (status 125 and above).
+/// The program gave a verdict: it ended with a failure, but could be started and was not killed (status below 125).
 testing::AssertionResult refused(const Outcome& outcome);
 
-/// That openssl found a request's signature good: `req -verify` ends with status 0 either way.
+/// openssl found a request's signature good. Its output tells: `req -verify` ends with status 0 either way.
 testing::AssertionResult verified(const Outcome& outcome);
 
 } // namespace endtoend

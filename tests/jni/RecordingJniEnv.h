@@ -2,9 +2,9 @@
 // A JNI environment without a virtual machine behind it: a function table whose used entries act on JavaObjects and add
 // each call to the test's transcript, and whose other entries fail the running test by name.
 //
-// It also fails the test for the faults that a virtual machine lets pass: a null or foreign handle, an index or a
-// region outside its array, a copy flag that is not asked for, characters of a string that are not given back exactly
-// once and before the next call to anybody.
+// It also fails the test for faults that a virtual machine does not report: a null or foreign handle, an index or a
+// region outside its array, an unexpected copy flag, characters of a string that are not released exactly once and
+// before the next call to anything.
 #pragma once
 
 #include "tests/jni/java_objects.h"
@@ -46,13 +46,13 @@ public:
     /// A java.util.ArrayList that holds these strings already.
     [[nodiscard]] jobject list(const std::string& name, const Lines& present = {});
 
-    /// Receives the address and length of every copy that a native method takes of a byte array.
+    /// Is told address and length of every copy that a native method takes of a byte array.
     std::function<void(const void* copy, std::size_t length)> onCopy;
 
     /// Makes GetMethodID find no method of this name.
     void hideMethod(const std::string& name) { hiddenMethods_.insert(name); }
 
-    /// The elements of a list or an array as they stand: "text" for a string, Byte -128, setters called, null.
+    /// The present elements of a list or an array: "text" for a string, Byte -128, setters called, null.
     [[nodiscard]] Lines elements(jobject sequence) const;
 
 private:

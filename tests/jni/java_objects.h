@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The Java objects that the recording JNI environment knows: enough of each class for what the native methods do to it.
+// The Java objects that the recording JNI environment knows. Each class has what the native methods use of it.
 //
 // A handle (jobject, jstring, jmethodID, …) is the address of its JavaObject; RecordingJniEnv owns the objects and
 // checks every handle that comes back before it follows it.
@@ -19,7 +19,7 @@ struct JavaObject {
     JavaObject(const JavaObject&) = delete;
     JavaObject& operator=(const JavaObject&) = delete;
 
-    /// What the object holds, as a test compares it.
+    /// The object's contents, as tests compare them.
     [[nodiscard]] virtual std::string content() const { return name; }
 
     /// Runs a method of one argument; false when the object's class has no such method.

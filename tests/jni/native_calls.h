@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every native method of Pkcs11Wrapper with arguments under which it succeeds on the sample objects, for what must hold
-// for all of them alike.
+// Every native method of Pkcs11Wrapper, with arguments with which it succeeds on the sample objects: for tests of what
+// holds for all of them.
 #pragma once
 
 #include "tests/jni/RecordingJniEnv.h"
@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-/// What the calls differ in from test to test.
+/// The arguments that differ from test to test.
 struct CommonArguments {
     jstring terminalName;
     jstring modulePath;

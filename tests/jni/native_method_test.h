@@ -24,8 +24,8 @@ protected:
     using Bytes = RecordingJniEnv::Bytes;
     using Lines = RecordingJniEnv::Lines;
 
-    /// Calls a native method; `story` tells afterwards what happened. The receiver is a null handle: nobody may look at
-    /// it.
+    /// Calls a native method; `story` tells afterwards what happened. The receiver is a null handle: no
+    /// method may look at it.
     template <typename Result, typename... Parameters, typename... Arguments>
     Result call(Result (*native)(JNIEnv*, jobject, Parameters...), Arguments... arguments)
     {
@@ -43,8 +43,8 @@ protected:
         return result.get();    // or what was thrown
     }
 
-    /// The last call's story between slot lookup and unloading. What stands around it is the same for all methods and
-    /// told by the tests of the frame; a story without it comes back whole.
+    /// The last call's story between slot lookup and unloading. What surrounds it is the same for all methods, and
+    /// the tests of the frame show it. A story without these marks is returned whole.
     [[nodiscard]] std::string job() const
     {
         const std::size_t begin = story.find(stories::slotFound);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Pieces of which the expected story of a native call is put together, beside those of the module.
+// Pieces for the expected story of a native call, in addition to those for the module.
 #pragma once
 
 #include "tests/support/stories.h"

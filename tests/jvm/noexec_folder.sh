@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# Runs a command in a mount namespace of its own in which the folder NOEXEC_FOLDER is a file system that executes
-# nothing. Ends with status 77 where such a namespace cannot be had.
+# Runs a command in a mount namespace of its own, in which the folder NOEXEC_FOLDER is mounted noexec. Ends with status
+# 77 if the caller may not make such a namespace.
 set -eu
 
 as_root=

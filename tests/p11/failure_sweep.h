@@ -38,7 +38,7 @@ struct Step {
         return *this;
     }
 
-    /// The operation's outputs when the call fails, if not those that go with its result.
+    /// The operation's outputs when the call fails, if they are not those that its result implies.
     Step& leaves(std::string outputs)
     {
         left = std::move(outputs);
@@ -66,12 +66,12 @@ struct Operation {
     std::function<Outcome(P11Wrapper&)> perform;
     std::vector<Step> steps;
     std::string outputs;          ///< after success
-    std::string outputsOfFailure; ///< after a failure, if its step does not tell otherwise
+    std::string outputsOfFailure; ///< after a failure, unless its step says otherwise
 };
 
-/// Checks the operation undisturbed, with an already logged-in user (if it logs in at all), with each call failing once
-/// by an ordinary code and once by one of 64 bits, and before Initialize: each time the whole story, the result and the
-/// outputs.
+/// Runs the operation undisturbed; with a user who is already logged in, if it logs in at all; with each call failing
+/// once by an ordinary code and once by one of 64 bits; and before Initialize. Checks story, result and outputs each
+/// time.
 void sweep(const Operation& operation);
 
 // --- Steps that many operations share ---

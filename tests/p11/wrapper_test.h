@@ -50,7 +50,7 @@ protected:
     ScriptedModule module{transcript};
     P11Wrapper token{moduleFile};
     Buffer pin = "12345678";
-    CK_RV rv = widestCode; // a code that no operation is asked to give here
+    CK_RV rv = widestCode; // no operation under test returns this code
 };
 
 } // namespace scripted

@@ -9,7 +9,7 @@
 //     ...
 //     EXPECT_EQ(transcript.calls(), "module loaded\n" ...);
 //
-// What can be called is what the library may call; every other standard function fails the test (forbiddenCall).
+// It has only the functions that the library may call; every other standard function fails the test (forbiddenCall).
 // A replaced function is still written to the transcript. Functions are replaced before threads are started.
 #pragma once
 
@@ -69,7 +69,7 @@ public:
     std::map<CK_OBJECT_HANDLE, Object> objects; ///< found in the order of their handles
     CK_SESSION_HANDLE nextSession = 41;         ///< session handles count up from here …
     CK_OBJECT_HANDLE nextObject = 101;          ///< … and object handles from here
-    CK_RV functionListResult = CKR_OK;          ///< what C_GetFunctionList answers, with a list in any case
+    CK_RV functionListResult = CKR_OK;          ///< what C_GetFunctionList answers; it always delivers a list
     CK_ULONG imprecision = 0;                   ///< vendor length queries announce so many bytes too many
 
     CK_OBJECT_HANDLE add(Object object);
@@ -181,8 +181,8 @@ void failNth(std::function<CK_RV(Args...)>& function, int n, CK_RV code)
 /// Answers C_GetFunctionList for the current module.
 [[nodiscard]] CK_RV deliverFunctionList(CK_FUNCTION_LIST_PTR_PTR list);
 
-/// Called for a function that the library must never call, or without a current module. Defined by the program: the
-/// GoogleTest programs fail the running test, the module for the JVM aborts.
+/// Called for a function that the library must never call, or when there is no current module. Each program defines it:
+/// the GoogleTest programs fail the running test, the module for the JVM aborts.
 void forbiddenCall(const std::string& function);
 
 } // namespace scripted

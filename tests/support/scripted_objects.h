@@ -11,7 +11,8 @@
 
 namespace scripted {
 
-/// An object's attributes. A value of nullopt is one that the object has but does not show (CKR_ATTRIBUTE_SENSITIVE).
+/// An object's attributes. nullopt stands for a value that the object has but does not reveal
+/// (CKR_ATTRIBUTE_SENSITIVE).
 using Object = std::map<CK_ATTRIBUTE_TYPE, std::optional<Bytes>>;
 
 [[nodiscard]] Bytes bytesOf(const std::string& text);
@@ -37,7 +38,7 @@ using Object = std::map<CK_ATTRIBUTE_TYPE, std::optional<Bytes>>;
 /// One entry of C_GetAttributeValue (PKCS #11 v2.40, section 5.7).
 [[nodiscard]] CK_RV readAttribute(const Object& object, CK_ATTRIBUTE& attribute);
 
-/// An object of this key type from a template; zero-filled entries are passed over.
+/// An object of this key type from a template; zero-filled entries are skipped.
 [[nodiscard]] Object objectOf(const CK_ATTRIBUTE* attributes, CK_ULONG count, CK_KEY_TYPE keyType);
 
 } // namespace scripted

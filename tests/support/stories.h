@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Pieces of which the expected story of a call is put together: what most calls do before and after their own job.
+// Pieces for the expected story of a call: what most calls do before and after their own job.
 #pragma once
 
 #include "tests/support/names.h"

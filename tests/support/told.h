@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// One job told as it went: the calls it made and the lines it wrote, in order.
+// The story of one job: the calls it made and the lines it wrote, in order.
 #pragma once
 
 #include "tests/support/captured_output.h"
@@ -12,8 +12,8 @@
 
 namespace scripted {
 
-/// What `job` called and wrote, as Transcript::story. The transcript is empty afterwards; a word on standard error
-/// fails the test.
+/// What `job` called and wrote, as Transcript::story tells it. The transcript is empty afterwards. Any output on
+/// standard error fails the test.
 template <class Job>
 std::string storyOf(Transcript& transcript, Job&& job)
 {

@@ -13,7 +13,7 @@ namespace scripted {
 
 using Bytes = std::vector<unsigned char>;
 
-/// Calls of one test, whoever received them (module, loader, PC/SC, Java). May be added to from several threads.
+/// The calls of one test to module, loader, PC/SC and Java. Several threads may add lines.
 class Transcript {
 public:
     /// Adds a line. `printedBefore` is CapturedOutput::printed() at the time of the call.
@@ -25,8 +25,8 @@ public:
     /// The calls, one a line.
     [[nodiscard]] std::string calls() const;
 
-    /// The calls with `output` (what went to standard output) between them, each printed line at the place where it was
-    /// written and led by "| ". Text after the last line end is led by "|…", so a line that lacks its end differs.
+    /// The calls with `output` (what went to standard output) between them, each printed line where it was written and
+    /// prefixed by "| ". Text after the last line end has the prefix "|…", so a line that lacks its end differs.
     [[nodiscard]] std::string story(const std::string& output) const;
 
     [[nodiscard]] std::size_t size() const;

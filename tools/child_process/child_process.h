@@ -10,7 +10,7 @@
 class ChildProcess {
 public:
     /// Starts `command`, a program looked for in PATH and its arguments, with these descriptors as standard input,
-    /// output and error. It is killed when the thread that started it ends, however that comes about.
+    /// output and error. It is killed when the thread that started it ends, for whatever reason.
     ChildProcess(const std::vector<std::string>& command, int in, int out, int err);
 
     /// Kills the program if it still runs.

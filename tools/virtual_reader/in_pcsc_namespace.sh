@@ -6,7 +6,7 @@
 #
 # The command gets a network of its own, with nothing but the loopback device, since the virtual reader listens on every
 # address; an empty /run, where the service keeps its socket; and no USB devices, whose readers the service would take.
-# It becomes this very process: its status is the status, and what is set up here vanishes with it.
+# It replaces this process: its status is the status, and its end removes what was set up here.
 #
 # With the program with_virtual_card between, the command finds the reader "Virtual PCD 00 00" with a card in it:
 #

@@ -8,7 +8,7 @@
 
 constexpr const char* virtualReader = "Virtual PCD 00 00";
 
-/// Runs from construction, which returns when clients can see the reader, until stop() or destruction.
+/// Runs from construction to stop() or destruction. Construction returns when clients can see the reader.
 class PcscService {
 public:
     PcscService();
@@ -35,7 +35,7 @@ public:
     CardUser(const CardUser&) = delete;
     CardUser& operator=(const CardUser&) = delete;
 
-    /// Sends the card a command; the service's answer, also when there is no connection.
+    /// Sends the card a command and returns the service's code, even without a connection.
     LONG transmit() const;
 
 private:

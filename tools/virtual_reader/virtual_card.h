@@ -9,23 +9,24 @@
 #include <thread>
 #include <vector>
 
-/// Longer than anything that is waited for takes on a machine under load.
+/// Time limit of every wait, long enough for a machine under load.
 constexpr std::chrono::seconds patience{20};
 
-/// Is in the reader from construction until destruction. It knows no commands and keeps a record of its power supply.
+/// The card is in the reader from construction to destruction. It knows no commands and records how its power is
+/// switched.
 class VirtualCard {
 public:
-    /// Throws when there is no reader to be put into.
+    /// Throws when there is no reader.
     VirtualCard();
     ~VirtualCard();
     VirtualCard(const VirtualCard&) = delete;
     VirtualCard& operator=(const VirtualCard&) = delete;
 
-    /// Waits until the service, having looked at the new card or having seen its last user leave, has powered it off.
-    /// The record is empty then. Throws when that does not happen.
+    /// Waits until the service has powered the card off, which it does after it has looked at a new card and after the
+    /// last user has left. The record is empty then. Throws when that does not happen.
     void waitUntilIdle();
 
-    /// Takes the record, "power on", "power off" and "reset", once it has `count` entries or patience has ended.
+    /// Takes the record ("power on", "power off", "reset") as soon as it has `count` entries, or when the time is up.
     std::vector<std::string> takeRecord(std::size_t count = 0);
 
 private:

@@ -16,7 +16,7 @@ inline const std::string otherPin = "abcdefgh";
 /// Runs one job as a native method does: load, initialise, find the reader, work, finalise, unload. Returns its code.
 CK_RV onToken(const std::function<CK_RV(P11Wrapper&, CK_SLOT_ID)>& job);
 
-/// Jobs with the codes as they are after initialisation. Each returns the library's code.
+/// Jobs that use the PINs as initialisation leaves them. Each returns the library's code.
 CK_RV initialise();
 CK_RV generateKeyPair(const Bytes& id = {0x01});
 CK_RV generateGostKeyPair(const Bytes& id);
@@ -33,8 +33,8 @@ CK_RV changePuk(const std::string& from, const std::string& to);
 /// An initialised token with a key pair and its certificate, kept in `folder`.
 void prepareToken(const Folder& folder);
 
-/// All the jobs that leave the token as it was, among them the PIN changed to itself, which writes it. Returns the
-/// first code that is not 0, or 5 when a result is not what it should be.
+/// All the jobs that leave the token as it was. One changes the PIN to itself, which writes to the token. Returns the
+/// first code that is not 0, or 5 when a result is wrong.
 CK_RV fullCycle();
 
 } // namespace endtoend

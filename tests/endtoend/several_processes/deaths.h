@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What a process that is killed and its judge agree on.
+// What the processes that are killed share with the test that judges what they left.
 #pragma once
 
 #include <string>

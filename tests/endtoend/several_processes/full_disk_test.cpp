@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A disk without room: what is answered with 0 has been done, what is not has not, and the token stays readable.
+// A full disk: a change that is answered with 0 is done, any other is not, and the token stays readable.
 //
 // The disk is a small file system in memory, mounted in a namespace of this process's own.
 #include "tests/endtoend/endurance/full_cycle.h"

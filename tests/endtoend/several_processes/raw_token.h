@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The software token by its function list, in programs that are no tests.
+// The software token through its function list, for programs that are not tests.
 #pragma once
 
 #include "tests/endtoend/softtoken/soft_token.h"
@@ -9,7 +9,7 @@
 
 namespace endtoend {
 
-/// The module initialised, and a session. What should not fail throws a line that says what and how it did.
+/// The initialised module and a session. A call that fails unexpectedly throws a line that names the call and its code.
 class RawToken {
 public:
     RawToken();

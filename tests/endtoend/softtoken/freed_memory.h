@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the process gives back to the heap: free() is replaced in freed_memory.cpp.
+// The contents of memory that the process frees. freed_memory.cpp replaces free().
 #pragma once
 
 #include "tests/endtoend/tools.h"
 
 namespace endtoend {
 
-/// Keeps what stands in each block when it is given back, by C++ or by C, until told to stop. One at a time.
+/// Keeps the contents of each block that C or C++ frees, until told to stop. One at a time.
 class FreedMemory {
 public:
     FreedMemory();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the module leaves in memory, and what it says when there is none.
+// What the module leaves in freed memory, and what it answers when memory runs out.
 #include "tests/endtoend/softtoken/freed_memory.h"
 #include "tests/endtoend/softtoken/soft_token.h"
 #include "tests/jni/watched_heap.h"

@@ -10,7 +10,7 @@
 
 namespace endtoend {
 
-/// The module from load to unload. Finalised on the way, in case it was initialised.
+/// Loads the module. Its destruction finalises the module, in case it is initialised, and unloads it.
 class Module {
 public:
     Module();
