@@ -14,7 +14,7 @@ using Certificate = Owned<X509, X509_free>;
 Certificate parseCertificate(const unsigned char* der, CK_ULONG length);
 
 /// The value of a certificate object. Any other object fails with CKR_OBJECT_HANDLE_INVALID.
-Bytes readCertificate(const Session& session, CK_OBJECT_HANDLE object);
+[[nodiscard]] Bytes readCertificate(const Session& session, CK_OBJECT_HANDLE object);
 
 /// C_TOVR_ImportCert: the DER certificate, then the ID. The label is the subject's common name.
 void importCert(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE handle, CK_BYTE_PTR certificate,

@@ -37,7 +37,7 @@ constexpr std::size_t anyLength = std::size_t{1} << 40U;
 
 /// The bytes of a regular file. Nothing if the file is missing, unreadable, longer than `longest` or not regular, such
 /// as a link.
-std::optional<Bytes> readFile(const std::filesystem::path& file, std::size_t longest = anyLength);
+[[nodiscard]] std::optional<Bytes> readFile(const std::filesystem::path& file, std::size_t longest = anyLength);
 
 /// When the disk has what was written: as soon as the call returns, or some time later.
 enum class Disk { now, later };

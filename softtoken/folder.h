@@ -12,7 +12,7 @@ namespace softtoken {
 void prepareFolder(const std::filesystem::path& folder);
 
 /// SoftHSM2's configuration in the folder.
-std::filesystem::path configurationFile(const std::filesystem::path& folder);
+[[nodiscard]] std::filesystem::path configurationFile(const std::filesystem::path& folder);
 
 /// Writes that file, unless it has the right contents. The caller holds the store's lock: another process may be
 /// reading the file. Fails with CKR_GENERAL_ERROR.

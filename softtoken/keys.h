@@ -9,7 +9,7 @@ namespace softtoken {
 
 /// Reads a public key object. Another class of object fails with CKR_KEY_HANDLE_INVALID, another type of key with
 /// CKR_KEY_TYPE_INCONSISTENT.
-PublicKey readPublicKey(const Session& session, CK_OBJECT_HANDLE object);
+[[nodiscard]] PublicKey readPublicKey(const Session& session, CK_OBJECT_HANDLE object);
 
 /// A private key object that signs. RSA values never leave SoftHSM2: C_Sign makes the signature. GOST values, which
 /// SoftHSM2 stores but cannot use, are read and wiped again.

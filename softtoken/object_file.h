@@ -9,15 +9,15 @@
 namespace softtoken {
 
 /// Whether a token's file has everything up to its PINs.
-bool isWholeToken(const Bytes& file);
+[[nodiscard]] bool isWholeToken(const Bytes& file);
 
 /// Whether an object's file has everything up to the last attribute that every object of its class has.
-bool isWholeObject(const Bytes& file);
+[[nodiscard]] bool isWholeObject(const Bytes& file);
 
 /// Whether two token files are equal except for flags and generation number, which a login changes.
-bool areSameToken(const Bytes& one, const Bytes& other);
+[[nodiscard]] bool areSameToken(const Bytes& one, const Bytes& other);
 
 /// The file with a new generation number. Every process that knows the file then reads it again.
-Bytes renumbered(Bytes file);
+[[nodiscard]] Bytes renumbered(Bytes file);
 
 } // namespace softtoken

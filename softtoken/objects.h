@@ -23,7 +23,7 @@ void requireUser(const Session& session);
 void requireClass(const Session& session, CK_OBJECT_HANDLE object, CK_OBJECT_CLASS wanted, CK_RV code);
 
 /// An attribute's bytes. Empty when the object has no such attribute.
-Bytes readBytes(const Session& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type);
+[[nodiscard]] Bytes readBytes(const Session& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type);
 CK_ULONG readNumber(const Session& session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE_TYPE type);
 
 CK_OBJECT_HANDLE createObject(const Session& session, std::vector<CK_ATTRIBUTE> attributes);

@@ -7,8 +7,8 @@
 
 namespace softtoken {
 
-CK_RV login(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE session, CK_USER_TYPE userType, CK_UTF8CHAR_PTR pin,
-            CK_ULONG pinLen);
+[[nodiscard]] CK_RV login(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE session, CK_USER_TYPE userType,
+                          CK_UTF8CHAR_PTR pin, CK_ULONG pinLen);
 void initPin(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE session, CK_UTF8CHAR_PTR pin, CK_ULONG pinLen);
 void setPin(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE session, CK_UTF8CHAR_PTR oldPin, CK_ULONG oldLen,
             CK_UTF8CHAR_PTR newPin, CK_ULONG newLen);

@@ -13,7 +13,7 @@ namespace softtoken {
 /// To be called after a process died, before SoftHSM2 reads the store. Takes an unfinished change back and restores
 /// truncated files from their copies. Renews copies that differ from their files, so that no replaced PIN can come
 /// back. Returns whether a change was taken back. Fails with CKR_DEVICE_MEMORY when the disk lacks the room.
-bool recover(const std::filesystem::path& store);
+[[nodiscard]] bool recover(const std::filesystem::path& store);
 
 /// To be called after a login. Restores files that could not be written from their copies.
 void restoreTokenFiles(const std::filesystem::path& store);
@@ -23,6 +23,6 @@ void restoreTokenFiles(const std::filesystem::path& store);
 void keepTokenFiles(const std::filesystem::path& store);
 
 /// To be called when a PIN could not be changed. Restores files that differ from their copies. Returns whether any did.
-bool revertTokenFiles(const std::filesystem::path& store);
+[[nodiscard]] bool revertTokenFiles(const std::filesystem::path& store);
 
 } // namespace softtoken

@@ -10,6 +10,6 @@ namespace softtoken {
 inline constexpr CK_SLOT_ID readerSlot = 1;
 
 /// SoftHSM2's slot behind the slot that callers see. Any other slot fails with CKR_SLOT_ID_INVALID.
-CK_SLOT_ID softHsmSlot(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot = readerSlot);
+[[nodiscard]] CK_SLOT_ID softHsmSlot(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot = readerSlot);
 
 } // namespace softtoken

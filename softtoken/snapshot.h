@@ -22,7 +22,7 @@ enum class Depth {
     contents ///< enough to restore what was changed or removed
 };
 
-Snapshot takeSnapshot(const std::filesystem::path& store, Depth depth);
+[[nodiscard]] Snapshot takeSnapshot(const std::filesystem::path& store, Depth depth);
 
 /// Writes the file. A power failure may destroy a snapshot of names: what is new then stays.
 void keepSnapshot(const std::filesystem::path& store, const Snapshot& snapshot);
@@ -32,9 +32,9 @@ void dropSnapshot(const std::filesystem::path& store);
 
 /// Takes an unfinished change back, if there is one. If it is interrupted, it can be repeated. Returns whether anything
 /// had changed. Fails with CKR_DEVICE_MEMORY when the disk has no room for what must be restored.
-bool rollBack(const std::filesystem::path& store);
+[[nodiscard]] bool rollBack(const std::filesystem::path& store);
 
 /// The folders of the tokens in a store.
-std::vector<std::filesystem::path> tokenFolders(const std::filesystem::path& store);
+[[nodiscard]] std::vector<std::filesystem::path> tokenFolders(const std::filesystem::path& store);
 
 } // namespace softtoken

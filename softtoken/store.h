@@ -10,7 +10,7 @@ namespace softtoken {
 const CK_FUNCTION_LIST& softHsm();
 
 /// Whether SoftHSM2 is initialised. C_GetInfo tells it: the call needs no slot and no session.
-bool isInitialised(const CK_FUNCTION_LIST& softHsm);
+[[nodiscard]] bool isInitialised(const CK_FUNCTION_LIST& softHsm);
 
 /// C_Initialize: prepares the directory that the environment names, repairs what a dead process left unfinished in it,
 /// and starts SoftHSM2 on it. Reads the environment at every call.
