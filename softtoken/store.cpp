@@ -85,9 +85,9 @@ void start(const CK_FUNCTION_LIST& softHsm, CK_VOID_PTR arguments)
     writeConfiguration(store.folder());
     (void)recover(store.folder()); // likewise
     store.lock.record.writing = 0;
-    check(softHsm.C_Initialize(arguments));
-    store.hasRead();
     store.lock.save();
+    check(softHsm.C_Initialize(arguments)); // last of what may fail: SoftHSM2 must not run without the lock
+    store.hasRead();
     store.lock.release();
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "softtoken/turn.h"
 
+#include "softtoken/failure.h"
 #include "softtoken/opened_store.h"
 #include "softtoken/recovery.h"
 #include "softtoken/reopening.h"
@@ -10,8 +11,7 @@ namespace softtoken {
 Turn::Turn(const CK_FUNCTION_LIST& softHsm)
 {
     OpenedStore& store = openedStore();
-    if (!store.isOpen())
-        return;
+    require(store.isOpen(), CKR_CRYPTOKI_NOT_INITIALIZED);
     if (!store.lock.acquire())
         store.mustReadAgain();
     try {

@@ -7,7 +7,8 @@
 namespace softtoken {
 
 /// Locks the store for one call. Repairs what a dead process left unfinished, and opens the token anew if another
-/// process has initialised it. Does nothing when no store is open: SoftHSM2 then answers CKR_CRYPTOKI_NOT_INITIALIZED.
+/// process has initialised it. Fails with CKR_CRYPTOKI_NOT_INITIALIZED when no store is open: if SoftHSM2 runs all the
+/// same, the program itself has started it, on a store of its own.
 class Turn {
 public:
     explicit Turn(const CK_FUNCTION_LIST& softHsm);

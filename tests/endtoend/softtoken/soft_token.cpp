@@ -3,6 +3,7 @@
 
 #include <dlfcn.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -55,9 +56,29 @@ Module::~Module()
     (void)dlclose(handle_);
 }
 
+Shortage::Shortage(int resource, rlim_t left) : resource_(resource), disposition_(std::signal(SIGXFSZ, SIG_IGN))
+{
+    EXPECT_EQ(getrlimit(resource_, &usual_), 0);
+    const rlimit limit = {left, usual_.rlim_max};
+    EXPECT_EQ(setrlimit(resource_, &limit), 0);
+}
+
+Shortage::~Shortage()
+{
+    EXPECT_EQ(setrlimit(resource_, &usual_), 0);
+    (void)std::signal(SIGXFSZ, disposition_); // it was so before
+}
+
 StoreTest::StoreTest()
 {
     setenv("VORNIX_SOFTTOKEN_DIR", (folder.path() / "token").c_str(), 1);
+}
+
+std::filesystem::path StoreTest::tokenFolder() const
+{
+    for (const auto& token : std::filesystem::directory_iterator(folder.path() / "token" / "tokens"))
+        return token.path();
+    return {};
 }
 
 BlankTokenTest::BlankTokenTest()

@@ -6,6 +6,8 @@
 #include "tests/endtoend/tools.h"
 #include "tests/support/ckr.h"
 
+#include <sys/resource.h>
+
 #include <functional>
 
 namespace endtoend {
@@ -26,10 +28,28 @@ private:
     CK_TOVR_FUNCTION_LIST* list_ = nullptr;
 };
 
+/// A resource of the process (RLIMIT_FSIZE, RLIMIT_NOFILE) kept short in this scope. Writing too long a file then fails
+/// instead of killing.
+class Shortage {
+public:
+    Shortage(int resource, rlim_t left);
+    ~Shortage();
+    Shortage(const Shortage&) = delete;
+    Shortage& operator=(const Shortage&) = delete;
+
+private:
+    const int resource_;
+    rlimit usual_ = {};
+    void (*const disposition_)(int);
+};
+
 /// A test's folder, in which the token lives under "token".
 class StoreTest : public testing::Test {
 protected:
     StoreTest();
+
+    /// Of the first token in the store.
+    std::filesystem::path tokenFolder() const;
 
     Folder folder;
 };

@@ -3,11 +3,9 @@
 #include "tests/endtoend/softtoken/soft_token.h"
 
 #include <dlfcn.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <cstdlib>
 
 namespace endtoend {
@@ -102,17 +100,25 @@ TEST_F(Store, RefusesToStartWhereItCannotWrite)
 TEST_F(Store, KeepsNoConfigurationThatItCouldNotWrite)
 {
     const Module module;
-    rlimit usual = {};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
-    const rlimit none = {0, usual.rlim_max};
-    const auto disposition = std::signal(SIGXFSZ, SIG_IGN);
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
-    const CK_RV rv = module->standard.C_Initialize(nullptr);
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
-    (void)std::signal(SIGXFSZ, disposition);
-    EXPECT_CKR(rv, CKR_GENERAL_ERROR);
+    {
+        const Shortage noWriting(RLIMIT_FSIZE, 0);
+        EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_GENERAL_ERROR);
+    }
     for (const fs::directory_entry& left : fs::directory_iterator(folder.path() / "token"))
         EXPECT_EQ(left.path().filename().string().find("softhsm2"), std::string::npos) << left;
+}
+
+TEST_F(Store, IsNotOpenWhereItsLockCouldNotBeWritten)
+{
+    const Module module;
+    ASSERT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
+    ASSERT_CKR(module->standard.C_Finalize(nullptr), CKR_OK);
+    fs::remove(folder.path() / "token" / "lock");
+    {
+        const Shortage noWriting(RLIMIT_FSIZE, 0);
+        EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_DEVICE_MEMORY);
+    }
+    EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK);
 }
 
 /// What C_Initialize says on standard error when it refuses a directory.
@@ -253,6 +259,9 @@ TEST_F(Store, LeavesTheProgramsOwnSoftHsmAlone)
         EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_GENERAL_ERROR);
         EXPECT_FALSE(fs::exists(folder.path() / "token"));
         EXPECT_EQ(std::getenv("SOFTHSM2_CONF"), folder.path() / "own.conf");
+        CK_UTF8CHAR text[32] = {'1', '2', '3', '4'};
+        EXPECT_CKR(module->standard.C_InitToken(1, text, 4, text), CKR_CRYPTOKI_NOT_INITIALIZED);
+        EXPECT_TRUE(fs::is_empty(folder.path() / "own"));
         EXPECT_CKR(own->C_Finalize(nullptr), CKR_OK);
         EXPECT_CKR(module->standard.C_Initialize(nullptr), CKR_OK) << "once it is out of use";
     }
