@@ -33,9 +33,4 @@ OpenedStore& openedStore()
     return store;
 }
 
-void OpenedStore::forgetPins()
-{
-    seenPins = ~lock.record.pins;
-}
-
 } // namespace softtoken

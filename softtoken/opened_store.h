@@ -21,7 +21,6 @@ struct OpenedStore {
     bool knowsPins() const { return knowsToken() && seenPins == lock.record.pins; }
     void hasRead();
     void mustReadAgain();
-    void forgetPins(); ///< they are read again before the next login
 };
 
 OpenedStore& openedStore();

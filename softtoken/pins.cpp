@@ -56,7 +56,7 @@ void tryUserPin(const Job& job)
 
 void readPinsAgain(const CK_FUNCTION_LIST& softHsm)
 {
-    if (openedStore().isOpen() && !openedStore().knowsPins())
+    if (!openedStore().knowsPins())
         reopen(softHsm);
 }
 
@@ -119,7 +119,7 @@ void setPin(const CK_FUNCTION_LIST& softHsm, CK_SESSION_HANDLE session, CK_UTF8C
         if (!openedStore().knowsPins()) {
             readPinsAgain(softHsm);
             if (isAnyoneLoggedIn(state))
-                check(softHsm.C_Login(session, isOfficer ? CKU_SO : CKU_USER, oldPin, oldLen));
+                writeLogin([&] { check(softHsm.C_Login(session, isOfficer ? CKU_SO : CKU_USER, oldPin, oldLen)); });
         }
         changePin([&] { check(softHsm.C_SetPIN(session, oldPin, oldLen, newPin, newLen)); });
     };

@@ -95,8 +95,8 @@ void initToken(const CK_FUNCTION_LIST& softHsm, CK_SLOT_ID slot, CK_UTF8CHAR_PTR
         const CK_SLOT_ID target = softHsmSlot(softHsm, slot);
         check(softHsm.C_InitToken(target, pin, pinLen, label));
         setUserPin(softHsm, target, pin, pinLen);
-        forgiveTries();
     });
+    forgiveTries();
 }
 
 } // namespace softtoken

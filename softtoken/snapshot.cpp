@@ -205,9 +205,10 @@ std::vector<fs::path> tokenFolders(const fs::path& store)
 {
     std::vector<fs::path> folders;
     std::error_code error;
-    for (const fs::directory_entry& token : fs::directory_iterator(store / "tokens", error))
-        if (token.is_directory(error) && !token.is_symlink(error))
-            folders.push_back(token.path());
+    for (fs::directory_iterator token(store / "tokens", error), end; !error && token != end; token.increment(error))
+        if (token->is_directory(error) && !token->is_symlink(error))
+            folders.push_back(token->path());
+    require(!error, CKR_DEVICE_ERROR);
     return folders;
 }
 

@@ -34,7 +34,7 @@ void dropSnapshot(const std::filesystem::path& store);
 /// had changed. Fails with CKR_DEVICE_MEMORY when the disk has no room for what must be restored.
 [[nodiscard]] bool rollBack(const std::filesystem::path& store);
 
-/// The folders of the tokens in a store.
+/// The folders of the tokens in a store. Fails with CKR_DEVICE_ERROR if they cannot be listed.
 [[nodiscard]] std::vector<std::filesystem::path> tokenFolders(const std::filesystem::path& store);
 
 } // namespace softtoken

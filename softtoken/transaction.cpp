@@ -89,9 +89,9 @@ void syncChanges(const Snapshot& before)
         syncToDisk(token);
 }
 
-/// Runs a job that can be taken back.
-template <typename OnRollBack>
-void withSnapshot(Depth depth, const Job& job, OnRollBack onRollBack)
+/// Runs a job that can be taken back. When it was, `onFailure` learns whether anything had changed.
+template <typename OnFailure>
+void withSnapshot(Depth depth, const Job& job, OnFailure onFailure)
 {
     const Writing writing;
     try {
@@ -101,8 +101,7 @@ void withSnapshot(Depth depth, const Job& job, OnRollBack onRollBack)
         syncChanges(before);
         dropSnapshot(folder());
     } catch (...) {
-        if (recover(folder()))
-            onRollBack();
+        onFailure(recover(folder()));
         Writing::end();
         throw;
     }
@@ -125,7 +124,7 @@ void allOrNothing(const Session& session, Place place, const Job& job)
     const SessionObjects objects(session);
     try {
         if (place == Place::token)
-            withSnapshot(Depth::names, job, [] {});
+            withSnapshot(Depth::names, job, [](bool) {});
         else
             job();
     } catch (...) {
@@ -140,15 +139,13 @@ void alterObject(const Session& session, CK_OBJECT_HANDLE object, const Job& job
     CK_ATTRIBUTE query = attribute(CKA_TOKEN, onToken);
     const CK_RV rv = session.softHsm.C_GetAttributeValue(session.handle, object, &query, 1);
     if (rv == CKR_OK && onToken)
-        withSnapshot(Depth::contents, job, [] {});
+        withSnapshot(Depth::contents, job, [](bool) {});
     else
         job();
 }
 
 void destroyObject(const Job& job)
 {
-    if (!openedStore().isOpen())
-        return job();
     const Writing writing;
     try {
         job();
@@ -163,8 +160,6 @@ void destroyObject(const Job& job)
 
 void writeLogin(const Job& job)
 {
-    if (!openedStore().isOpen())
-        return job();
     const Writing writing;
     try {
         job();
@@ -180,38 +175,30 @@ void writeLogin(const Job& job)
 void changePin(const Job& job)
 {
     OpenedStore& store = openedStore();
-    if (!store.isOpen())
-        return job();
     const bool knewPins = store.knowsPins();
+    keepTokenFiles(folder()); // another program may have changed a PIN
     ++store.lock.record.pins;
     const Writing writing;
-    if (knewPins)
-        store.hasRead();
     try {
         job();
         keepTokenFiles(folder());
     } catch (...) {
-        try {
-            if (revertTokenFiles(folder()))
-                store.forgetPins();
-        } catch (...) {
-            store.forgetPins();
-            throw;
-        }
+        if (!revertTokenFiles(folder()))
+            --store.lock.record.pins;
         Writing::end();
         throw;
     }
+    if (knewPins)
+        store.hasRead();
     Writing::end();
 }
 
 void changeToken(const Job& job)
 {
     OpenedStore& store = openedStore();
-    if (!store.isOpen())
-        return job();
-    ++store.lock.record.token;
-    ++store.lock.record.pins;
-    store.hasRead();
+    Record& record = store.lock.record;
+    ++record.token;
+    ++record.pins;
     withSnapshot(
         Depth::contents,
         [&] {
@@ -219,7 +206,13 @@ void changeToken(const Job& job)
             keepTokenFiles(folder());
             syncToDisk(folder() / "tokens");
         },
-        [&] { store.mustReadAgain(); });
+        [&](bool changed) {
+            if (changed)
+                return;
+            --record.token;
+            --record.pins;
+        });
+    store.hasRead();
 }
 
 } // namespace softtoken

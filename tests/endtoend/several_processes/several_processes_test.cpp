@@ -41,13 +41,6 @@ protected:
         return info.state;
     }
 
-    fs::path tokenFolder() const
-    {
-        for (const fs::directory_entry& token : fs::directory_iterator(folder.path() / "token" / "tokens"))
-            return token.path();
-        return {};
-    }
-
     const std::string otherPin = "abcdefgh";
 };
 
@@ -258,6 +251,76 @@ TEST_F(SeveralProcesses, APinReplacedBeforeADeathDoesNotComeBack)
     fs::resize_file(token / "token.object", 200);
     EXPECT_CKR(elsewhere({"changePin", userPin, userPin}), CKR_PIN_INCORRECT);
     EXPECT_CKR(elsewhere({"changePin", otherPin, otherPin}), CKR_OK);
+}
+
+// By a program that knows nothing of the lock and the copy.
+TEST_F(SeveralProcesses, APinReplacedByAnotherProgramDoesNotComeBackWithARefusedChange)
+{
+    const fs::path file = tokenFolder() / "token.object";
+    const fs::path theirs = folder.path() / "theirs";
+    ASSERT_CKR(elsewhere({"changePin", userPin, otherPin}), CKR_OK);
+    fs::copy_file(file, theirs);
+    ASSERT_CKR(elsewhere({"changePin", otherPin, userPin}), CKR_OK);
+    ASSERT_CKR(logout(), CKR_OK);
+    ASSERT_CKR(login(session, userPin), CKR_OK);
+    fs::copy_file(theirs, file, fs::copy_options::overwrite_existing);
+    EXPECT_CKR(changePin("11112222", "33334444"), CKR_PIN_INCORRECT);
+    EXPECT_CKR(elsewhere({"changePin", userPin, userPin}), CKR_PIN_INCORRECT);
+    EXPECT_CKR(elsewhere({"changePin", otherPin, otherPin}), CKR_OK);
+}
+
+TEST_F(SeveralProcesses, ARefusedInitialisationElsewhereLogsNobodyOut)
+{
+    ASSERT_CKR(elsewhere({"changePuk", soPin, otherPin}), CKR_OK);
+    ASSERT_CKR(elsewhere({"initialise"}), CKR_PIN_INCORRECT);
+    EXPECT_CKR(generateRsa("mine"), CKR_OK);
+    EXPECT_EQ(state(), static_cast<CK_STATE>(CKS_RW_USER_FUNCTIONS));
+}
+
+TEST_F(SeveralProcesses, AnInitialisationTakenBackLaterLeavesNoPinBehind)
+{
+    ASSERT_CKR(changePin(userPin, otherPin), CKR_OK);
+    ASSERT_CKR(standard->C_CloseSession(session), CKR_OK);
+    const fs::path copy = tokenFolder() / "token.kept.new";
+    const fs::path file = tokenFolder() / "token.object.new";
+    fs::create_directory(copy); // neither can the copy be made
+    fs::create_directory(file); // nor what was there be restored
+    ASSERT_CKR(initToken(), CKR_DEVICE_MEMORY);
+    fs::remove(copy);
+    fs::remove(file);
+    session = openSession();
+    EXPECT_CKR(login(session, userPin), CKR_PIN_INCORRECT);
+    EXPECT_CKR(login(session, otherPin), CKR_OK);
+}
+
+TEST_F(SeveralProcesses, ALoginThatAPinChangeNeedsLeavesTheTokenReadable)
+{
+    ASSERT_CKR(elsewhere({"changePin", userPin, otherPin}), CKR_OK);
+    {
+        const Shortage full(RLIMIT_FSIZE, 64); // enough for the lock
+        EXPECT_CKR(changePin(userPin, "11112222"), CKR_DEVICE_MEMORY);
+    }
+    CK_TOKEN_INFO info = {};
+    EXPECT_CKR(standard->C_GetTokenInfo(onlySlot(), &info), CKR_OK);
+    EXPECT_GT(fs::file_size(tokenFolder() / "token.object"), 64U) << "whole again for all";
+    EXPECT_CKR(login(session, otherPin), CKR_OK);
+}
+
+TEST_F(SeveralProcesses, ADeathIsPutRightOnceTheStoreCanBeRead)
+{
+    ASSERT_CKR(logout(), CKR_OK);
+    fs::resize_file(tokenFolder() / "token.object", 200);
+    const int lock = open((folder.path() / "token" / "lock").c_str(), O_RDWR | O_CLOEXEC);
+    const std::uint64_t writing = 1;
+    EXPECT_EQ(pwrite(lock, &writing, sizeof writing, 3 * sizeof writing), static_cast<ssize_t>(sizeof writing));
+    EXPECT_EQ(close(lock), 0);
+    {
+        const Shortage noDescriptors(RLIMIT_NOFILE, 0);
+        CK_SESSION_HANDLE another = 0;
+        EXPECT_CKR(standard->C_OpenSession(onlySlot(), CKF_SERIAL_SESSION, nullptr, nullptr, &another),
+                   CKR_DEVICE_ERROR);
+    }
+    EXPECT_CKR(login(session), CKR_OK);
 }
 
 } // namespace

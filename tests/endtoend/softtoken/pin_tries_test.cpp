@@ -182,6 +182,16 @@ TEST_F(PinTries, AreGivenAnewByAnInitialisation)
     EXPECT_CKR(login(session), CKR_OK);
 }
 
+TEST_F(PinTries, AreNotGivenAnewByAnInitialisationThatIsTakenBack)
+{
+    lockPin();
+    ASSERT_CKR(standard->C_CloseSession(session), CKR_OK);
+    std::filesystem::create_directory(tokenFolder() / "token.kept.new"); // where the new PIN's copy would be written
+    ASSERT_CKR(initToken(), CKR_DEVICE_MEMORY);
+    session = openSession();
+    EXPECT_CKR(login(session), CKR_PIN_LOCKED);
+}
+
 TEST_F(PinTries, AreANumberOrRefused)
 {
     EXPECT_CKR(standard->C_Finalize(nullptr), CKR_OK);
