@@ -125,7 +125,7 @@ CK_RV initialiseAtBoundary(CK_VOID_PTR arguments)
     });
 }
 
-constexpr CK_TOVR_FUNCTION_LIST makeList()
+constexpr CK_TOVR_FUNCTION_LIST makeList() noexcept
 {
     CK_TOVR_FUNCTION_LIST list = {};
     List& standard = list.standard;

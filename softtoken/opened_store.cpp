@@ -6,7 +6,7 @@
 namespace softtoken {
 namespace {
 
-OpenedStore store;
+OpenedStore store; // NOLINT(cert-err58-cpp): an empty path allocates nothing
 
 /// A lock is shared with a forked child, which would hold it on after its parent.
 void closeInChild()
