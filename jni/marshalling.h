@@ -10,8 +10,8 @@
 #include <jni.h>
 
 #include <cstddef>
+#include <cstring>
 #include <memory>
-#include <string.h> // explicit_bzero
 #include <string>
 #include <vector>
 

@@ -20,6 +20,13 @@ CK_ATTRIBUTE labelAttribute(const char* label)
     return {CKA_LABEL, const_cast<char*>(label), static_cast<CK_ULONG>(std::strlen(label))};
 }
 
+CK_ATTRIBUTE idAttribute(unsigned char* id, CK_ULONG idLen)
+{
+    CK_ATTRIBUTE attribute{CKA_ID, nullptr, idLen};
+    attribute.pValue = id;
+    return attribute;
+}
+
 /// What tells one object of a token from the others: class, label and, unless its length is 0, ID.
 struct ObjectName {
     CK_OBJECT_CLASS objectClass;
@@ -97,7 +104,7 @@ Outcome generateKeyPair(const Session& session, CK_MECHANISM_TYPE mechanismType,
     if (label != nullptr)
         append(labelAttribute(label));
     if (idLen != 0)
-        append({CKA_ID, id, idLen});
+        append(idAttribute(id, idLen));
 
     CK_OBJECT_HANDLE publicKey = CK_INVALID_HANDLE; // both keys are found again by label and ID
     CK_OBJECT_HANDLE privateKey = CK_INVALID_HANDLE;
@@ -110,7 +117,7 @@ Outcome generateKeyPair(const Session& session, CK_MECHANISM_TYPE mechanismType,
 CK_RV P11Wrapper::GetX509Certificate(unsigned long slotId, unsigned char* pin, unsigned long pinLen, const char* label,
                                      unsigned char* id, unsigned long idLen, std::vector<unsigned char>& out)
 {
-    const ObjectName name{CKO_CERTIFICATE, labelAttribute(label), {CKA_ID, id, idLen}};
+    const ObjectName name{CKO_CERTIFICATE, labelAttribute(label), idAttribute(id, idLen)};
     return runInSession(*this, slotId, CKU_USER, pin, pinLen,
                         [&](const Session& session) { return readObject<1>(session, name, {CKA_VALUE}, {&out}); });
 }
@@ -119,7 +126,7 @@ CK_RV P11Wrapper::GetPublicKey(unsigned long slotId, unsigned char* pin, unsigne
                                unsigned char* id, unsigned long idLen, std::vector<unsigned char>& modulus,
                                std::vector<unsigned char>& exponent)
 {
-    const ObjectName name{CKO_PUBLIC_KEY, labelAttribute(label), {CKA_ID, id, idLen}};
+    const ObjectName name{CKO_PUBLIC_KEY, labelAttribute(label), idAttribute(id, idLen)};
     return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
         return readObject<2>(session, name, {CKA_MODULUS, CKA_PUBLIC_EXPONENT}, {&modulus, &exponent});
     });
