@@ -3,8 +3,6 @@
 
 #include <pthread.h>
 
-#include <cstdlib>
-
 namespace softtoken {
 namespace {
 
@@ -24,16 +22,21 @@ void enterChild()
 // Without memory for this, a child is what it was with SoftHSM2 alone.
 [[maybe_unused]] const int registered = pthread_atfork(nullptr, nullptr, enterChild);
 
-void close()
-{
-    reach = Reach::none;
-}
+/// A static object, whose destructor belongs to this module and runs when the module is unloaded at the latest.
+/// ThreadSanitizer would call a function given to std::atexit after that.
+class Closer {
+public:
+    Closer() = default;
+    ~Closer() { reach = Reach::none; }
+    Closer(const Closer&) = delete;
+    Closer& operator=(const Closer&) = delete;
+};
 
 } // namespace
 
 void closeBeforeSoftHsmGoes()
 {
-    (void)std::atexit(close); // without memory for this, the end is what it was with SoftHSM2 alone
+    [[maybe_unused]] static Closer closer;
 }
 
 } // namespace softtoken
