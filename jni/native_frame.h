@@ -145,10 +145,12 @@ template <typename Job>
 
 /// Whether an operation takes a slot and then, one for one, what the arguments become.
 template <typename Operation, typename Parameters>
-constexpr bool takes = false;
+struct Takes : std::false_type {
+};
 template <typename Operation, typename... Parameters>
-constexpr bool takes<Operation, std::tuple<Parameters...>> =
-    std::is_invocable_r_v<CK_RV, Operation, P11Wrapper&, CK_SLOT_ID, Parameters&...>;
+struct Takes<Operation, std::tuple<Parameters...>>
+    : std::is_invocable_r<CK_RV, Operation, P11Wrapper&, CK_SLOT_ID, Parameters&...> {
+};
 
 /// The frame of a method that works on the token in the reader `terminalName`. Returns the code of the first step that
 /// failed, or 0.
@@ -156,7 +158,7 @@ template <typename Operation, typename... Arguments>
 [[nodiscard]] jlong runOnToken(JNIEnv* env, TerminalName terminalName, ModulePath modulePath, Operation operation,
                                Arguments&&... arguments)
 {
-    constexpr bool match = takes<Operation, decltype(std::tuple_cat(arguments.native()...))>;
+    constexpr bool match = Takes<Operation, decltype(std::tuple_cat(arguments.native()...))>::value;
     static_assert(match, "these arguments, in this order, are not what the operation takes behind the slot");
     if constexpr (match) { // else the message above is all that the compiler says
         (arguments.readBinary(env), ...);
