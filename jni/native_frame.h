@@ -137,7 +137,7 @@ template <typename Job>
 {
     P11Wrapper wrapper(modulePath.c_str());
     if (!wrapper.Initialize()) {
-        diagnose("Failed to Initialize P11Wrapper");
+        diagnose(standardOutput, "Failed to Initialize P11Wrapper");
         return 1;
     }
     return static_cast<jlong>(job(wrapper));

@@ -3,6 +3,7 @@
 #include "p11/P11Wrapper.h"
 
 #include "include/tovr_pkcs11.h"
+#include "p11/jobs.h"
 #include "p11/object_search.h"
 #include "p11/outcome.h"
 #include "p11/session.h"
@@ -10,21 +11,19 @@
 
 #include <array>
 #include <cstddef>
-#include <cstring>
+#include <string_view>
 #include <vector>
 
 namespace {
 
-CK_ATTRIBUTE labelAttribute(const char* label)
+CK_ATTRIBUTE labelAttribute(std::string_view label)
 {
-    return {CKA_LABEL, const_cast<char*>(label), static_cast<CK_ULONG>(std::strlen(label))};
+    return {CKA_LABEL, const_cast<char*>(label.data()), label.size()};
 }
 
-CK_ATTRIBUTE idAttribute(unsigned char* id, CK_ULONG idLen)
+CK_ATTRIBUTE idAttribute(ByteRun id)
 {
-    CK_ATTRIBUTE attribute{CKA_ID, nullptr, idLen};
-    attribute.pValue = id;
-    return attribute;
+    return {CKA_ID, id.first, id.count};
 }
 
 /// What tells one object of a token from the others: class, label and, unless its length is 0, ID.
@@ -46,15 +45,15 @@ Outcome readObject(const Session& session, ObjectName name, const std::array<CK_
     if (!search)
         return search.refusal();
     CK_OBJECT_HANDLE object = CK_INVALID_HANDLE;
-    const CK_RV rv = search.findOne(object);
-    if (rv != CKR_OK)
-        return rv;
+    const Outcome found = search.findOne(object);
+    if (found.code != CKR_OK)
+        return found;
 
     std::array<CK_ATTRIBUTE, count> query{};
     for (std::size_t i = 0; i < count; ++i)
         query[i].type = types[i];
-    return twoCallFetch(
-        {"C_GetAttributeValue failed for ", "C_GetAttributeValue failed #2 for "},
+    const CK_RV rv = twoCallFetch(
+        session.lines, {"C_GetAttributeValue failed for ", "C_GetAttributeValue failed #2 for "},
         [&] { return session.functions->C_GetAttributeValue(session.handle, object, query.data(), query.size()); },
         [&] {
             for (std::size_t i = 0; i < count; ++i)
@@ -62,20 +61,21 @@ Outcome readObject(const Session& session, ObjectName name, const std::array<CK_
             return true;
         },
         object);
+    return {rv, "C_GetAttributeValue"};
 }
 
 /// How the hand-over of a certificate ended. The line of a failure follows the closing of the session.
-Outcome importOutcome(CK_RV rv)
+Outcome importOutcome(CK_RV rv, const char* step)
 {
-    return rv == CKR_OK ? Outcome(rv) : Outcome(rv, "Load failed");
+    return {rv, step, rv == CKR_OK ? nullptr : "Load failed"};
 }
 
 /// The two entries of a public key's template that tell the size of the key.
 using SizeAttributes = std::array<CK_ATTRIBUTE, 2>;
 
-/// Generates a key pair under a label, unless it is null, and an ID, unless `idLen` is 0.
+/// Generates a key pair under a label, unless its pointer is null, and an ID, unless its length is 0.
 Outcome generateKeyPair(const Session& session, CK_MECHANISM_TYPE mechanismType, const SizeAttributes& sizeAttributes,
-                        const char* label, unsigned char* id, CK_ULONG idLen)
+                        std::string_view label, ByteRun id)
 {
     CK_MECHANISM mechanism{mechanismType, nullptr, 0};
     CK_BBOOL yes = CK_TRUE;
@@ -101,34 +101,85 @@ Outcome generateKeyPair(const Session& session, CK_MECHANISM_TYPE mechanismType,
         publicTemplate[count] = privateTemplate[count] = attribute;
         ++count;
     };
-    if (label != nullptr)
+    if (label.data() != nullptr)
         append(labelAttribute(label));
-    if (idLen != 0)
-        append(idAttribute(id, idLen));
+    if (id.count != 0)
+        append(idAttribute(id));
 
     CK_OBJECT_HANDLE publicKey = CK_INVALID_HANDLE; // both keys are found again by label and ID
     CK_OBJECT_HANDLE privateKey = CK_INVALID_HANDLE;
-    return session.functions->C_GenerateKeyPair(session.handle, &mechanism, publicTemplate.data(), count,
-                                                privateTemplate.data(), count, &publicKey, &privateKey);
+    return {session.functions->C_GenerateKeyPair(session.handle, &mechanism, publicTemplate.data(), count,
+                                                 privateTemplate.data(), count, &publicKey, &privateKey),
+            "C_GenerateKeyPair"};
+}
+
+/// A label as a C string, where null is none.
+std::string_view optionalLabel(const char* label)
+{
+    return label == nullptr ? std::string_view() : std::string_view(label);
 }
 
 } // namespace
 
+Outcome jobs::readCertificate(const Session& session, std::string_view label, ByteRun id,
+                              std::vector<unsigned char>& value)
+{
+    return readObject<1>(session, {CKO_CERTIFICATE, labelAttribute(label), idAttribute(id)}, {CKA_VALUE}, {&value});
+}
+
+Outcome jobs::readPublicKey(const Session& session, std::string_view label, ByteRun id,
+                            std::vector<unsigned char>& modulus, std::vector<unsigned char>& exponent)
+{
+    return readObject<2>(session, {CKO_PUBLIC_KEY, labelAttribute(label), idAttribute(id)},
+                         {CKA_MODULUS, CKA_PUBLIC_EXPONENT}, {&modulus, &exponent});
+}
+
+Outcome jobs::importCertificate(const Session& session, const char* label, ByteRun id, ByteRun certificate)
+{
+    return importOutcome(extendedList(session.functions)
+                             ->C_TOVR_ImportX509Certificate(session.handle, label, id.first, id.count,
+                                                            certificate.first, certificate.count),
+                         "C_TOVR_ImportX509Certificate");
+}
+
+Outcome jobs::importBlocks(const Session& session, ByteRun first, ByteRun second)
+{
+    return importOutcome(extendedList(session.functions)
+                             ->C_TOVR_ImportCert(session.handle, first.first, first.count, second.first, second.count),
+                         "C_TOVR_ImportCert");
+}
+
+Outcome jobs::generateRsaKeyPair(const Session& session, CK_ULONG modulusBits, std::string_view label, ByteRun id)
+{
+    unsigned char publicExponent[] = {0x01, 0x00, 0x01};
+    const SizeAttributes sizeAttributes{{{CKA_MODULUS_BITS, &modulusBits, sizeof modulusBits},
+                                         {CKA_PUBLIC_EXPONENT, publicExponent, sizeof publicExponent}}};
+    return generateKeyPair(session, CKM_RSA_PKCS_KEY_PAIR_GEN, sizeAttributes, label, id);
+}
+
+Outcome jobs::generateGostKeyPair(const Session& session, std::string_view label, ByteRun id)
+{
+    // The module counts seven fixed entries in a public template: a GOST key, whose size its parameter set tells,
+    // leaves the two that tell an RSA key's size empty.
+    return generateKeyPair(session, CKM_GOSTR3410_KEY_PAIR_GEN, {}, label, id);
+}
+
 CK_RV P11Wrapper::GetX509Certificate(unsigned long slotId, unsigned char* pin, unsigned long pinLen, const char* label,
                                      unsigned char* id, unsigned long idLen, std::vector<unsigned char>& out)
 {
-    const ObjectName name{CKO_CERTIFICATE, labelAttribute(label), idAttribute(id, idLen)};
-    return runInSession(*this, slotId, CKU_USER, pin, pinLen,
-                        [&](const Session& session) { return readObject<1>(session, name, {CKA_VALUE}, {&out}); });
+    const std::string_view name(label);
+    return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
+        return jobs::readCertificate(session, name, {id, idLen}, out);
+    });
 }
 
 CK_RV P11Wrapper::GetPublicKey(unsigned long slotId, unsigned char* pin, unsigned long pinLen, const char* label,
                                unsigned char* id, unsigned long idLen, std::vector<unsigned char>& modulus,
                                std::vector<unsigned char>& exponent)
 {
-    const ObjectName name{CKO_PUBLIC_KEY, labelAttribute(label), idAttribute(id, idLen)};
+    const std::string_view name(label);
     return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
-        return readObject<2>(session, name, {CKA_MODULUS, CKA_PUBLIC_EXPONENT}, {&modulus, &exponent});
+        return jobs::readPublicKey(session, name, {id, idLen}, modulus, exponent);
     });
 }
 
@@ -137,8 +188,7 @@ CK_RV P11Wrapper::ImportX509Certificate(unsigned long slotId, unsigned char* pin
                                         unsigned long certLen)
 {
     return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
-        return importOutcome(extendedList(session.functions)
-                                 ->C_TOVR_ImportX509Certificate(session.handle, label, id, idLen, cert, certLen));
+        return jobs::importCertificate(session, label, {id, idLen}, {cert, certLen});
     });
 }
 
@@ -146,19 +196,15 @@ CK_RV P11Wrapper::ImportCert(unsigned long slotId, unsigned char* first, unsigne
                              unsigned long secondLen, unsigned char* pin, unsigned long pinLen)
 {
     return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
-        return importOutcome(
-            extendedList(session.functions)->C_TOVR_ImportCert(session.handle, first, firstLen, second, secondLen));
+        return jobs::importBlocks(session, {first, firstLen}, {second, secondLen});
     });
 }
 
 CK_RV P11Wrapper::GenerateKeyPair(unsigned long slotId, unsigned char* pin, unsigned long pinLen,
                                   unsigned long modulusBits, const char* label, unsigned char* id, unsigned long idLen)
 {
-    unsigned char publicExponent[] = {0x01, 0x00, 0x01};
-    const SizeAttributes sizeAttributes{{{CKA_MODULUS_BITS, &modulusBits, sizeof modulusBits},
-                                         {CKA_PUBLIC_EXPONENT, publicExponent, sizeof publicExponent}}};
     return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
-        return generateKeyPair(session, CKM_RSA_PKCS_KEY_PAIR_GEN, sizeAttributes, label, id, idLen);
+        return jobs::generateRsaKeyPair(session, modulusBits, optionalLabel(label), {id, idLen});
     });
 }
 
@@ -166,8 +212,6 @@ CK_RV P11Wrapper::GenerateGostR3410_2001KeyPair(unsigned long slotId, unsigned c
                                                 const char* label, unsigned char* id, unsigned long idLen)
 {
     return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
-        // The module counts seven fixed entries in a public template: a GOST key, whose size its parameter set tells,
-        // leaves the two that tell an RSA key's size empty.
-        return generateKeyPair(session, CKM_GOSTR3410_KEY_PAIR_GEN, {}, label, id, idLen);
+        return jobs::generateGostKeyPair(session, optionalLabel(label), {id, idLen});
     });
 }

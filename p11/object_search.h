@@ -31,22 +31,22 @@ public:
     explicit operator bool() const { return active_; }
 
     /// Why it could not. The operation ends with that.
-    Outcome refusal() const { return {code_, "C_FindObjectsInit failed", number_}; }
+    Outcome refusal() const { return {code_, "C_FindObjectsInit", "C_FindObjectsInit failed", number_}; }
 
     /// Finds the first match. Returns 6 when there is none; its line shows C_FindObjects's own code, 0.
-    [[nodiscard]] CK_RV findOne(CK_OBJECT_HANDLE& object)
+    Outcome findOne(CK_OBJECT_HANDLE& object)
     {
         CK_ULONG found = 0;
         const CK_RV rv = next(object, found);
         if (rv != CKR_OK) {
-            diagnose("C_FindObjects failed", number_.text(), ". Code: ", rv);
-            return rv;
+            diagnose(session_.lines, "C_FindObjects failed", number_.text(), ". Code: ", rv);
+            return {rv, "C_FindObjects"};
         }
         if (found == 0) {
-            diagnose("C_FindObjects object not found", number_.text(), ". Code: ", rv);
-            return CKR_FUNCTION_FAILED;
+            diagnose(session_.lines, "C_FindObjects object not found", number_.text(), ". Code: ", rv);
+            return {CKR_FUNCTION_FAILED, emptySearch};
         }
-        return CKR_OK;
+        return {CKR_OK, "C_FindObjects"};
     }
 
     /// Finds all matches, up to the first error: objects that can be listed are worth more than the error.
@@ -61,12 +61,12 @@ public:
     }
 
     /// Finalises the search where the code matters. A failure is written.
-    [[nodiscard]] CK_RV finish()
+    Outcome finish()
     {
         const CK_RV rv = finalise();
         if (rv != CKR_OK)
-            diagnose("C_FindObjectsFinal failed. Code: ", rv);
-        return rv;
+            diagnose(session_.lines, "C_FindObjectsFinal failed. Code: ", rv);
+        return {rv, "C_FindObjectsFinal"};
     }
 
 private:

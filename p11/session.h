@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The guard that every operation begins with, and the authenticated session that most of them work in.
+// The session in which a job works, and the authenticated one that most of a wrapper's operations open for theirs.
 #pragma once
 
 #include "p11/P11Wrapper.h"
@@ -10,18 +10,34 @@
 [[nodiscard]] inline bool isReady(const P11Wrapper& wrapper)
 {
     if (!wrapper.initialized)
-        diagnose("Not Initialized");
+        diagnose(standardOutput, "Not Initialized");
     return wrapper.initialized;
 }
 
-/// An open session with a login, as a job sees it. A job never closes the session: whoever opened it does.
+/// An open session as a job sees it. A job never closes the session: whoever opened it does.
 struct Session {
     CK_FUNCTION_LIST_PTR functions;
     CK_SESSION_HANDLE handle;
-    CK_RV loginCode; ///< CKR_OK or CKR_USER_ALREADY_LOGGED_IN
+    const Diagnostics& lines;
+    CK_RV loginCode = CKR_OK; ///< CKR_OK or CKR_USER_ALREADY_LOGGED_IN
 };
 
-/// A read/write session, closed at the end of its scope (PKCS #11 v2.40, section 5.6).
+/// Opens a read/write session (PKCS #11 v2.40, section 5.6).
+inline Outcome openSession(CK_FUNCTION_LIST_PTR functions, CK_SLOT_ID slotId, CK_SESSION_HANDLE& handle)
+{
+    return {functions->C_OpenSession(slotId, CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &handle),
+            "C_OpenSession"};
+}
+
+/// Logs in. A login that the process has already counts as one. A refusal ends the operation.
+inline Outcome logIn(Session& session, CK_USER_TYPE userType, CK_BYTE_PTR pin, CK_ULONG pinLen)
+{
+    session.loginCode = session.functions->C_Login(session.handle, userType, pin, pinLen);
+    const bool loggedIn = session.loginCode == CKR_OK || session.loginCode == CKR_USER_ALREADY_LOGGED_IN;
+    return {session.loginCode, "C_Login", loggedIn ? nullptr : "Login failed"};
+}
+
+/// A session of a wrapper's operation, closed at the end of its scope.
 ///
 /// C_Logout is never called: it would end the login of all the application's sessions on the token.
 class AuthenticatedSession {
@@ -31,7 +47,7 @@ public:
     {
         if (!isReady(wrapper))
             return;
-        code_ = functions_->C_OpenSession(slotId, CKF_SERIAL_SESSION | CKF_RW_SESSION, nullptr, nullptr, &handle_);
+        code_ = openSession(functions_, slotId, handle_).code;
         open_ = code_ == CKR_OK;
     }
 
@@ -52,13 +68,11 @@ public:
     {
         if (!open_)
             return code_;
-        const CK_RV login = functions_->C_Login(handle_, userType, pin, pinLen);
-        const bool loggedIn = login == CKR_OK || login == CKR_USER_ALREADY_LOGGED_IN;
-        const Outcome outcome =
-            loggedIn ? Outcome(job(Session{functions_, handle_, login})) : Outcome(login, "Login failed");
+        Session session{functions_, handle_, standardOutput};
+        const Outcome login = logIn(session, userType, pin, pinLen);
+        const Outcome outcome = login.endsOperation() ? login : job(session);
         close();
-        if (outcome.endsOperation())
-            diagnose(outcome.lastWords, outcome.number.text(), ". Code: ", outcome.code);
+        outcome.writeLastWords(standardOutput);
         return outcome.code;
     }
 

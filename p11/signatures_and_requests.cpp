@@ -3,6 +3,7 @@
 #include "p11/P11Wrapper.h"
 
 #include "include/tovr_pkcs11.h"
+#include "p11/jobs.h"
 #include "p11/object_search.h"
 #include "p11/outcome.h"
 #include "p11/session.h"
@@ -14,13 +15,12 @@
 namespace {
 
 /// Finds the first object with this class and ID.
-Outcome findById(const Session& session, SearchNumber number, CK_OBJECT_CLASS objectClass, const unsigned char* id,
-                 CK_ULONG idLen, CK_OBJECT_HANDLE& object)
+Outcome findById(const Session& session, SearchNumber number, CK_OBJECT_CLASS objectClass, ByteRun id,
+                 CK_OBJECT_HANDLE& object)
 {
-    std::array<CK_ATTRIBUTE, 2> criteria{
-        {{CKA_CLASS, &objectClass, sizeof objectClass}, {CKA_ID, const_cast<unsigned char*>(id), idLen}}};
+    std::array<CK_ATTRIBUTE, 2> criteria{{{CKA_CLASS, &objectClass, sizeof objectClass}, {CKA_ID, id.first, id.count}}};
     ObjectSearch search(session, criteria.data(), criteria.size(), number);
-    return search ? Outcome(search.findOne(object)) : search.refusal();
+    return search ? search.findOne(object) : search.refusal();
 }
 
 /// What a message or a request is built upon.
@@ -31,14 +31,13 @@ struct Signer {
 
 /// Finds both by their IDs; one of length 0 names none. The login's 0x100 runs on as the code until a search replaces
 /// it: without a public part to find it ends the operation.
-Outcome findSigner(const Session& session, CK_OBJECT_CLASS publicClass, const unsigned char* publicId,
-                   CK_ULONG publicIdLen, const unsigned char* keyId, CK_ULONG keyIdLen, Signer& signer)
+Outcome findSigner(const Session& session, CK_OBJECT_CLASS publicClass, ByteRun publicId, ByteRun keyId, Signer& signer)
 {
-    Outcome outcome = session.loginCode;
-    if (publicIdLen != 0)
-        outcome = findById(session, {1}, publicClass, publicId, publicIdLen, signer.publicPart);
-    if (outcome.code == CKR_OK && keyIdLen != 0)
-        outcome = findById(session, {2}, CKO_PRIVATE_KEY, keyId, keyIdLen, signer.privateKey);
+    Outcome outcome(session.loginCode, "C_Login");
+    if (publicId.count != 0)
+        outcome = findById(session, {1}, publicClass, publicId, signer.publicPart);
+    if (outcome.code == CKR_OK && keyId.count != 0)
+        outcome = findById(session, {2}, CKO_PRIVATE_KEY, keyId, signer.privateKey);
     return outcome;
 }
 
@@ -47,10 +46,11 @@ Outcome findSigner(const Session& session, CK_OBJECT_CLASS publicClass, const un
 Outcome findFurther(const Session& session, const std::vector<std::vector<unsigned char>>& ids,
                     std::vector<CK_OBJECT_HANDLE>& certificates)
 {
-    Outcome outcome = CKR_OK;
+    Outcome outcome(CKR_OK, "C_FindObjects");
     for (const std::vector<unsigned char>& id : ids) {
         CK_OBJECT_HANDLE certificate = CK_INVALID_HANDLE;
-        outcome = findById(session, {3, certificates.size() + 1}, CKO_CERTIFICATE, id.data(), id.size(), certificate);
+        outcome = findById(session, {3, certificates.size() + 1}, CKO_CERTIFICATE,
+                           {const_cast<unsigned char*>(id.data()), id.size()}, certificate);
         if (outcome.endsOperation())
             break;
         certificates.push_back(certificate);
@@ -58,25 +58,77 @@ Outcome findFurther(const Session& session, const std::vector<std::vector<unsign
     return outcome;
 }
 
+/// How a function that builds a message or a request is named: in its lines and as a step.
+struct Builder {
+    FetchWords words;
+    const char* step;
+};
+
 /// Fetches what an extension builds; `build(buffer, length)` calls it. `output` is replaced on success only, and keeps
 /// the announced length: what the module leaves unwritten is zero.
 template <typename Build>
-Outcome fetchBuilt(const FetchWords& words, std::vector<unsigned char>& output, const Build& build)
+Outcome fetchBuilt(const Session& session, const Builder& builder, std::vector<unsigned char>& output,
+                   const Build& build)
 {
     std::vector<unsigned char> buffer;
     CK_ULONG length = 0;
     const CK_RV rv = twoCallFetch(
-        words, [&] { return build(buffer.empty() ? nullptr : buffer.data(), &length); },
+        session.lines, builder.words, [&] { return build(buffer.empty() ? nullptr : buffer.data(), &length); },
         [&] {
             buffer.assign(length, 0);
             return !buffer.empty();
         });
     if (rv == CKR_OK)
         output.swap(buffer);
-    return rv;
+    return {rv, builder.step};
 }
 
 } // namespace
+
+Outcome jobs::signMessage(const Session& session, ByteRun data, ByteRun certificateId, ByteRun keyId,
+                          const std::vector<std::vector<unsigned char>>& furtherIds, CK_ULONG flags,
+                          std::vector<unsigned char>& message)
+{
+    Signer signer;
+    std::vector<CK_OBJECT_HANDLE> further;
+    Outcome outcome = findSigner(session, CKO_CERTIFICATE, certificateId, keyId, signer);
+    if (outcome.code == CKR_OK)
+        outcome = findFurther(session, furtherIds, further);
+    if (outcome.code != CKR_OK)
+        return outcome;
+
+    return fetchBuilt(session, {{"C_TOVR_pkcs7Sign failed #1", "C_TOVR_pkcs7Sign failed #2"}, "C_TOVR_pkcs7Sign"},
+                      message, [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
+                          return extendedList(session.functions)
+                              ->C_TOVR_pkcs7Sign(session.handle, data.first, data.count, signer.publicPart, buffer,
+                                                 length, signer.privateKey, further.empty() ? nullptr : further.data(),
+                                                 further.size(), flags);
+                      });
+}
+
+Outcome jobs::verifyMessage(CK_FUNCTION_LIST_PTR functions, ByteRun firstInput, ByteRun secondInput)
+{
+    return {extendedList(functions)->C_TOVR_pkcs7Verify(firstInput.first, firstInput.count, secondInput.first,
+                                                        secondInput.count),
+            "C_TOVR_pkcs7Verify"};
+}
+
+Outcome jobs::createRequest(const Session& session, ByteRun publicKeyId, ByteRun privateKeyId, TextRun subject,
+                            TextRun attributes, TextRun extensions, std::vector<unsigned char>& request)
+{
+    Signer signer;
+    const Outcome outcome = findSigner(session, CKO_PUBLIC_KEY, publicKeyId, privateKeyId, signer);
+    if (outcome.code != CKR_OK)
+        return outcome;
+
+    return fetchBuilt(session, {{"C_TOVR_CreateCSR failed #1", "C_TOVR_CreateCSR failed #2"}, "C_TOVR_CreateCSR"},
+                      request, [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
+                          return extendedList(session.functions)
+                              ->C_TOVR_CreateCSR(session.handle, signer.publicPart, subject.first, subject.groups,
+                                                 buffer, length, signer.privateKey, attributes.first, attributes.groups,
+                                                 extensions.first, extensions.groups);
+                      });
+}
 
 CK_RV P11Wrapper::pkcs7Sign(unsigned long slotId, unsigned char* pin, unsigned long pinLen, unsigned char* data,
                             unsigned long dataLen, unsigned char* certId, unsigned long certIdLen, unsigned char* keyId,
@@ -84,21 +136,8 @@ CK_RV P11Wrapper::pkcs7Sign(unsigned long slotId, unsigned char* pin, unsigned l
                             unsigned long flags, std::vector<unsigned char>& signature)
 {
     return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
-        Signer signer;
-        std::vector<CK_OBJECT_HANDLE> further;
-        Outcome outcome = findSigner(session, CKO_CERTIFICATE, certId, certIdLen, keyId, keyIdLen, signer);
-        if (outcome.code == CKR_OK)
-            outcome = findFurther(session, certIds, further);
-        if (outcome.code != CKR_OK)
-            return outcome;
-
-        return fetchBuilt({"C_TOVR_pkcs7Sign failed #1", "C_TOVR_pkcs7Sign failed #2"}, signature,
-                          [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
-                              return extendedList(session.functions)
-                                  ->C_TOVR_pkcs7Sign(session.handle, data, dataLen, signer.publicPart, buffer, length,
-                                                     signer.privateKey, further.empty() ? nullptr : further.data(),
-                                                     further.size(), flags);
-                          });
+        return jobs::signMessage(session, {data, dataLen}, {certId, certIdLen}, {keyId, keyIdLen}, certIds, flags,
+                                 signature);
     });
 }
 
@@ -107,7 +146,7 @@ CK_RV P11Wrapper::pkcs7Verify(unsigned char* firstInput, unsigned long firstInpu
 {
     if (!isReady(*this))
         return CKR_GENERAL_ERROR;
-    return extendedList(functionList)->C_TOVR_pkcs7Verify(firstInput, firstInputLen, secondInput, secondInputLen);
+    return jobs::verifyMessage(functionList, {firstInput, firstInputLen}, {secondInput, secondInputLen}).code;
 }
 
 CK_RV P11Wrapper::createCSR(unsigned long slotId, unsigned char* pin, unsigned long pinLen, unsigned char* publicKeyId,
@@ -117,18 +156,8 @@ CK_RV P11Wrapper::createCSR(unsigned long slotId, unsigned char* pin, unsigned l
                             std::vector<unsigned char>& csr)
 {
     return runInSession(*this, slotId, CKU_USER, pin, pinLen, [&](const Session& session) {
-        Signer signer;
-        const Outcome outcome =
-            findSigner(session, CKO_PUBLIC_KEY, publicKeyId, publicKeyIdLen, privateKeyId, privateKeyIdLen, signer);
-        if (outcome.code != CKR_OK)
-            return outcome;
-
-        return fetchBuilt({"C_TOVR_CreateCSR failed #1", "C_TOVR_CreateCSR failed #2"}, csr,
-                          [&](CK_BYTE_PTR buffer, CK_ULONG_PTR length) {
-                              return extendedList(session.functions)
-                                  ->C_TOVR_CreateCSR(session.handle, signer.publicPart, subject, subjectCount, buffer,
-                                                     length, signer.privateKey, attributes, attributeCount, extensions,
-                                                     extensionCount);
-                          });
+        return jobs::createRequest(session, {publicKeyId, publicKeyIdLen}, {privateKeyId, privateKeyIdLen},
+                                   {subject, subjectCount}, {attributes, attributeCount}, {extensions, extensionCount},
+                                   csr);
     });
 }

@@ -4,6 +4,7 @@
 
 #include "p11/diagnostics.h"
 #include "p11/fields.h"
+#include "p11/jobs.h"
 #include "p11/object_search.h"
 #include "p11/outcome.h"
 #include "p11/session.h"
@@ -75,7 +76,7 @@ public:
     {
         CK_ATTRIBUTE_PTR attributes = query_.data();
         return twoCallFetch(
-            {"C_GetAttributeValue failed for ", "C_GetAttributeValue #2 failed for "},
+            session.lines, {"C_GetAttributeValue failed for ", "C_GetAttributeValue #2 failed for "},
             [&] {
                 return toleratingMissingAttribute(
                     session.functions->C_GetAttributeValue(session.handle, object, attributes, query_.size()));
@@ -131,59 +132,63 @@ private:
     std::array<std::vector<unsigned char>, std::tuple_size<Template>::value> buffers_;
 };
 
-/// Destroys every object. One that cannot be destroyed is reported and passed over.
-Outcome destroyObjects(const Session& session)
+} // namespace
+
+Outcome jobs::initializeToken(CK_FUNCTION_LIST_PTR functions, CK_SLOT_ID slotId, ByteRun soPin,
+                              const Diagnostics& lines)
+{
+    unsigned char label[] = "VORNIX Token                    ";
+    static_assert(sizeof label == 32 + 1, "C_InitToken takes 32 blank-padded bytes");
+    const CK_RV rv = functions->C_InitToken(slotId, soPin.first, soPin.count, label);
+    if (rv != CKR_OK)
+        diagnose(lines, "C_InitToken failed. Code: ", rv);
+    return {rv, "C_InitToken"};
+}
+
+Outcome jobs::destroyObjects(const Session& session)
 {
     std::vector<CK_OBJECT_HANDLE> objects;
     const Outcome search = findEveryObject(session, objects);
-    if (search.endsOperation())
+    if (search.endsOperation() || objects.empty())
         return search;
 
-    CK_RV rv = search.code; // the result where there are no objects
+    CK_RV rv = CKR_OK;
     for (const CK_OBJECT_HANDLE object : objects) {
         rv = session.functions->C_DestroyObject(session.handle, object);
         if (rv != CKR_OK)
-            diagnose("C_DestroyObject failed for ", object, ". Code: ", rv);
+            diagnose(session.lines, "C_DestroyObject failed for ", object, ". Code: ", rv);
     }
-    return rv;
+    return {rv, "C_DestroyObject"};
 }
 
-/// Appends a record of every object that can be read.
-Outcome listObjects(const Session& session, std::vector<ObjectAttr>& objects)
+Outcome jobs::listObjects(const Session& session, std::vector<ObjectAttr>& objects)
 {
     std::vector<CK_OBJECT_HANDLE> handles;
-    const Outcome search = findEveryObject(session, handles);
-    if (search.endsOperation())
-        return search;
+    Outcome outcome = findEveryObject(session, handles);
+    if (outcome.endsOperation())
+        return outcome;
 
-    CK_RV rv = toleratingMissingAttribute(search.code); // the result where there are no objects
+    outcome.code = toleratingMissingAttribute(outcome.code); // the result where there are no objects
     objects.reserve(objects.size() + handles.size());
     ObjectReader reader;
     for (const CK_OBJECT_HANDLE handle : handles) {
-        rv = reader.read(session, handle);
-        if (rv == CKR_OK)
+        outcome = {reader.read(session, handle), "C_GetAttributeValue"};
+        if (outcome.code == CKR_OK)
             objects.push_back(reader.record());
     }
-    return rv;
+    return outcome;
 }
-
-} // namespace
 
 CK_RV P11Wrapper::InitCard(CK_SLOT_ID slotId, unsigned char* soPin, CK_ULONG soPinLen)
 {
     if (!isReady(*this))
         return CKR_GENERAL_ERROR;
-    unsigned char label[] = "VORNIX Token                    ";
-    static_assert(sizeof label == 32 + 1, "C_InitToken takes 32 blank-padded bytes");
-    const CK_RV rv = functionList->C_InitToken(slotId, soPin, soPinLen, label);
-    if (rv != CKR_OK)
-        diagnose("C_InitToken failed. Code: ", rv);
-    return rv;
+    return jobs::initializeToken(functionList, slotId, {soPin, soPinLen}, standardOutput).code;
 }
 
 CK_RV P11Wrapper::CleanCard(CK_SLOT_ID slotId, unsigned char* pin, CK_ULONG pinLen)
 {
-    return runInSession(*this, slotId, CKU_USER, pin, pinLen, destroyObjects);
+    return runInSession(*this, slotId, CKU_USER, pin, pinLen, jobs::destroyObjects);
 }
 
 CK_RV P11Wrapper::GetTokenInfo(CK_SLOT_ID slotId, std::vector<unsigned char>& label,
@@ -216,5 +221,6 @@ CK_RV P11Wrapper::ListObjects(CK_SLOT_ID slotId, unsigned char* pin, CK_ULONG pi
     AuthenticatedSession session(*this, slotId);
     if (!session.isOpen())
         return toleratingMissingAttribute(session.code());
-    return session.run(CKU_USER, pin, pinLen, [&](const Session& opened) { return listObjects(opened, objects); });
+    return session.run(CKU_USER, pin, pinLen,
+                       [&](const Session& opened) { return jobs::listObjects(opened, objects); });
 }

@@ -19,19 +19,19 @@ struct FetchWords {
 /// announced lengths in place. `provide` returns false when there is nothing to fetch. Returns the code of the last
 /// call made. A failure is written: its words, `subject` if there is one, ". Code: " and the code.
 template <typename Call, typename Provide, typename... Subject>
-[[nodiscard]] CK_RV twoCallFetch(const FetchWords& words, const Call& call, const Provide& provide,
-                                 const Subject&... subject)
+[[nodiscard]] CK_RV twoCallFetch(const Diagnostics& lines, const FetchWords& words, const Call& call,
+                                 const Provide& provide, const Subject&... subject)
 {
     CK_RV rv = call();
     if (rv != CKR_OK) {
-        diagnose(words.query, subject..., ". Code: ", rv);
+        diagnose(lines, words.query, subject..., ". Code: ", rv);
         return rv;
     }
     if (!provide())
         return rv;
     rv = call();
     if (rv != CKR_OK)
-        diagnose(words.fill, subject..., ". Code: ", rv);
+        diagnose(lines, words.fill, subject..., ". Code: ", rv);
     return rv;
 }
 
