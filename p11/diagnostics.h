@@ -6,27 +6,26 @@
 #include <string>
 #include <type_traits>
 
-/// Where diagnostic lines go. Whoever starts a job chooses the place.
+/// Where diagnostic lines go: to the process's standard output, or into a text. Whoever starts a job chooses.
 class Diagnostics {
 public:
-    /// Takes one whole line with its line end.
-    virtual void write(const std::string& line) const = 0;
-
-protected:
     constexpr Diagnostics() = default;
-    ~Diagnostics() = default;
-};
+    constexpr explicit Diagnostics(std::string& text) : text_(&text) {}
 
-/// The process's standard output, flushed after each line. A line is inserted as a whole, so concurrent calls do not
-/// mix their lines.
-class StandardOutput final : public Diagnostics {
-public:
-    void write(const std::string& line) const override
+    /// Takes one whole line with its line end. Standard output gets it as a whole and is flushed, so concurrent calls
+    /// do not mix their lines.
+    void write(const std::string& line) const
     {
-        std::cout.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
+        if (text_ != nullptr)
+            *text_ += line;
+        else
+            std::cout.write(line.data(), static_cast<std::streamsize>(line.size())).flush();
     }
+
+private:
+    std::string* text_ = nullptr;
 };
-inline constexpr StandardOutput standardOutput{};
+inline constexpr Diagnostics standardOutput;
 
 /// Writes texts and numbers as one line. Numbers are decimal, whatever format or locale the host has set for its
 /// stream. If the allocation fails, std::bad_alloc is thrown and nothing is written.
