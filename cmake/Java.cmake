@@ -5,6 +5,9 @@ if(NOT Java_FOUND)
   message(FATAL_ERROR "JDK 17 or newer not found: install openjdk-17-jdk-headless (Debian) or set JAVA_HOME")
 endif()
 
+cmake_path(GET Java_JAVA_EXECUTABLE PARENT_PATH VORNIX_JAVA_HOME)
+cmake_path(GET VORNIX_JAVA_HOME PARENT_PATH VORNIX_JAVA_HOME)
+
 # Entries of a jar carry this date, so that the same sources give the same bytes.
 if(DEFINED ENV{SOURCE_DATE_EPOCH})
   string(TIMESTAMP VORNIX_JAR_DATE "%Y-%m-%dT%H:%M:%SZ" UTC)

@@ -11,9 +11,9 @@
 set -euo pipefail
 
 build=(cmake g++ make ninja-build openjdk-17-jdk-headless libp11-kit-dev libpcsclite-dev libssl-dev libgnutls28-dev
-       softhsm2 libpicocli-java)
+       softhsm2 libpicocli-java help2man)
 demo=("${build[@]}" openssl libengine-gost-openssl pcscd vsmartcard-vpcd iproute2 util-linux)
-test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin)
+test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin pkg-config)
 ci=("${test[@]}" clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck)
 
 case "${1:-}" in

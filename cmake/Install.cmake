@@ -1,0 +1,90 @@
+# SPDX-License-Identifier: Apache-2.0
+# What `cmake --install` puts where. Each component but "prefix" is a Debian package too: see Packages.cmake.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+# The libraries that Java loads.
+set(native_libraries VornixToken_Javalib)
+
+set(prepared ${PROJECT_BINARY_DIR}/prepared)
+set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/VornixToken)
+set(headers_folder ${CMAKE_INSTALL_INCLUDEDIR}/vornixtoken)
+set(java_folder ${CMAKE_INSTALL_DATADIR}/java)
+set(tool_folder ${CMAKE_INSTALL_DATADIR}/vornixtoken)
+
+# vornix_install_link(<target of the link> <name> <folder> <component>)
+function(vornix_install_link target name folder component)
+  string(MAKE_C_IDENTIFIER ${folder} distinct)
+  file(MAKE_DIRECTORY ${prepared}/${distinct})
+  file(CREATE_LINK ${target} ${prepared}/${distinct}/${name} SYMBOLIC)
+  install(FILES ${prepared}/${distinct}/${name} DESTINATION ${folder} COMPONENT ${component})
+endfunction()
+
+# vornix_path_back(<installed folder> <variable>)
+#
+# The way from a folder of the prefix back to the prefix.
+function(vornix_path_back folder variable)
+  file(RELATIVE_PATH back /prefix/${folder} /prefix)
+  string(REGEX REPLACE "/$" "" back ${back})
+  set(${variable} ${back} PARENT_SCOPE)
+endfunction()
+
+# Comes first, so that a prefix that takes nothing gets nothing.
+set(installed_folders ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_LIBDIR} ${CMAKE_INSTALL_INCLUDEDIR}
+    ${CMAKE_INSTALL_DATADIR})
+configure_file(cmake/CheckPrefix.cmake.in ${prepared}/CheckPrefix.cmake @ONLY)
+install(SCRIPT ${prepared}/CheckPrefix.cmake ALL_COMPONENTS)
+
+# Programs that link a library find it in the system's folder, Java in the folder jni below.
+install(TARGETS ${native_libraries} EXPORT VornixTokenTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT jni
+        PUBLIC_HEADER DESTINATION ${headers_folder} COMPONENT dev
+        INCLUDES DESTINATION ${headers_folder})
+foreach(library IN LISTS native_libraries)
+  set(file ${CMAKE_SHARED_LIBRARY_PREFIX}${library}${CMAKE_SHARED_LIBRARY_SUFFIX})
+  vornix_install_link(../${file} ${file} ${CMAKE_INSTALL_LIBDIR}/jni jni)
+endforeach()
+
+install(EXPORT VornixTokenTargets NAMESPACE VornixToken:: DESTINATION ${package_folder} COMPONENT dev)
+configure_package_config_file(cmake/VornixTokenConfig.cmake.in ${prepared}/VornixTokenConfig.cmake
+                              INSTALL_DESTINATION ${package_folder} NO_SET_AND_CHECK_MACRO)
+# The file itself tells a wrong architecture, and more clearly.
+write_basic_package_version_file(${prepared}/VornixTokenConfigVersion.cmake COMPATIBILITY SameMajorVersion
+                                 ARCH_INDEPENDENT)
+install(FILES ${prepared}/VornixTokenConfig.cmake ${prepared}/VornixTokenConfigVersion.cmake
+        DESTINATION ${package_folder} COMPONENT dev)
+vornix_path_back(${CMAKE_INSTALL_LIBDIR}/pkgconfig prefix_from_pkgconfig)
+configure_file(cmake/vornixtoken.pc.in ${prepared}/vornixtoken.pc @ONLY)
+install(FILES ${prepared}/vornixtoken.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+
+# Packages have their licence in folders of their own.
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/vornixtoken COMPONENT prefix)
+
+if(VORNIX_SOFTTOKEN)
+  install(TARGETS vornix_softtoken LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkcs11 COMPONENT softtoken)
+endif()
+
+if(VORNIX_JAVA)
+  install(FILES $<TARGET_PROPERTY:vornixtoken_jar,JAR> DESTINATION ${java_folder} COMPONENT java)
+
+  # The tool's jar looks for the others beside itself.
+  vornix_path_back(${tool_folder} prefix_from_tool)
+  install(FILES $<TARGET_PROPERTY:vornixtoken_tool_jar,JAR> DESTINATION ${tool_folder} COMPONENT tools)
+  vornix_install_link(${prefix_from_tool}/${java_folder}/vornixtoken.jar vornixtoken.jar ${tool_folder} tools)
+  set(picocli ${PICOCLI_JAR})
+  if(PICOCLI_JAR STREQUAL "${CMAKE_INSTALL_PREFIX}/${java_folder}/picocli.jar")
+    set(picocli ${prefix_from_tool}/${java_folder}/picocli.jar)
+  endif()
+  vornix_install_link(${picocli} picocli.jar ${tool_folder} tools)
+  # Java looks into the system's folder by itself, which is where packages have the libraries.
+  vornix_install_link(${prefix_from_tool}/${CMAKE_INSTALL_LIBDIR}/jni jni ${tool_folder} prefix)
+
+  vornix_path_back(${CMAKE_INSTALL_BINDIR} prefix_from_launcher)
+  set(VORNIX_JARS /${prefix_from_launcher}/${tool_folder})
+  configure_file(java/tool/vornixtoken-tool ${prepared}/vornixtoken-tool @ONLY)
+  install(PROGRAMS ${prepared}/vornixtoken-tool DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  install(FILES $<TARGET_PROPERTY:vornixtoken_tool_manual,FILE> DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+          COMPONENT tools)
+  install(FILES $<TARGET_PROPERTY:vornixtoken_tool_completion,FILE>
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+endif()

@@ -1,0 +1,122 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# What an installed prefix is good for. Runs one of the functions below, in a folder of its own:
+#
+#   prefix_test.sh <behaviour>
+#
+# BUILD, PREFIX and SOURCE name the build folder, the installed prefix and the source; CXX and JAVA_HOME the compilers.
+set -euo pipefail
+
+here=$(cd "$(dirname "$0")" && pwd)
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder"
+export VORNIX_SOFTTOKEN_DIR=$folder/token
+module=$PREFIX/lib/pkcs11/libvornix_softtoken.so
+reader='Vornix Soft Reader 00 00'
+
+fail() { echo "$*" >&2; exit 1; }
+
+# expect <text> <command>...: the command succeeds, and a line of its output has the text.
+expect() {
+    "${@:2}" >output 2>&1 || { cat output >&2; fail "failed: ${*:2}"; }
+    grep -qF -- "$1" output || { cat output >&2; fail "'$1' is missing above"; }
+}
+
+# expect_refusal <text> <command>...: the command fails, and its output, however broken into lines, has the text.
+expect_refusal() {
+    ! "${@:2}" >output 2>&1 || fail "succeeded: ${*:2}"
+    tr -s ' \n' ' ' <output | grep -qF -- "$1" || { cat output >&2; fail "'$1' is missing above"; }
+}
+
+configure_program() { cmake -S "$here/program" -B program -DCMAKE_PREFIX_PATH="$PREFIX" "$@"; }
+
+an_empty_prefix_takes_everything() {
+    rm -rf "$PREFIX"
+    cmake --install "$BUILD" --prefix "$PREFIX"
+    cmp "$PREFIX/share/doc/vornixtoken/LICENSE" "$SOURCE/LICENSE"
+}
+
+a_cmake_program_links_the_library() {
+    configure_program >/dev/null
+    cmake --build program >/dev/null
+    expect "model software token" program/token_reader "$module" "$reader"
+}
+
+a_pkg_config_program_links_the_library() {
+    export PKG_CONFIG_PATH=$PREFIX/lib/pkgconfig
+    # shellcheck disable=SC2046 # several words
+    "$CXX" "$here/program/token_reader.cpp" -o token_reader $(pkg-config --cflags --libs vornixtoken)
+    LD_LIBRARY_PATH=$PREFIX/lib expect "model software token" ./token_reader "$module" "$reader"
+}
+
+a_java_program_runs() {
+    local jar=$PREFIX/share/java/vornixtoken.jar
+    "$JAVA_HOME/bin/javac" -cp "$jar" -d . "$SOURCE"/java/examples/{ReadTokenInfo,Usage}.java
+    expect "software token" "$JAVA_HOME/bin/java" -Djava.library.path="$PREFIX/lib/jni" -cp "$jar:." \
+        examples.ReadTokenInfo "$module" "$reader"
+}
+
+the_tool_finds_its_jars_and_libraries() {
+    export VORNIX_MODULE=$module VORNIX_TERMINAL=$reader
+    # It must not fall back on a copy that it unpacks.
+    JDK_JAVA_OPTIONS="-Djava.io.tmpdir=/nonexistent" expect "model:         software token" \
+        "$PREFIX/bin/vornixtoken-tool" info
+}
+
+manual_and_completion_know_the_commands() {
+    grep -q 'create\\-request' "$PREFIX/share/man/man1/vornixtoken-tool.1"
+    # shellcheck disable=SC1091 # made by the build
+    source "$PREFIX/share/bash-completion/completions/vornixtoken-tool"
+    complete -p vornixtoken-tool >/dev/null
+}
+
+a_moved_prefix_works() {
+    mkdir elsewhere
+    cp -a "$PREFIX" elsewhere/moved
+    PREFIX=$folder/elsewhere/moved
+    a_cmake_program_links_the_library
+    the_tool_finds_its_jars_and_libraries
+}
+
+a_prefix_that_cannot_be_written_gets_nothing() {
+    expect_refusal "Nothing was installed, because /proc/vornixtoken/bin cannot be written" \
+        cmake --install "$BUILD" --prefix /proc/vornixtoken
+    # A file stands where the last folder would be made.
+    mkdir prefix
+    touch prefix/share
+    expect_refusal "Nothing was installed, because $folder/prefix/share cannot be written" \
+        cmake --install "$BUILD" --prefix "$folder/prefix"
+    [ "$(ls -A prefix)" = share ] || fail "half installed: $(ls -A prefix)"
+}
+
+a_missing_header_is_named() {
+    expect_refusal "VornixToken needs a PKCS #11 header: install libp11-kit-dev (Debian) or set PKCS11_INCLUDE_DIR." \
+        configure_program -DCMAKE_FIND_ROOT_PATH=/nonexistent -DCMAKE_FIND_ROOT_PATH_MODE_INCLUDE=ONLY
+}
+
+another_architecture_is_named() {
+    expect_refusal "is for $(uname -m) and not for riscv64" \
+        configure_program -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR=riscv64
+}
+
+a_missing_java_is_named() {
+    JAVA_HOME=/nonexistent expect_refusal "/nonexistent/bin/java not found: install a Java runtime or set JAVA_HOME" \
+        "$PREFIX/bin/vornixtoken-tool" --version
+}
+
+a_missing_jar_is_named() {
+    mkdir bin
+    cp "$PREFIX/bin/vornixtoken-tool" bin
+    expect_refusal "picocli.jar not found: install libpicocli-java" bin/vornixtoken-tool --version
+}
+
+another_project_builds_it_as_its_part() {
+    PREFIX=/nonexistent configure_program -DVORNIX_SOURCE="$SOURCE" >/dev/null
+    cmake --build program --parallel 2 >/dev/null
+    expect "model software token" program/token_reader "$module" "$reader"
+    cmake --install program --prefix "$folder/prefix" >/dev/null
+    [ "$(cd prefix && find . -type f)" = ./bin/token_reader ] || fail "its project installs more than its own program"
+}
+
+"$1"
