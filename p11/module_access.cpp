@@ -5,6 +5,7 @@
 #include "p11/diagnostics.h"
 #include "p11/jobs.h"
 #include "p11/module.h"
+#include "p11/pcsc_context.h"
 #include "p11/session.h"
 
 #include <winscard.h>
@@ -16,26 +17,6 @@
 #include <vector>
 
 namespace {
-
-/// A connection to the PC/SC service, released at the end of its scope.
-class PcscContext {
-public:
-    PcscContext() : result_(SCardEstablishContext(SCARD_SCOPE_USER, nullptr, nullptr, &handle_)) {}
-    ~PcscContext()
-    {
-        if (result_ == SCARD_S_SUCCESS)
-            (void)SCardReleaseContext(handle_); // nothing can be done about a service that went away
-    }
-    PcscContext(const PcscContext&) = delete;
-    PcscContext& operator=(const PcscContext&) = delete;
-
-    LONG result() const { return result_; }
-    SCARDCONTEXT handle() const { return handle_; }
-
-private:
-    SCARDCONTEXT handle_ = 0;
-    LONG result_;
-};
 
 /// Whether a blank-padded field, without its padding, is a prefix of the name or has the name as a prefix. Blanks are
 /// looked for only behind the place where the two part.

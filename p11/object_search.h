@@ -87,3 +87,15 @@ private:
     CK_RV code_;
     bool active_;
 };
+
+/// Finds every object that matches and that the session's user sees; no criteria match all. The code is that of
+/// C_FindObjectsFinal, or tells why the search could not start.
+inline Outcome findEvery(const Session& session, CK_ATTRIBUTE_PTR criteria, CK_ULONG criteriaCount,
+                         std::vector<CK_OBJECT_HANDLE>& objects)
+{
+    ObjectSearch search(session, criteria, criteriaCount);
+    if (!search)
+        return search.refusal();
+    objects = search.findAll();
+    return search.finish();
+}

@@ -21,17 +21,6 @@
 
 namespace {
 
-/// Finds every object that the session's user sees: an empty template matches all. Returns the code of
-/// C_FindObjectsFinal, or why the search could not start.
-Outcome findEveryObject(const Session& session, std::vector<CK_OBJECT_HANDLE>& objects)
-{
-    ObjectSearch search(session, nullptr, 0);
-    if (!search)
-        return search.refusal();
-    objects = search.findAll();
-    return search.finish();
-}
-
 /// Not every object has every attribute asked for, which is no failure of a listing.
 CK_RV toleratingMissingAttribute(CK_RV rv)
 {
@@ -148,7 +137,7 @@ Outcome jobs::initializeToken(CK_FUNCTION_LIST_PTR functions, CK_SLOT_ID slotId,
 Outcome jobs::destroyObjects(const Session& session)
 {
     std::vector<CK_OBJECT_HANDLE> objects;
-    const Outcome search = findEveryObject(session, objects);
+    const Outcome search = findEvery(session, nullptr, 0, objects);
     if (search.endsOperation() || objects.empty())
         return search;
 
@@ -164,7 +153,7 @@ Outcome jobs::destroyObjects(const Session& session)
 Outcome jobs::listObjects(const Session& session, std::vector<ObjectAttr>& objects)
 {
     std::vector<CK_OBJECT_HANDLE> handles;
-    Outcome outcome = findEveryObject(session, handles);
+    Outcome outcome = findEvery(session, nullptr, 0, handles);
     if (outcome.endsOperation())
         return outcome;
 

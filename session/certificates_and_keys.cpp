@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+// Natives: certificates and keys.
+#include "session/certificate_listing.h"
+#include "session/native_call.h"
+#include "session/natives.h"
+
+namespace {
+
+Outcome packCertificates(const Session& session, Bytes& output)
+{
+    std::vector<ListedCertificate> certificates;
+    const Outcome outcome = jobs::listCertificates(session, certificates);
+    Packing packing(output);
+    for (const ListedCertificate& certificate : certificates) {
+        packing.bytes(certificate.label);
+        packing.bytes(certificate.id);
+        packing.bytes(certificate.value);
+        packing.number(certificate.hasPrivateKey ? 1 : 0);
+    }
+    return outcome;
+}
+
+Outcome packPublicKey(const Session& session, std::string_view label, ByteRun id, Bytes& output)
+{
+    Bytes modulus;
+    Bytes exponent;
+    const Outcome outcome = jobs::readPublicKey(session, label, id, modulus, exponent);
+    Packing packing(output);
+    packing.bytes(modulus);
+    packing.bytes(exponent);
+    return outcome;
+}
+
+} // namespace
+
+jbyteArray natives::listCertificates(JNIEnv* env, jobject call, jlong module, jlong session)
+{
+    return fetch(env, call, [&](const Diagnostics& lines, Bytes& output) {
+        return packCertificates(sessionOf(module, session, lines), output);
+    });
+}
+
+jbyteArray natives::readCertificate(JNIEnv* env, jobject call, jlong module, jlong session, jbyteArray label,
+                                    jbyteArray id)
+{
+    return fetch(env, call, [&](const Diagnostics& lines, Bytes& output) {
+        return jobs::readCertificate(sessionOf(module, session, lines), ByteArray(env, label).text(),
+                                     ByteArray(env, id).run(), output);
+    });
+}
+
+jbyteArray natives::readPublicKey(JNIEnv* env, jobject call, jlong module, jlong session, jbyteArray label,
+                                  jbyteArray id)
+{
+    return fetch(env, call, [&](const Diagnostics& lines, Bytes& output) {
+        return packPublicKey(sessionOf(module, session, lines), ByteArray(env, label).text(), ByteArray(env, id).run(),
+                             output);
+    });
+}
+
+void natives::importCertificate(JNIEnv* env, jobject call, jlong module, jlong session, jbyteArray label, jbyteArray id,
+                                jbyteArray certificate)
+{
+    run(env, call, [&](const Diagnostics& lines) {
+        return jobs::importCertificate(sessionOf(module, session, lines), ByteArray(env, label).cString(),
+                                       ByteArray(env, id).run(), ByteArray(env, certificate).run());
+    });
+}
+
+void natives::importBlocks(JNIEnv* env, jobject call, jlong module, jlong session, jbyteArray first, jbyteArray second)
+{
+    run(env, call, [&](const Diagnostics& lines) {
+        return jobs::importBlocks(sessionOf(module, session, lines), ByteArray(env, first).run(),
+                                  ByteArray(env, second).run());
+    });
+}
+
+void natives::generateRsaKeyPair(JNIEnv* env, jobject call, jlong module, jlong session, jlong modulusBits,
+                                 jbyteArray label, jbyteArray id)
+{
+    run(env, call, [&](const Diagnostics& lines) {
+        return jobs::generateRsaKeyPair(sessionOf(module, session, lines), static_cast<CK_ULONG>(modulusBits),
+                                        ByteArray(env, label).text(), ByteArray(env, id).run());
+    });
+}
+
+void natives::generateGostKeyPair(JNIEnv* env, jobject call, jlong module, jlong session, jbyteArray label,
+                                  jbyteArray id)
+{
+    run(env, call, [&](const Diagnostics& lines) {
+        return jobs::generateGostKeyPair(sessionOf(module, session, lines), ByteArray(env, label).text(),
+                                         ByteArray(env, id).run());
+    });
+}
