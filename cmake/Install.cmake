@@ -4,7 +4,7 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 # The libraries that Java loads.
-set(native_libraries VornixToken_Javalib)
+set(native_libraries VornixToken_Javalib vornixtoken_session)
 
 set(prepared ${PROJECT_BINARY_DIR}/prepared)
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/VornixToken)
@@ -12,9 +12,14 @@ set(headers_folder ${CMAKE_INSTALL_INCLUDEDIR}/vornixtoken)
 set(java_folder ${CMAKE_INSTALL_DATADIR}/java)
 set(tool_folder ${CMAKE_INSTALL_DATADIR}/vornixtoken)
 
-# vornix_install_link(<target of the link> <name> <folder> <component>)
-function(vornix_install_link target name folder component)
+# vornix_install_link(<folder> <name> <target of the link> <component>)
+#
+# Folder and target are names below the prefix. An absolute target is linked as it is.
+function(vornix_install_link folder name target component)
   string(MAKE_C_IDENTIFIER ${folder} distinct)
+  if(NOT IS_ABSOLUTE ${target})
+    file(RELATIVE_PATH target /prefix/${folder} /prefix/${target})
+  endif()
   file(MAKE_DIRECTORY ${prepared}/${distinct})
   file(CREATE_LINK ${target} ${prepared}/${distinct}/${name} SYMBOLIC)
   install(FILES ${prepared}/${distinct}/${name} DESTINATION ${folder} COMPONENT ${component})
@@ -42,7 +47,7 @@ install(TARGETS ${native_libraries} EXPORT VornixTokenTargets
         INCLUDES DESTINATION ${headers_folder})
 foreach(library IN LISTS native_libraries)
   set(file ${CMAKE_SHARED_LIBRARY_PREFIX}${library}${CMAKE_SHARED_LIBRARY_SUFFIX})
-  vornix_install_link(../${file} ${file} ${CMAKE_INSTALL_LIBDIR}/jni jni)
+  vornix_install_link(${CMAKE_INSTALL_LIBDIR}/jni ${file} ${CMAKE_INSTALL_LIBDIR}/${file} jni)
 endforeach()
 
 install(EXPORT VornixTokenTargets NAMESPACE VornixToken:: DESTINATION ${package_folder} COMPONENT dev)
@@ -65,19 +70,18 @@ if(VORNIX_SOFTTOKEN)
 endif()
 
 if(VORNIX_JAVA)
-  install(FILES $<TARGET_PROPERTY:vornixtoken_jar,JAR> DESTINATION ${java_folder} COMPONENT java)
+  set(versioned_jar vornixtoken-${PROJECT_VERSION}.jar)
+  install(FILES $<TARGET_PROPERTY:vornixtoken_jar,JAR> DESTINATION ${java_folder} RENAME ${versioned_jar}
+          COMPONENT java)
+  vornix_install_link(${java_folder} vornixtoken.jar ${java_folder}/${versioned_jar} java)
 
   # The tool's jar looks for the others beside itself.
-  vornix_path_back(${tool_folder} prefix_from_tool)
   install(FILES $<TARGET_PROPERTY:vornixtoken_tool_jar,JAR> DESTINATION ${tool_folder} COMPONENT tools)
-  vornix_install_link(${prefix_from_tool}/${java_folder}/vornixtoken.jar vornixtoken.jar ${tool_folder} tools)
-  set(picocli ${PICOCLI_JAR})
-  if(PICOCLI_JAR STREQUAL "${CMAKE_INSTALL_PREFIX}/${java_folder}/picocli.jar")
-    set(picocli ${prefix_from_tool}/${java_folder}/picocli.jar)
-  endif()
-  vornix_install_link(${picocli} picocli.jar ${tool_folder} tools)
+  vornix_install_link(${tool_folder} vornixtoken.jar ${java_folder}/vornixtoken.jar tools)
+  string(REGEX REPLACE "^${CMAKE_INSTALL_PREFIX}/" "" picocli ${PICOCLI_JAR})
+  vornix_install_link(${tool_folder} picocli.jar ${picocli} tools)
   # Java looks into the system's folder by itself, which is where packages have the libraries.
-  vornix_install_link(${prefix_from_tool}/${CMAKE_INSTALL_LIBDIR}/jni jni ${tool_folder} prefix)
+  vornix_install_link(${tool_folder} jni ${CMAKE_INSTALL_LIBDIR}/jni prefix)
 
   vornix_path_back(${CMAKE_INSTALL_BINDIR} prefix_from_launcher)
   set(VORNIX_JARS /${prefix_from_launcher}/${tool_folder})

@@ -4,7 +4,8 @@
 #
 #   prefix_test.sh <behaviour>
 #
-# BUILD, PREFIX and SOURCE name the build folder, the installed prefix and the source; CXX and JAVA_HOME the compilers.
+# BUILD, PREFIX and SOURCE name the build folder, the installed prefix and the source; VERSION is the project's; CXX and
+# JAVA_HOME name the compilers.
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -32,9 +33,13 @@ expect_refusal() {
 configure_program() { cmake -S "$here/program" -B program -DCMAKE_PREFIX_PATH="$PREFIX" "$@"; }
 
 an_empty_prefix_takes_everything() {
+    local library
     rm -rf "$PREFIX"
     cmake --install "$BUILD" --prefix "$PREFIX"
-    cmp "$PREFIX/share/doc/vornixtoken/LICENSE" "$SOURCE/LICENSE"
+    cmp "$SOURCE/LICENSE" "$PREFIX/share/doc/vornixtoken/LICENSE"
+    for library in libVornixToken_Javalib.so libvornixtoken_session.so; do
+        cmp "$PREFIX/lib/$library" "$PREFIX/lib/jni/$library"
+    done
 }
 
 a_cmake_program_links_the_library() {
@@ -117,6 +122,22 @@ another_project_builds_it_as_its_part() {
     expect "model software token" program/token_reader "$module" "$reader"
     cmake --install program --prefix "$folder/prefix" >/dev/null
     [ "$(cd prefix && find . -type f)" = ./bin/token_reader ] || fail "its project installs more than its own program"
+}
+
+a_maven_project_has_it_from_the_repository() {
+    command -v mvn >/dev/null || fail "mvn not found: install maven and the plugins that scripts/setup.sh ci names"
+    cp -r "$here/maven_project/src" .
+    local file exec
+    # Debian's folders tell no plugin's newest version.
+    exec=$(find /usr/share/maven-repo/org/codehaus/mojo/exec-maven-plugin -mindepth 1 -printf '%f\n' | grep '^[0-9]' |
+        sort --version-sort | tail -n 1)
+    for file in pom.xml settings.xml; do
+        sed "s|@REPOSITORY@|$BUILD/maven|; s|@VERSION@|$VERSION|; s|@PLATFORM@|linux-$(uname -m)|; s|@FOLDER@|$folder|" \
+            "$here/maven_project/$file.in" >$file
+    done
+    expect "model software token" mvn --batch-mode --settings settings.xml \
+        -Daether.offline.protocols=file compile org.codehaus.mojo:exec-maven-plugin:"$exec":java \
+        -Dexec.mainClass=user.TokenReader -Dexec.arguments="$module,$reader"
 }
 
 "$1"
