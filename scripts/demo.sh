@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh demo
 build=build/demo
 cmake --preset release -B $build -DVORNIX_TESTS=OFF -DVORNIX_VIRTUAL_READER=ON -DVORNIX_WERROR=OFF
-cmake --build $build --target VornixToken_Javalib vornix_softtoken with_virtual_card token_demo_jar
+cmake --build $build --target VornixToken_Javalib vornixtoken_session vornix_softtoken with_virtual_card token_demo_jar
 
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT

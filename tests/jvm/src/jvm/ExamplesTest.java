@@ -2,7 +2,10 @@
 package jvm;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
 
 import examples.ChangePin;
 import examples.ChangePuk;
@@ -12,7 +15,9 @@ import examples.GenerateKeyPairs;
 import examples.ImportCertificate;
 import examples.ImportCertificateBlocks;
 import examples.InitializeToken;
+import examples.ListCertificates;
 import examples.ListObjects;
+import examples.ListReaders;
 import examples.NativeMethods;
 import examples.ReadCertificate;
 import examples.ReadPublicKey;
@@ -43,6 +48,13 @@ class ExamplesTest extends ScriptedToken {
         assertEquals("alice 01\nboris 02ff\n", output(ListObjects::main));
         output(CleanToken::main);
         assertEquals("", output(ListObjects::main));
+    }
+
+    @Test
+    void readersAndCertificatesAreListed() throws Exception {
+        assertEquals("'Scripted Reader 0' with Scripted Token (Scripted Model, 0123456789abcdef)\n",
+                output(ListReaders::main));
+        assertEquals("alice: no X.509 certificate, with its private key\n6 objects\n", output(ListCertificates::main));
     }
 
     @Test
@@ -94,9 +106,9 @@ class ExamplesTest extends ScriptedToken {
     }
 
     @Test
-    void aReaderIsReset() throws Exception {
+    void aReaderThatIsNotThereIsNotReset() throws Exception {
         module = "Reader of no such name";
-        assertEquals("", output(ResetReader::main));
+        assertThrows(Pkcs11Exception.class, () -> output(ResetReader::main));
     }
 
     private String output(Examples.Example example, String... further) throws Exception {

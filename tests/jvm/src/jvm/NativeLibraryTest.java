@@ -28,7 +28,9 @@ import java.util.regex.Pattern;
 /** Where the library is looked for, each time by a process that has not loaded it yet. */
 class NativeLibraryTest {
     private static final String FILE = "libVornixToken_Javalib.so";
-    private static final Path LIBRARY = Paths.get(System.getProperty("java.library.path"), FILE);
+    private static final Path FOLDER = Paths.get(System.getProperty("java.library.path"));
+    private static final Path LIBRARY = FOLDER.resolve(FILE);
+    private static final String SESSION_FILE = "libvornixtoken_session.so";
     private static final String MODULE = "com.tovr.smartcard.vornixtoken";
 
     /** Neither java.library.path nor the system's folder leads anywhere. */
@@ -58,9 +60,9 @@ class NativeLibraryTest {
     @Test
     void itsFolderMayHaveAnyName(@TempDir Path folder) throws Exception {
         Path odd = Files.createDirectory(folder.resolve("o d\u00eb \u6f22"));
-        Path copy = Files.copy(LIBRARY, odd.resolve(FILE));
+        copyInto(odd);
 
-        assertLoaded(child.options(OTHER_MACHINE, "-Dvornixtoken.library=" + copy).run(LibraryLoader.class));
+        assertLoaded(child.options(OTHER_MACHINE, "-Dvornixtoken.library=" + odd.resolve(FILE)).run(LibraryLoader.class));
     }
 
     @ParameterizedTest
@@ -159,11 +161,15 @@ class NativeLibraryTest {
         return new ChildJvm().options("--module-path", System.getProperty("vornix.jar"), "--add-modules", MODULE);
     }
 
-    /** A class path with a copy of the library, of which the virtual machine finds no other. */
+    private static void copyInto(Path folder) throws IOException {
+        for (String file : new String[] {FILE, SESSION_FILE}) {
+            Files.copy(FOLDER.resolve(file), folder.resolve(file));
+        }
+    }
+
+    /** A class path with a copy of the libraries, of which the virtual machine finds no other. */
     private static String withCopy(Path folder) throws IOException {
-        Path copy = folder.resolve("natives/linux-other/" + FILE);
-        Files.createDirectories(copy.getParent());
-        Files.copy(LIBRARY, copy);
+        copyInto(Files.createDirectories(folder.resolve("natives/linux-other")));
         return folder + File.pathSeparator + System.getProperty("java.class.path");
     }
 

@@ -2,7 +2,6 @@
 package jvm;
 
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
-import static org.junit.jupiter.api.Assertions.assertDoesNotThrow;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertNotEquals;
 import static org.junit.jupiter.api.Assertions.assertNull;
@@ -19,10 +18,6 @@ import jvm.support.Transcript;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
-
-import java.util.Collections;
-import java.util.List;
-import java.util.concurrent.atomic.AtomicReference;
 
 class PinTest extends ScriptedToken {
     @Test
@@ -73,35 +68,6 @@ class PinTest extends ScriptedToken {
         pin.close();
 
         assertThrows(IllegalStateException.class, () -> new Token(module, READER).clean(pin));
-    }
-
-    @Test
-    void onceItIsClosedACallThatStillWaitsSendsNothing() {
-        Token token = new Token(module, READER);
-        Pin pin = Pin.of(PIN.clone());
-        AtomicReference<Throwable> failure = new AtomicReference<>();
-        Thread waiting = new Thread(() -> {
-            try {
-                token.clean(pin);
-            } catch (Throwable thrown) {
-                failure.set(thrown);
-            }
-        });
-
-        List<String> calls = Transcript.during(() -> {
-            synchronized ("com.tovr.smartcard.vornixtoken.Token.LOCK".intern()) {
-                waiting.start();
-                while (waiting.getState() != Thread.State.BLOCKED) {
-                    assertTrue(waiting.getState() != Thread.State.TERMINATED, "it did not wait");
-                    Thread.yield();
-                }
-                pin.close();
-            }
-            assertDoesNotThrow(() -> waiting.join());
-        });
-
-        assertTrue(failure.get() instanceof IllegalStateException, String.valueOf(failure.get()));
-        assertEquals(Collections.emptyList(), calls);
     }
 
     @Test

@@ -11,6 +11,7 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
+import com.tovr.smartcard.vornixtoken.Reason;
 import com.tovr.smartcard.vornixtoken.RequestContent;
 import com.tovr.smartcard.vornixtoken.Token;
 import com.tovr.smartcard.vornixtoken.TokenInfo;
@@ -63,7 +64,9 @@ class TokenTest extends ScriptedToken {
     /** It would be any reader. */
     @Test
     void anEmptyReaderNameIsRefused() {
-        assertThrows(IllegalArgumentException.class, () -> new Token(module, ""));
+        IllegalArgumentException failure = assertThrows(IllegalArgumentException.class, () -> new Token(module, " "));
+        assertTrue(failure.getMessage().contains("'Scripted Reader 0'"), failure.getMessage());
+        assertThrows(IllegalArgumentException.class, () -> new Token("./absent.so", ""));
         assertThrows(IllegalArgumentException.class, () -> Token.resetTerminal(""));
     }
 
@@ -235,7 +238,7 @@ class TokenTest extends ScriptedToken {
         token.importCertificate(pin, "empty", NONE, NONE);
 
         Pkcs11Exception failure = assertRefused(0, "CKR_OK", () -> token.readCertificateBytes(pin, "empty", NONE));
-        assertTrue(failure.getMessage().endsWith("CKR_OK (0x0), but nothing was delivered"), failure.getMessage());
+        assertTrue(failure.getMessage().endsWith("CKR_OK (0x0) from C_GetAttributeValue, but nothing was delivered"), failure.getMessage());
     }
 
     @Test
@@ -244,7 +247,10 @@ class TokenTest extends ScriptedToken {
 
         assertEquals("reading certificate 'alice', token in reader 'Scripted Reader 0' of module " + module,
                 failure.getAction());
-        assertEquals(failure.getAction() + ": CKR_PIN_INCORRECT (0xA0)", failure.getMessage());
+        assertEquals(failure.getAction() + ": CKR_PIN_INCORRECT (0xA0) from C_Login", failure.getMessage());
+        assertEquals(Reason.WRONG_PIN, failure.getReason());
+        assertEquals("C_Login", failure.getStep());
+        assertEquals("Login failed. Code: 160\n", failure.getDiagnostics());
         assertFalse(failure.isVendorDefined());
     }
 
@@ -257,12 +263,14 @@ class TokenTest extends ScriptedToken {
 
     @Test
     void unknownReadersAndModulesAreTold() {
-        Pkcs11Exception reader = assertRefused(6, "CKR_FUNCTION_FAILED", () -> new Token(module, "Another").readInfo());
-        assertTrue(reader.getMessage().endsWith("no such reader or object"), reader.getMessage());
+        Pkcs11Exception reader = assertRefused(3, "CKR_SLOT_ID_INVALID", () -> new Token(module, "Another").readInfo());
+        assertEquals(Reason.NO_READER, reader.getReason());
+        assertTrue(reader.getMessage().endsWith(": no such reader. There are: 'Scripted Reader 0'"), reader.getMessage());
 
-        Pkcs11Exception absent = assertRefused(1, "CKR_CANCEL", () -> new Token("./absent.so", READER).readInfo());
-        assertTrue(absent.getMessage().endsWith(": the module could not be loaded or initialised: CKR_CANCEL (0x1)"),
-                absent.getMessage());
+        Pkcs11Exception absent = assertRefused(5, "CKR_GENERAL_ERROR",
+                () -> new Token("./absent.so", READER).readInfo());
+        assertEquals(Reason.NO_MODULE, absent.getReason());
+        assertTrue(absent.getMessage().endsWith("No such file or directory"), absent.getMessage());
     }
 
     @Test
@@ -271,7 +279,7 @@ class TokenTest extends ScriptedToken {
         assertEquals("Scripted Token", new Token(odd.toString(), READER).readInfo().getLabel());
 
         Path beyondTheBasicPlane = Files.copy(odd, folder.resolve("\uD83D\uDE00.so"));
-        assertRefused(1, "CKR_CANCEL", () -> new Token(beyondTheBasicPlane.toString(), READER).readInfo());
+        assertEquals("Scripted Token", new Token(beyondTheBasicPlane.toString(), READER).readInfo().getLabel());
     }
 
     @Test
@@ -296,12 +304,12 @@ class TokenTest extends ScriptedToken {
     }
 
     @Test
-    void aLabelMayHoldTheNullCharacter() throws Exception {
-        token.importCertificate(pin, "a\0b", NONE, ALICE);
+    void aKeysLabelMayHoldTheNullCharacter() throws Exception {
+        token.generateRsaKeyPair(pin, 2048, "a\0b", NONE);
 
-        assertArrayEquals(ALICE, token.readCertificateBytes(pin, "a\0b", NONE));
+        assertEquals(2048, token.readPublicKey(pin, "a\0b").getModulus().bitLength());
         assertTrue(token.listObjects(pin).stream().anyMatch(object -> object.getLabel().equals("a\0b")));
-        assertRefused(6, "CKR_FUNCTION_FAILED", () -> token.readCertificateBytes(pin, "a", NONE));
+        assertRefused(6, "CKR_FUNCTION_FAILED", () -> token.readPublicKey(pin, "a"));
     }
 
     @Test
@@ -314,8 +322,11 @@ class TokenTest extends ScriptedToken {
     }
 
     @Test
-    void resettingAReaderThatDoesNotExistReturns() {
-        Token.resetTerminal("Reader of no such name");
+    void resettingAReaderThatDoesNotExistIsRefused() {
+        Pkcs11Exception failure = assertThrows(Pkcs11Exception.class,
+                () -> Token.resetTerminal("Reader of no such name"));
+        assertTrue(failure.getStep().startsWith("SCard"), failure.getMessage());
+        assertTrue(failure.getCodeName().startsWith("SCARD_"), failure.getMessage());
     }
 
     private static Pkcs11Exception assertRefused(long code, String name, Executable call) {

@@ -110,7 +110,7 @@ class ToolInputTest extends ScriptedToken {
         Result result = new ChildJvm().input(file).options("-Xms32m", "-Xmx32m", "-Xmn24m")
                 .run(PinHunt.class, name);
 
-        assertTrue(result.out.endsWith("\n0 copies\n"), result::toString);
+        assertEquals("0 copies\n", result.out, result::toString);
     }
 
     private Result onToken(String command, String... arguments) {

@@ -64,7 +64,7 @@ class ToolProcessTest extends ScriptedToken {
     @Test
     void aPinIsAskedForAndNotShown() throws Exception {
         assertEquals("PIN: \r\nstatus 0\r\n", atTerminal("clean --yes", "12345678"));
-        assertTrue(atTerminal("clean --yes", "00000000").endsWith("CKR_PIN_INCORRECT (0xA0)\r\nstatus 1\r\n"));
+        assertTrue(atTerminal("clean --yes", "00000000").endsWith("CKR_PIN_INCORRECT (0xA0) from C_Login\r\nstatus 1\r\n"));
     }
 
     @Test

@@ -74,7 +74,7 @@ class ToolStoryTest {
         Result refused = tool("list", "--pin-file", wrong.toString());
 
         assertEquals(1, refused.status);
-        assertTrue(refused.err.endsWith(": CKR_PIN_INCORRECT (0xA0)\n"), refused.err);
+        assertTrue(refused.err.endsWith(": CKR_PIN_INCORRECT (0xA0) from C_Login\n"), refused.err);
     }
 
     @Test

@@ -194,7 +194,7 @@ class ToolTest extends ScriptedToken {
         Result text = onToken("read-certificate", "-l", "nobody");
         assertEquals(1, text.status);
         assertTrue(text.err.startsWith("vornixtoken-tool read-certificate: reading certificate 'nobody', "), text.err);
-        assertTrue(text.err.endsWith(": CKR_FUNCTION_FAILED (0x6), no such reader or object\n"), text.err);
+        assertTrue(text.err.endsWith(": CKR_FUNCTION_FAILED (0x6), no such object\n"), text.err);
 
         Result json = onToken("read-certificate", "-l", "nobody", "--json");
         assertEquals(1, json.status);
@@ -255,8 +255,11 @@ class ToolTest extends ScriptedToken {
     }
 
     @Test
-    void resettingAReaderIsSilent() {
-        assertPrints("", run("reset-terminal", "-t", "Reader of no such name"));
+    void resettingAReaderThatIsNotThereIsRefused() {
+        Result result = run("reset-terminal", "-t", "Reader of no such name");
+
+        assertEquals(1, result.status);
+        assertTrue(result.err.contains("'Reader of no such name': SCARD_"), result.err);
     }
 
     @ParameterizedTest

@@ -49,11 +49,11 @@ class PinWipingTest {
     }
 
     @Test
-    void aJobsCopyIsItsOwnAndIsWiped() {
+    void aJobsCopyIsItsOwnAndIsWiped() throws Exception {
         Pin pin = Pin.of("12345678".toCharArray());
         byte[][] lent = new byte[1][];
 
-        long result = pin.lend(copy -> {
+        byte result = pin.lend(copy -> {
             lent[0] = copy;
             pin.close();
             return copy[0];

@@ -2,7 +2,6 @@
 package com.tovr.smartcard.vornixtoken;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertThrows;
 
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -83,12 +82,12 @@ class ReturnCodesTest {
             "ffffffffffffffff, CKR_VENDOR_DEFINED + 0xFFFFFFFF7FFFFFFF,     true",
     })
     void codesOf0x80000000AndAboveAreVendors(String hexadecimal, String name, boolean vendorDefined) {
-        Pkcs11Exception failure = assertThrows(Pkcs11Exception.class,
-                () -> Token.check(Long.parseUnsignedLong(hexadecimal, 16), "trying"));
+        NativeFailure answered = new NativeFailure(Long.parseUnsignedLong(hexadecimal, 16), "C_Login", "");
+        Pkcs11Exception failure = new Pkcs11Exception(answered, "trying", "");
 
         assertEquals(name, failure.getCodeName());
         assertEquals(vendorDefined, failure.isVendorDefined());
         assertEquals(Long.parseUnsignedLong(hexadecimal, 16), failure.getCode());
-        assertEquals("trying: " + name + " (0x" + hexadecimal.toUpperCase() + ")", failure.getMessage());
+        assertEquals("trying: " + name + " (0x" + hexadecimal.toUpperCase() + ") from C_Login", failure.getMessage());
     }
 }

@@ -19,7 +19,7 @@ final class Der {
                 return der;
             }
         }
-        return Arrays.copyOf(der, end);
+        return end == der.length ? der : Arrays.copyOf(der, end);
     }
 
     /** Returns where a sequence ends. If the bytes are no whole sequence, returns their length. */

@@ -6,7 +6,6 @@ import java.nio.CharBuffer;
 import java.nio.charset.StandardCharsets;
 import java.util.Arrays;
 import java.util.Objects;
-import java.util.function.ToLongFunction;
 
 /**
  * A PIN or PUK for as long as it is needed. It takes over what it is made of and wipes its own copy when it is closed:
@@ -79,11 +78,16 @@ public final class Pin implements AutoCloseable {
         return new Pin(new byte[0]);
     }
 
+    /** What is done with a copy. */
+    interface Use<T> {
+        T of(byte[] copy) throws NativeFailure;
+    }
+
     /** Does a job with a copy of the PIN, so that no zeros are sent if the PIN is closed meanwhile. */
-    long lend(ToLongFunction<byte[]> job) {
+    <T> T lend(Use<T> job) throws NativeFailure {
         byte[] copy = copy();
         try {
-            return job.applyAsLong(copy);
+            return job.of(copy);
         } finally {
             Arrays.fill(copy, (byte) 0);
         }

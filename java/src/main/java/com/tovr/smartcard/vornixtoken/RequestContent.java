@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.tovr.smartcard.vornixtoken;
 
+import java.io.ByteArrayOutputStream;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -18,9 +19,8 @@ import java.util.Objects;
  *         .build();
  * </pre>
  *
- * <p>The module gets the texts in the virtual machine's modified UTF-8. A character beyond U+FFFF arrives as its two
- * surrogates of three bytes each. A module may refuse these bytes, or make a request of them that others cannot read.
- * Use only characters up to U+FFFF.
+ * <p>The module gets the texts in UTF-8, each up to a NUL. A text with U+0000 or with half of a surrogate pair is
+ * refused before anything is sent.
  */
 public final class RequestContent {
     private final String[] subject;
@@ -74,6 +74,21 @@ public final class RequestContent {
 
     String[] extensions() {
         return extensions;
+    }
+
+    /** Encodes subject, attributes and extensions, each text with a NUL behind it. */
+    byte[][] encode() throws Refusal {
+        return new byte[][] {encode(subject), encode(attributes), encode(extensions)};
+    }
+
+    private static byte[] encode(String[] texts) throws Refusal {
+        ByteArrayOutputStream run = new ByteArrayOutputStream();
+        for (String text : texts) {
+            byte[] bytes = Texts.encodeWithoutNul(text);
+            run.write(bytes, 0, bytes.length);
+            run.write(0);
+        }
+        return run.toByteArray();
     }
 
     /** Collects a request, in the order of the calls. */

@@ -1,79 +1,113 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.tovr.smartcard.vornixtoken;
 
-import com.tovr.smartcard.vornixtoken.api.Pkcs11ObjectAttribute;
-import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
-import com.tovr.smartcard.vornixtoken.utils.PcscUtils;
-
-import java.io.ByteArrayInputStream;
-import java.math.BigInteger;
 import java.security.GeneralSecurityException;
-import java.security.KeyFactory;
 import java.security.cert.CertificateEncodingException;
 import java.security.cert.CertificateException;
-import java.security.cert.CertificateFactory;
 import java.security.cert.X509Certificate;
 import java.security.interfaces.RSAPublicKey;
-import java.security.spec.RSAPublicKeySpec;
-import java.util.ArrayList;
 import java.util.Collections;
 import java.util.List;
 import java.util.Objects;
-import java.util.function.LongSupplier;
-import java.util.function.ToLongFunction;
-import java.util.stream.Collectors;
 
 /**
- * A smart-card token: a PKCS #11 module, and the name of the reader that holds the card.
+ * A smart-card token: a PKCS #11 module, and the reader that holds the card.
  *
  * <pre>
  * Token token = new Token("/usr/lib/libtovr_pkcs11_main.so", "Reader 0");
- * try (Pin pin = Pin.of(System.console().readPassword("PIN: "))) {
- *     X509Certificate certificate = token.readCertificate(pin, "my certificate");
+ * try (Pin pin = Pin.of(System.console().readPassword("PIN: ")); TokenSession session = token.open(pin)) {
+ *     X509Certificate certificate = session.readCertificate("my certificate");
  * }
  * </pre>
  *
- * <p>An object of this class holds nothing open. Every method loads and initialises the module, finds the token, does
- * its job and unloads the module again, so a card may be taken out and put in between two of them.
+ * <p>An object of this class holds nothing open. The methods that take a PIN open a session, do one job and close the
+ * session; for several jobs, {@link #open} is faster. The module is loaded and initialised by the first call in the
+ * process and stays so until {@link #unload}. A card may be taken out and put in between two calls.
  *
- * <p><b>Failures.</b> When the token refuses a job, the method throws a {@link Pkcs11Exception} with the PKCS #11 code.
- * The library writes details to the process's standard output. A {@code null} argument causes a
- * {@link NullPointerException} with the parameter's name, unless the method allows {@code null}; a closed PIN causes an
- * {@link IllegalStateException}. In both cases nothing has been sent.
+ * <p><b>Failures.</b> When the token refuses a job, the method throws a {@link Pkcs11Exception} with a reason, the
+ * PKCS #11 code, the function that failed and the library's diagnostics; nothing is printed. A {@code null} argument
+ * causes a {@link NullPointerException} with the parameter's name, unless the method allows {@code null}; a closed PIN
+ * causes an {@link IllegalStateException}. In both cases nothing has been sent. A wrong PIN is sent once.
  *
- * <p><b>Threads.</b> All methods of all objects may be called by any thread. They wait for one another on one lock:
- * the process has only one instance of a module, and of two jobs at once the first to end would finalise it under the
- * other. Direct calls of the native methods do not take the lock.
+ * <p><b>Threads.</b> All methods may be called by any thread. Jobs on one reader follow one another, across all class
+ * loaders; so do all jobs of a module that takes one thread at a time, or that somebody else had initialised. The older
+ * natives take no part in this: do not call them on a module that this class uses.
  *
  * <p><b>Modules.</b> Importing, signing, verifying and requesting certificates use functions that the token maker's
- * module has beyond PKCS #11. Nothing checks that they are there: with another module the virtual machine crashes.
+ * module has beyond PKCS #11. With a module that does not have them, these methods fail with
+ * {@link Reason#UNSUPPORTED}. The system property {@code vornixtoken.vendorFunctions}, {@code true} or {@code false},
+ * answers in place of the look into the module.
  *
- * <p><b>Texts.</b> Labels and the texts of requests reach the token in the virtual machine's modified UTF-8. For
- * characters up to U+FFFF, except U+0000, that is UTF-8. All others come back as they were given, but look odd to other
- * applications. A module with such a character in its path is not found.
+ * <p><b>Texts</b> are UTF-8. A text with half of a surrogate pair is refused before anything is sent; so is U+0000 in a
+ * module's path, in the label of an import and in a request, which the module would take for the end.
  */
 public final class Token {
-    /** Interned, so all class loaders of the process share it, as they share the module. */
-    private static final Object LOCK = "com.tovr.smartcard.vornixtoken.Token.LOCK".intern();
-    private static final byte[] NO_ID = {};
+    static final String READING_INFO = "reading token information";
+    static final String VERIFYING = "verifying";
+    static final String VERIFY = "C_TOVR_pkcs7Verify";
 
-    private final String modulePath;
-    private final String terminalName;
+    private final Access access;
 
     /**
-     * Names a token. Loads this library, but not yet the module.
+     * Names a token by its reader. Loads this library, but not yet the module.
      *
      * @param modulePath   the PKCS #11 module's file, as the dynamic loader takes it
-     * @param terminalName the reader. A slot matches when its manufacturer or its description, without trailing blanks,
-     *                     begins with this name or is the beginning of it, so "Reader 1" also matches
-     *                     "Reader 10". The module's last slot that matches is taken. Give the name in full.
-     * @throws IllegalArgumentException when the reader's name is empty, which would match any reader
+     * @param terminalName the reader: its whole name, or a beginning that only one reader has. If none has it, the
+     *                     manufacturers' names are compared. Only the first 64 bytes count, which a slot has room for.
+     * @throws IllegalArgumentException when the reader's name is empty; the message lists the readers
      * @throws UnsatisfiedLinkError     when this library cannot be loaded, see {@link NativeLibrary}
      */
     public Token(String modulePath, String terminalName) {
-        this.modulePath = Objects.requireNonNull(modulePath, "modulePath");
-        this.terminalName = notEmpty(terminalName, "terminalName");
-        NativeLibrary.load();
+        this(in(modulePath).reader(Objects.requireNonNull(terminalName, "terminalName")).build().access);
+    }
+
+    Token(Access access) {
+        this.access = access;
+    }
+
+    /**
+     * Begins to name a token, for instance by its serial number.
+     *
+     * @param modulePath the PKCS #11 module's file, as the dynamic loader takes it
+     * @return the builder
+     */
+    public static TokenBuilder in(String modulePath) {
+        return new TokenBuilder(modulePath);
+    }
+
+    /**
+     * Lists a module's readers and describes the tokens in them. Needs no PIN.
+     *
+     * @param modulePath the PKCS #11 module's file, as the dynamic loader takes it
+     * @return the readers in the module's order
+     * @throws Pkcs11Exception      when the module refuses
+     * @throws UnsatisfiedLinkError when this library cannot be loaded
+     */
+    public static List<Reader> readers(String modulePath) throws Pkcs11Exception {
+        return Collections.unmodifiableList(on(modulePath).readers());
+    }
+
+    /**
+     * Finalises and unloads a module that no session uses, and that others did not initialise. The next call loads it
+     * again. Whoever else uses the module in this process, the JDK's provider for instance, loses it.
+     *
+     * @param modulePath the PKCS #11 module's file, as it was named before; if it is not loaded, nothing happens
+     * @throws Pkcs11Exception      when a session is open or a job runs, with {@link Reason#IN_USE}
+     * @throws UnsatisfiedLinkError when this library cannot be loaded
+     */
+    public static void unload(String modulePath) throws Pkcs11Exception {
+        on(modulePath).unload();
+    }
+
+    /**
+     * Opens a session and logs in, for many jobs.
+     *
+     * @param pin the user PIN; not needed any more when this method returns
+     * @return the session
+     * @throws Pkcs11Exception when the token refuses
+     */
+    public TokenSession open(Pin pin) throws Pkcs11Exception {
+        return access.open(pin);
     }
 
     /**
@@ -84,10 +118,7 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void changePin(Pin oldPin, Pin newPin) throws Pkcs11Exception {
-        Objects.requireNonNull(oldPin, "oldPin");
-        Objects.requireNonNull(newPin, "newPin");
-        run("changing the PIN", oldPin,
-                from -> newPin.lend(to -> Pkcs11Wrapper.setPin(terminalName, modulePath, from, to)));
+        access.once(oldPin, "oldPin", NativeSession.USER, Jobs.changePin("PIN", oldPin, "oldPin", newPin, "newPin"));
     }
 
     /**
@@ -98,10 +129,8 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void changePuk(Pin oldPuk, Pin newPuk) throws Pkcs11Exception {
-        Objects.requireNonNull(oldPuk, "oldPuk");
-        Objects.requireNonNull(newPuk, "newPuk");
-        run("changing the PUK", oldPuk,
-                from -> newPuk.lend(to -> Pkcs11Wrapper.setPuk(terminalName, modulePath, from, to)));
+        access.once(oldPuk, "oldPuk", NativeSession.SECURITY_OFFICER,
+                Jobs.changePin("PUK", oldPuk, "oldPuk", newPuk, "newPuk"));
     }
 
     /**
@@ -113,7 +142,10 @@ public final class Token {
      */
     public void initialize(Pin puk) throws Pkcs11Exception {
         Objects.requireNonNull(puk, "puk");
-        run("initialising the token", puk, code -> Pkcs11Wrapper.initCard(terminalName, modulePath, code));
+        access.call(() -> "initialising the token", (natives, module, slot) -> puk.lend(code -> {
+            natives.initializeToken(module, slot, code);
+            return null;
+        }));
     }
 
     /**
@@ -125,8 +157,7 @@ public final class Token {
      *                         gone all the same
      */
     public void clean(Pin pin) throws Pkcs11Exception {
-        Objects.requireNonNull(pin, "pin");
-        run("cleaning the token", pin, code -> Pkcs11Wrapper.cleanCard(terminalName, modulePath, code));
+        once(pin, Jobs.clean());
     }
 
     /**
@@ -136,14 +167,7 @@ public final class Token {
      * @throws Pkcs11Exception when there is no such token
      */
     public TokenInfo readInfo() throws Pkcs11Exception {
-        String[] label = new String[1];
-        String[] manufacturer = new String[1];
-        String[] model = new String[1];
-        String[] serialNumber = new String[1];
-        String[] flags = new String[1];
-        run("reading token information", () -> Pkcs11Wrapper.getTokenInfo(terminalName, modulePath, label, manufacturer,
-                model, serialNumber, flags));
-        return new TokenInfo(label[0], manufacturer[0], model[0], serialNumber[0], flags[0]);
+        return access.call(() -> READING_INFO, Token::info);
     }
 
     /**
@@ -154,10 +178,18 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses, or when its last object cannot be read
      */
     public List<TokenObject> listObjects(Pin pin) throws Pkcs11Exception {
-        Objects.requireNonNull(pin, "pin");
-        ArrayList<Pkcs11ObjectAttribute> objects = new ArrayList<>();
-        run("listing objects", pin, code -> Pkcs11Wrapper.listObjects(terminalName, modulePath, code, objects));
-        return Collections.unmodifiableList(objects.stream().map(TokenObject::new).collect(Collectors.toList()));
+        return once(pin, Jobs.listObjects());
+    }
+
+    /**
+     * Lists the token's certificates and tells whether their private keys are there.
+     *
+     * @param pin the user PIN
+     * @return the certificates in the module's order, among them those that are no X.509 certificates
+     * @throws Pkcs11Exception when the token refuses
+     */
+    public List<TokenCertificate> listCertificates(Pin pin) throws Pkcs11Exception {
+        return once(pin, Jobs.listCertificates());
     }
 
     /**
@@ -170,7 +202,7 @@ public final class Token {
      * @throws CertificateException when what the token holds is no X.509 certificate
      */
     public X509Certificate readCertificate(Pin pin, String label) throws Pkcs11Exception, CertificateException {
-        return readCertificate(pin, label, NO_ID);
+        return readCertificate(pin, label, Jobs.NO_ID);
     }
 
     /**
@@ -185,8 +217,7 @@ public final class Token {
      */
     public X509Certificate readCertificate(Pin pin, String label, byte[] id)
             throws Pkcs11Exception, CertificateException {
-        return (X509Certificate) CertificateFactory.getInstance("X.509")
-                .generateCertificate(new ByteArrayInputStream(readCertificateBytes(pin, label, id)));
+        return Jobs.certificate(readCertificateBytes(pin, label, id));
     }
 
     /**
@@ -200,12 +231,7 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses or has no such certificate
      */
     public byte[] readCertificateBytes(Pin pin, String label, byte[] id) throws Pkcs11Exception {
-        Objects.requireNonNull(pin, "pin");
-        Objects.requireNonNull(label, "label");
-        Objects.requireNonNull(id, "id");
-        ArrayList<Byte> certificate = new ArrayList<>();
-        return deliver("reading certificate '" + label + "'", pin, certificate,
-                code -> Pkcs11Wrapper.getX509Certificate(terminalName, modulePath, code, label, id, certificate));
+        return once(pin, Jobs.readCertificate(label, id));
     }
 
     /**
@@ -218,7 +244,7 @@ public final class Token {
      * @throws GeneralSecurityException when what the token holds makes no RSA key
      */
     public RSAPublicKey readPublicKey(Pin pin, String label) throws GeneralSecurityException {
-        return readPublicKey(pin, label, NO_ID);
+        return readPublicKey(pin, label, Jobs.NO_ID);
     }
 
     /**
@@ -232,15 +258,7 @@ public final class Token {
      * @throws GeneralSecurityException when what the token holds makes no RSA key
      */
     public RSAPublicKey readPublicKey(Pin pin, String label, byte[] id) throws GeneralSecurityException {
-        Objects.requireNonNull(pin, "pin");
-        Objects.requireNonNull(label, "label");
-        Objects.requireNonNull(id, "id");
-        ArrayList<Byte> modulus = new ArrayList<>();
-        ArrayList<Byte> exponent = new ArrayList<>();
-        byte[] magnitude = deliver("reading public key '" + label + "'", pin, modulus,
-                code -> Pkcs11Wrapper.getPublicKey(terminalName, modulePath, code, label, id, modulus, exponent));
-        return (RSAPublicKey) KeyFactory.getInstance("RSA").generatePublic(
-                new RSAPublicKeySpec(new BigInteger(1, magnitude), new BigInteger(1, bytes(exponent))));
+        return Jobs.publicKey(once(pin, Jobs.readPublicKey(label, id)));
     }
 
     /**
@@ -269,12 +287,7 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void importCertificate(Pin pin, String label, byte[] id, byte[] certificate) throws Pkcs11Exception {
-        Objects.requireNonNull(pin, "pin");
-        Objects.requireNonNull(label, "label");
-        Objects.requireNonNull(id, "id");
-        Objects.requireNonNull(certificate, "certificate");
-        run("importing certificate '" + label + "'", pin,
-                code -> Pkcs11Wrapper.loadX509Certificate(terminalName, modulePath, code, label, id, certificate));
+        once(pin, Jobs.importCertificate(label, id, certificate));
     }
 
     /**
@@ -286,11 +299,7 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void importCertificateBlocks(Pin pin, byte[] first, byte[] second) throws Pkcs11Exception {
-        Objects.requireNonNull(pin, "pin");
-        Objects.requireNonNull(first, "first");
-        Objects.requireNonNull(second, "second");
-        run("importing a certificate of two blocks", pin,
-                code -> Pkcs11Wrapper.loadCert(terminalName, modulePath, first, second, code));
+        once(pin, Jobs.importBlocks(first, second));
     }
 
     /**
@@ -303,11 +312,7 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void generateRsaKeyPair(Pin pin, int modulusBits, String label, byte[] id) throws Pkcs11Exception {
-        Objects.requireNonNull(pin, "pin");
-        Objects.requireNonNull(label, "label");
-        Objects.requireNonNull(id, "id");
-        run("generating RSA key pair '" + label + "'", pin,
-                code -> Pkcs11Wrapper.generateKeyPair(terminalName, modulePath, code, modulusBits, label, id));
+        once(pin, Jobs.generateRsaKeyPair(modulusBits, label, id));
     }
 
     /**
@@ -319,11 +324,7 @@ public final class Token {
      * @throws Pkcs11Exception when the token refuses
      */
     public void generateGostKeyPair(Pin pin, String label, byte[] id) throws Pkcs11Exception {
-        Objects.requireNonNull(pin, "pin");
-        Objects.requireNonNull(label, "label");
-        Objects.requireNonNull(id, "id");
-        run("generating GOST key pair '" + label + "'", pin,
-                code -> Pkcs11Wrapper.generateGostR3410_2001KeyPair(terminalName, modulePath, code, label, id));
+        once(pin, Jobs.generateGostKeyPair(label, id));
     }
 
     /**
@@ -341,18 +342,7 @@ public final class Token {
      */
     public byte[] sign(Pin pin, byte[] data, byte[] certificateId, byte[] privateKeyId, long flags,
             byte[]... furtherCertificateIds) throws Pkcs11Exception {
-        Objects.requireNonNull(pin, "pin");
-        Objects.requireNonNull(data, "data");
-        Objects.requireNonNull(certificateId, "certificateId");
-        Objects.requireNonNull(privateKeyId, "privateKeyId");
-        Objects.requireNonNull(furtherCertificateIds, "furtherCertificateIds");
-        for (byte[] id : furtherCertificateIds) {
-            Objects.requireNonNull(id, "furtherCertificateIds");
-        }
-        ArrayList<Byte> message = new ArrayList<>();
-        return Der.withoutPadding(deliver("signing", pin, message,
-                code -> Pkcs11Wrapper.pkcs7Sign(terminalName, modulePath, code, data, certificateId, privateKeyId,
-                        furtherCertificateIds, flags, message)));
+        return once(pin, Jobs.sign(data, certificateId, privateKeyId, flags, furtherCertificateIds));
     }
 
     /**
@@ -363,7 +353,7 @@ public final class Token {
      * @throws Pkcs11Exception when the message is bad or cannot be judged
      */
     public void verify(byte[] firstInput, byte[] secondInput) throws Pkcs11Exception {
-        verify(modulePath, firstInput, secondInput);
+        verify(access, firstInput, secondInput);
     }
 
     /**
@@ -376,10 +366,7 @@ public final class Token {
      * @throws UnsatisfiedLinkError when this library cannot be loaded
      */
     public static void verify(String modulePath, byte[] firstInput, byte[] secondInput) throws Pkcs11Exception {
-        Objects.requireNonNull(modulePath, "modulePath");
-        NativeLibrary.load();
-        check(locked(() -> Pkcs11Wrapper.pkcs7Verify(modulePath, firstInput, secondInput)),
-                "verifying, module " + modulePath);
+        verify(on(modulePath), firstInput, secondInput);
     }
 
     /**
@@ -394,95 +381,60 @@ public final class Token {
      */
     public byte[] createRequest(Pin pin, byte[] publicKeyId, byte[] privateKeyId, RequestContent content)
             throws Pkcs11Exception {
-        Objects.requireNonNull(pin, "pin");
-        Objects.requireNonNull(publicKeyId, "publicKeyId");
-        Objects.requireNonNull(privateKeyId, "privateKeyId");
-        Objects.requireNonNull(content, "content");
-        String[] subject = content.subject();
-        String[] attributes = content.attributes();
-        String[] extensions = content.extensions();
-        ArrayList<Byte> request = new ArrayList<>();
-        return Der.withoutPadding(deliver("creating a certificate request", pin, request,
-                code -> Pkcs11Wrapper.createCSR(terminalName, modulePath, code, publicKeyId, privateKeyId, subject,
-                        attributes, extensions, request)));
+        return once(pin, Jobs.createRequest(publicKeyId, privateKeyId, content));
     }
 
     /**
-     * Powers a card down through the PC/SC service, so that its next user gets a freshly powered one. A failure is
-     * told on standard output only.
+     * Powers a card down through the PC/SC service, so that its next user gets a freshly powered one. Waits until no
+     * job of this library works with the reader. Open sessions on the card end with {@link Reason#REMOVED}.
      *
      * @param readerName the reader's full name
      * @throws IllegalArgumentException when the name is empty
+     * @throws Pkcs11Exception          when the service refuses, with its code
      * @throws UnsatisfiedLinkError     when this library cannot be loaded
      */
-    public static void resetTerminal(String readerName) {
-        notEmpty(readerName, "readerName");
-        NativeLibrary.load();
-        locked(() -> {
-            PcscUtils.resetTerminal(readerName);
-            return ReturnCodes.OK;
-        });
+    public static void resetTerminal(String readerName) throws Pkcs11Exception {
+        if (Objects.requireNonNull(readerName, "readerName").isEmpty()) {
+            throw new IllegalArgumentException("readerName is empty");
+        }
+        NativeLibrary.loadSessions();
+        Access.resetReader(readerName);
     }
 
-    /** Tells whether the other has the same module path and the same reader name. */
+    /** Tells whether the other names the same module and the same token by the same words. */
     @Override
     public boolean equals(Object other) {
-        return other instanceof Token && modulePath.equals(((Token) other).modulePath)
-                && terminalName.equals(((Token) other).terminalName);
+        return other instanceof Token && access.equals(((Token) other).access);
     }
 
     @Override
     public int hashCode() {
-        return Objects.hash(modulePath, terminalName);
+        return access.hashCode();
     }
 
-    /** Returns module and reader. */
+    /** Returns module and token. */
     @Override
     public String toString() {
-        return "token in reader '" + terminalName + "' of module " + modulePath;
+        return access.toString();
     }
 
-    private void run(String action, LongSupplier job) throws Pkcs11Exception {
-        check(locked(job), action + ", " + this);
+    static TokenInfo info(NativeCall natives, long module, long slot) throws NativeFailure {
+        Fields fields = new Fields(natives.tokenInfo(module, slot));
+        return new TokenInfo(fields.text(), fields.text(), fields.text(), fields.text(), fields.text());
     }
 
-    private void run(String action, Pin pin, ToLongFunction<byte[]> job) throws Pkcs11Exception {
-        run(action, () -> pin.lend(job));
+    private <T> T once(Pin pin, Job<T> job) throws Pkcs11Exception {
+        return access.once(pin, "pin", NativeSession.USER, job);
     }
 
-    private byte[] deliver(String action, Pin pin, List<Byte> output, ToLongFunction<byte[]> job)
-            throws Pkcs11Exception {
-        run(action, pin, job);
-        if (output.isEmpty()) {
-            throw new Pkcs11Exception(ReturnCodes.OK, action + ", " + this);
-        }
-        return bytes(output);
+    private static void verify(Access access, byte[] firstInput, byte[] secondInput) throws Pkcs11Exception {
+        access.call(() -> VERIFYING, VERIFY,
+                (natives, module) -> natives.verify(module, firstInput, secondInput));
     }
 
-    static void check(long code, String action) throws Pkcs11Exception {
-        if (code != ReturnCodes.OK) {
-            throw new Pkcs11Exception(code, action);
-        }
-    }
-
-    private static String notEmpty(String name, String parameter) {
-        if (Objects.requireNonNull(name, parameter).isEmpty()) {
-            throw new IllegalArgumentException(parameter + " is empty");
-        }
-        return name;
-    }
-
-    private static long locked(LongSupplier job) {
-        synchronized (LOCK) {
-            return job.getAsLong();
-        }
-    }
-
-    private static byte[] bytes(List<Byte> list) {
-        byte[] bytes = new byte[list.size()];
-        for (int i = 0; i < bytes.length; i++) {
-            bytes[i] = list.get(i);
-        }
-        return bytes;
+    private static Access on(String modulePath) {
+        Objects.requireNonNull(modulePath, "modulePath");
+        NativeLibrary.loadSessions();
+        return new Access(modulePath, null, Attempt.Manner.DEFAULT);
     }
 }

@@ -15,11 +15,15 @@ public final class TokenInfo {
     private final long flags;
 
     TokenInfo(String label, String manufacturer, String model, String serialNumber, String flags) {
+        this(label, manufacturer, model, serialNumber, Long.parseUnsignedLong(flags, 16));
+    }
+
+    TokenInfo(String label, String manufacturer, String model, String serialNumber, long flags) {
         this.label = label;
         this.manufacturer = manufacturer;
         this.model = model;
         this.serialNumber = serialNumber;
-        this.flags = Long.parseUnsignedLong(flags, 16);
+        this.flags = flags;
     }
 
     /**

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.tovr.smartcard.vornixtoken;
 
-import com.tovr.smartcard.vornixtoken.api.Pkcs11ObjectAttribute;
-
 import java.util.HashMap;
 import java.util.Map;
 import java.util.Objects;
@@ -15,11 +13,12 @@ public final class TokenObject {
     private final String id;
     private final KeyType keyType;
 
-    TokenObject(Pkcs11ObjectAttribute object) {
-        kind = Kind.NAMES.getOrDefault(object.getType(), Kind.UNKNOWN);
-        label = object.getLabel();
-        id = object.getId();
-        keyType = object.getKeyType() == null ? null : KeyType.NAMES.getOrDefault(object.getKeyType(), KeyType.UNKNOWN);
+    /** Takes the natives' names. The one of the key type is empty where the object is no key. */
+    TokenObject(String kind, String label, String id, String keyType) {
+        this.kind = Kind.NAMES.getOrDefault(kind, Kind.UNKNOWN);
+        this.label = label;
+        this.id = id;
+        this.keyType = keyType.isEmpty() ? null : KeyType.NAMES.getOrDefault(keyType, KeyType.UNKNOWN);
     }
 
     /**

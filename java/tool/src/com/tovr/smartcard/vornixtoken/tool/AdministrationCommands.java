@@ -138,8 +138,7 @@ final class AdministrationCommands {
     }
 
     @Command(name = "reset-terminal",
-            description = {"Powers the card in a reader down by the PC/SC service.",
-                "Only the library's own line tells a failure: the exit status is 0 in any case."},
+            description = "Powers the card in a reader down by the PC/SC service.",
             footer = "  vornixtoken-tool reset-terminal --terminal 'Reader 0'")
     static final class ResetTerminal extends ToolCommand {
         @Option(names = {"-t", "--terminal"}, required = true, paramLabel = "NAME",
@@ -147,7 +146,7 @@ final class AdministrationCommands {
         private ReaderName terminal;
 
         @Override
-        void run() {
+        void run() throws Exception {
             Token.resetTerminal(terminal.toString());
         }
     }

@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: Apache-2.0
+package com.tovr.smartcard.vornixtoken;
+
+import java.util.List;
+import java.util.Map;
+import java.util.Objects;
+import java.util.concurrent.Semaphore;
+import java.util.function.Supplier;
+
+/** How a call gets to a module and a token: load, initialise, wait, choose the slot, open, log in. */
+final class Access {
+    private final String path;
+    private final ReaderChoice choice;
+    private final Attempt.Manner manner;
+
+    Access(String path, ReaderChoice choice, Attempt.Manner manner) {
+        this.path = path;
+        this.choice = choice;
+        this.manner = manner;
+    }
+
+    /** What is done while the attempt runs. */
+    private interface Undertaking<T> {
+        T in(Attempt attempt, Progress progress) throws NativeFailure;
+    }
+
+    /** What is done in a turn. */
+    private interface InTurn<T> {
+        T in(Turn turn) throws NativeFailure;
+    }
+
+    /** What is done with a slot in a turn on it. */
+    private interface OnSlot<T> {
+        T on(Turn turn, long slot, Progress progress) throws NativeFailure;
+    }
+
+    /** A call without a session that names a slot. */
+    interface SlotCall<T> {
+        T on(NativeCall natives, long module, long slot) throws NativeFailure;
+    }
+
+    /** A call that needs the module alone. */
+    interface ModuleCall {
+        void on(NativeCall natives, long module) throws NativeFailure;
+    }
+
+    /** How far an attempt got. After a login it does not begin again. */
+    private static final class Progress {
+        private boolean loggedIn;
+    }
+
+    /** Opens a session, does one job and closes the session. */
+    <T> T once(Pin pin, String pinName, long userType, Job<T> job) throws Pkcs11Exception {
+        Objects.requireNonNull(pin, pinName);
+        return attempt(job.action, (attempt, progress) -> {
+            Job.Work<T> work = job.prepare();
+            return onSlot(attempt, progress, job.vendorFunction, (turn, slot, same) -> {
+                NativeSession session = pin.lend(code -> NativeSession.open(turn, slot, userType, code));
+                same.loggedIn = true;
+                try {
+                    return session.run(turn, work);
+                } finally {
+                    session.close(turn);
+                }
+            });
+        });
+    }
+
+    /** Opens a session for the user. */
+    TokenSession open(Pin pin) throws Pkcs11Exception {
+        Objects.requireNonNull(pin, "pin");
+        return attempt(() -> "opening a session", (attempt, progress) -> onSlot(attempt, progress, null,
+                (turn, slot, same) -> new OpenSession(this, turn.module, slot,
+                        pin.lend(code -> NativeSession.open(turn, slot, NativeSession.USER, code)))));
+    }
+
+    /** Makes a call on the token without a session. */
+    <T> T call(Supplier<String> action, SlotCall<T> call) throws Pkcs11Exception {
+        return attempt(action, (attempt, progress) -> onSlot(attempt, progress, null, (turn, slot, same) ->
+                turn.call(natives -> call.on(natives, turn.module.handle, slot))));
+    }
+
+    /** Makes a call on the module without a token. */
+    void call(Supplier<String> action, String vendorFunction, ModuleCall call) throws Pkcs11Exception {
+        attempt(action, (attempt, progress) -> inTurn(attempt, turn -> {
+            turn.require(vendorFunction);
+            turn.command(natives -> call.on(natives, turn.module.handle));
+            return null;
+        }));
+    }
+
+    List<Reader> readers() throws Pkcs11Exception {
+        return attempt(() -> "listing readers", (attempt, progress) ->
+                inTurn(attempt, turn -> ReaderChoice.list(turn, true)));
+    }
+
+    void unload() throws Pkcs11Exception {
+        attempt(() -> "unloading", (attempt, progress) -> {
+            LoadedModule.unload(path, attempt);
+            return null;
+        });
+    }
+
+    /** Makes the attempt for a job of an open session. */
+    Attempt begin(Supplier<String> action) {
+        return new Attempt(() -> action.get() + ", " + this, manner);
+    }
+
+    /** Powers a card down while no call of this library works with its reader. */
+    static void resetReader(String name) throws Pkcs11Exception {
+        Attempt attempt = new Attempt(() -> "resetting reader '" + name + "'", Attempt.Manner.DEFAULT);
+        try {
+            byte[] reader = Texts.encodeWithoutNul(name);
+            reset(reader, SharedModule.locksOf(ReaderChoice.trimmed(name)), attempt);
+        } catch (NativeFailure failure) {
+            throw attempt.refuse(failure);
+        }
+    }
+
+    private static void reset(byte[] reader, List<Map.Entry<Semaphore, Integer>> locks, Attempt attempt)
+            throws NativeFailure {
+        if (locks.isEmpty()) {
+            attempt.command(natives -> natives.resetReader(reader));
+            return;
+        }
+        Map.Entry<Semaphore, Integer> first = locks.get(0);
+        attempt.acquire(first.getKey(), first.getValue());
+        try {
+            reset(reader, locks.subList(1, locks.size()), attempt);
+        } finally {
+            first.getKey().release(first.getValue());
+        }
+    }
+
+    private <T> T onSlot(Attempt attempt, Progress progress, String vendorFunction, OnSlot<T> work)
+            throws NativeFailure {
+        return inTurn(attempt, turn -> {
+            if (vendorFunction != null) {
+                turn.require(vendorFunction);
+            }
+            long slot = choice.slot(turn);
+            turn.take(slot);
+            return work.on(turn, slot, progress);
+        });
+    }
+
+    private <T> T inTurn(Attempt attempt, InTurn<T> work) throws NativeFailure {
+        try (Turn turn = Turn.in(path, attempt)) {
+            return work.in(turn);
+        }
+    }
+
+    /** Begins once more where somebody had finalised the module and nothing was done yet. */
+    private <T> T attempt(Supplier<String> action, Undertaking<T> undertaking) throws Pkcs11Exception {
+        Attempt attempt = begin(action);
+        Progress progress = new Progress();
+        try {
+            try {
+                return undertaking.in(attempt, progress);
+            } catch (NativeFailure failure) {
+                if (failure.code != ReturnCodes.CKR_CRYPTOKI_NOT_INITIALIZED || progress.loggedIn) {
+                    throw failure;
+                }
+                return undertaking.in(attempt, progress);
+            }
+        } catch (NativeFailure failure) {
+            throw attempt.refuse(failure);
+        } finally {
+            attempt.tell();
+        }
+    }
+
+    /** Tells whether the other gets to the same token, however long it may wait. */
+    @Override
+    public boolean equals(Object other) {
+        return other instanceof Access && path.equals(((Access) other).path) && choice.equals(((Access) other).choice);
+    }
+
+    @Override
+    public int hashCode() {
+        return Objects.hash(path, choice);
+    }
+
+    @Override
+    public String toString() {
+        return choice == null ? "module " + path : choice + " of module " + path;
+    }
+}

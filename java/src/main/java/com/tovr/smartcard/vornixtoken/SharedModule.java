@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+package com.tovr.smartcard.vornixtoken;
+
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+import java.util.Map;
+import java.util.TreeMap;
+import java.util.concurrent.ConcurrentHashMap;
+import java.util.concurrent.ConcurrentMap;
+import java.util.concurrent.ConcurrentSkipListMap;
+import java.util.concurrent.Semaphore;
+import java.util.concurrent.atomic.AtomicInteger;
+
+/**
+ * What all copies of these classes in the virtual machine must know of one module: its locks, and whether and by whom it
+ * was initialised. The module exists once in the process, whichever class loader uses it.
+ *
+ * <p>The copies meet in the system's properties, the one map that all class loaders see and anybody may put an object
+ * into. It holds types of the Java library only, so no class loader is kept alive by it. The key's end is raised when
+ * the contents change.
+ */
+final class SharedModule {
+    /** A caller with all permits is alone in the module. */
+    static final int ALL = 1 << 20;
+
+    static final int UNKNOWN = -1;
+    static final int TAKES_SEVERAL_THREADS = 0;
+    static final int INITIALIZED_BY_OTHERS = 2;
+
+    private static final ConcurrentMap<Long, ConcurrentMap<String, Object>> MODULES = meetingPlace();
+
+    /** A call inside the module holds one permit, or all. */
+    final Semaphore gate;
+    /** What {@link NativeCall#initialize} answered, or {@link #UNKNOWN}. Changed only with all permits, or to that. */
+    final AtomicInteger state;
+    /** Counts the initialisations. A session of an earlier one is void. */
+    final AtomicInteger generation;
+    /** The open sessions of this generation. */
+    final AtomicInteger sessions;
+    private final ConcurrentMap<Long, Semaphore> locks;
+    private final ConcurrentMap<Long, byte[]> readers;
+
+    @SuppressWarnings("unchecked")
+    private SharedModule(ConcurrentMap<String, Object> record) {
+        gate = (Semaphore) record.computeIfAbsent("gate", key -> new Semaphore(ALL, true));
+        state = (AtomicInteger) record.computeIfAbsent("state", key -> new AtomicInteger(UNKNOWN));
+        generation = (AtomicInteger) record.computeIfAbsent("generation", key -> new AtomicInteger());
+        sessions = (AtomicInteger) record.computeIfAbsent("sessions", key -> new AtomicInteger());
+        locks = (ConcurrentMap<Long, Semaphore>) record.computeIfAbsent("locks", key -> new ConcurrentSkipListMap<>());
+        readers = (ConcurrentMap<Long, byte[]>) record.computeIfAbsent("readers", key -> new ConcurrentHashMap<>());
+    }
+
+    /** The module with a function list at this address. */
+    static SharedModule at(long functionList) {
+        return new SharedModule(MODULES.computeIfAbsent(functionList, key -> new ConcurrentHashMap<>()));
+    }
+
+    @SuppressWarnings("unchecked")
+    private static ConcurrentMap<Long, ConcurrentMap<String, Object>> meetingPlace() {
+        return (ConcurrentMap<Long, ConcurrentMap<String, Object>>) System.getProperties()
+                .computeIfAbsent("com.tovr.smartcard.vornixtoken.modules.1", key -> new ConcurrentHashMap<>());
+    }
+
+    /** The one lock of a slot, fair. */
+    Semaphore lock(long slot) {
+        Semaphore lock = locks.get(slot);
+        return lock != null ? lock : locks.computeIfAbsent(slot, key -> new Semaphore(1, true));
+    }
+
+    /** Remembers the reader behind a slot, for {@link #locksOf}. */
+    void name(long slot, byte[] reader) {
+        lock(slot);
+        readers.put(slot, reader);
+    }
+
+    /** How many permits a call needs. */
+    int permits() {
+        return state.get() == TAKES_SEVERAL_THREADS ? 1 : ALL;
+    }
+
+    /** Somebody finalised the module: what this generation had is gone. */
+    void lose(int lostGeneration) {
+        if (generation.get() == lostGeneration) {
+            state.set(UNKNOWN);
+        }
+    }
+
+    /** Begins a generation. The caller holds all permits. */
+    void begin(int newState) {
+        sessions.set(0);
+        generation.incrementAndGet();
+        state.set(newState);
+    }
+
+    /** Tells whether another module of this process is initialised. */
+    boolean hasNeighbour() {
+        return MODULES.values().stream().map(SharedModule::new)
+                .anyMatch(module -> module.gate != gate && module.state.get() != UNKNOWN);
+    }
+
+    /**
+     * Returns the locks that keep calls of this library away from a reader, in an order that is the same for all, and
+     * how many permits of each.
+     */
+    static List<Map.Entry<Semaphore, Integer>> locksOf(byte[] reader) {
+        List<Map.Entry<Semaphore, Integer>> all = new ArrayList<>();
+        for (ConcurrentMap<String, Object> record : new TreeMap<>(MODULES).values()) {
+            SharedModule module = new SharedModule(record);
+            for (Map.Entry<Long, Semaphore> slot : module.locks.entrySet()) {
+                if (Arrays.equals(module.readers.get(slot.getKey()), reader)) {
+                    all.add(new java.util.AbstractMap.SimpleEntry<>(
+                            module.permits() == 1 ? slot.getValue() : module.gate, module.permits()));
+                }
+            }
+        }
+        return all;
+    }
+}

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+package com.tovr.smartcard.vornixtoken;
+
+import java.util.concurrent.Semaphore;
+
+/** A thread's turn inside an initialised module, until it is closed. */
+final class Turn implements AutoCloseable {
+    final LoadedModule module;
+    private final Attempt attempt;
+    private final int permits;
+    private final int generation;
+    /** Of the slot that the turn is about; null: none yet, or alone in the module. */
+    private Semaphore lock;
+
+    private Turn(LoadedModule module, Attempt attempt, int permits) {
+        this.module = module;
+        this.attempt = attempt;
+        this.permits = permits;
+        generation = module.shared.generation.get();
+    }
+
+    /** Waits for a turn in a file's module, which is loaded and initialised where it is not. */
+    static Turn in(String path, Attempt attempt) throws NativeFailure {
+        while (true) {
+            LoadedModule module = LoadedModule.of(path, attempt);
+            SharedModule shared = module.shared;
+            int permits = shared.permits();
+            attempt.acquire(shared.gate, permits);
+            int kept = 0;
+            try {
+                if (!module.isUnloaded()) {
+                    if (shared.state.get() == SharedModule.UNKNOWN && permits == SharedModule.ALL) {
+                        module.initialize(attempt);
+                    }
+                    // Else the state has changed while this thread waited, and it waits once more.
+                    if (shared.state.get() != SharedModule.UNKNOWN && permits >= shared.permits()) {
+                        kept = shared.permits();
+                        return new Turn(module, attempt, kept);
+                    }
+                }
+            } finally {
+                shared.gate.release(permits - kept);
+            }
+        }
+    }
+
+    /** Waits for a turn in a module as it was initialised before; null when that is gone. */
+    static Turn again(LoadedModule module, int generation, long slot, Attempt attempt) throws NativeFailure {
+        SharedModule shared = module.shared;
+        int permits = shared.permits();
+        attempt.acquire(shared.gate, permits);
+        if (shared.state.get() == SharedModule.UNKNOWN || shared.generation.get() != generation) {
+            shared.gate.release(permits);
+            return null;
+        }
+        Turn turn = new Turn(module, attempt, permits);
+        try {
+            turn.take(slot);
+            return turn;
+        } catch (NativeFailure failure) {
+            turn.close();
+            throw failure;
+        }
+    }
+
+    /** Waits for the slot. */
+    void take(long slot) throws NativeFailure {
+        if (permits == 1) {
+            Semaphore wanted = module.shared.lock(slot);
+            attempt.acquire(wanted, 1);
+            lock = wanted;
+        }
+    }
+
+    int generation() {
+        return generation;
+    }
+
+    /** Makes a call inside the module. */
+    <T> T call(Attempt.Call<T> call) throws NativeFailure {
+        try {
+            return attempt.call(call);
+        } catch (NativeFailure failure) {
+            if (failure.code == ReturnCodes.CKR_CRYPTOKI_NOT_INITIALIZED) {
+                module.shared.lose(generation);
+            }
+            throw failure;
+        }
+    }
+
+    /** Makes a call without a result inside the module. */
+    void command(Attempt.Command command) throws NativeFailure {
+        call(natives -> {
+            command.on(natives);
+            return null;
+        });
+    }
+
+    /** Refuses where the module lacks a vendor's function. */
+    void require(String vendorFunction) throws NativeFailure {
+        module.require(vendorFunction, attempt);
+    }
+
+    @Override
+    public void close() {
+        if (lock != null) {
+            lock.release();
+        }
+        module.shared.gate.release(permits);
+    }
+}
