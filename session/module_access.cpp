@@ -2,13 +2,12 @@
 // Natives: the module and its slots, sessions, the codes that guard the token, and the reader.
 #include "p11/module.h"
 
-#include "p11/pcsc_context.h"
 #include "session/module.h"
 #include "session/native_call.h"
 #include "session/natives.h"
+#include "session/pcsc_readers.h"
 #include "session/vendor_functions.h"
 
-#include <array>
 #include <memory>
 
 namespace {
@@ -67,21 +66,18 @@ Outcome describeSlots(CK_FUNCTION_LIST_PTR functions, bool tokens, const Diagnos
     return list;
 }
 
-/// The names of the PC/SC service's readers, which stand one behind the other, each with its NUL, in `names`.
-Outcome listPcscReaders(std::vector<char>& names)
+/// Readers as the caller knows them.
+std::vector<PcscReader> readReaders(JNIEnv* env, jobjectArray names, jlongArray states)
 {
-    const PcscContext context;
-    if (context.result() != SCARD_S_SUCCESS)
-        return {static_cast<CK_RV>(context.result()), "SCardEstablishContext"};
-    DWORD length = 0;
-    LONG result = SCardListReaders(context.handle(), nullptr, nullptr, &length);
-    if (result == SCARD_S_SUCCESS) {
-        names.resize(length);
-        result = SCardListReaders(context.handle(), nullptr, names.data(), &length);
-    }
-    names.resize(result == SCARD_S_SUCCESS ? length : 0);
-    const bool none = result == SCARD_E_NO_READERS_AVAILABLE;
-    return {none ? CKR_OK : static_cast<CK_RV>(result), "SCardListReaders"};
+    std::vector<PcscReader> readers;
+    for (const Bytes& name : readByteArrays(env, names))
+        readers.push_back({std::string(name.begin(), name.end()), 0, {}});
+    std::vector<jlong> numbers(readers.size());
+    env->GetLongArrayRegion(states, 0, static_cast<jsize>(numbers.size()), numbers.data());
+    throwIfPending(env);
+    for (std::size_t i = 0; i < readers.size(); ++i)
+        readers[i].state = static_cast<DWORD>(numbers[i]);
+    return readers;
 }
 
 } // namespace
@@ -177,12 +173,26 @@ void natives::resetReader(JNIEnv* env, jobject call, jbyteArray name)
 jbyteArray natives::pcscReaders(JNIEnv* env, jobject call)
 {
     return fetch(env, call, [&](const Diagnostics&, Bytes& output) {
-        std::vector<char> names;
-        const Outcome outcome = listPcscReaders(names);
+        std::vector<std::string> names;
+        const Outcome outcome = listReaders(names);
         Packing packing(output);
-        const char* const end = names.data() + names.size();
-        for (const char* name = names.data(); name != end && *name != '\0'; name += std::string_view(name).size() + 1)
+        for (const std::string& name : names)
             packing.text(name);
+        return outcome;
+    });
+}
+
+jbyteArray natives::awaitReaderChange(JNIEnv* env, jobject call, jobjectArray names, jlongArray states, jlong timeout)
+{
+    return fetch(env, call, [&](const Diagnostics&, Bytes& output) {
+        std::vector<PcscReader> now;
+        const Outcome outcome = ::awaitReaderChange(readReaders(env, names, states), static_cast<DWORD>(timeout), now);
+        Packing packing(output);
+        for (const PcscReader& reader : now) {
+            packing.text(reader.name);
+            packing.number(reader.state);
+            packing.bytes(reader.atr);
+        }
         return outcome;
     });
 }

@@ -112,6 +112,16 @@ final class NativeCall {
     /** The names of the readers that the PC/SC service knows, a field each. */
     native byte[] pcscReaders() throws NativeFailure;
 
+    /**
+     * Waits until a reader or a card comes or goes. Where what is known is not true any longer, there is no wait.
+     *
+     * @param names   the names of the readers that are known, and in the same order
+     * @param states  what this method told of them
+     * @param timeout in milliseconds
+     * @return three fields a reader: name, state, the card's answer to reset
+     */
+    native byte[] awaitReaderChange(byte[][] names, long[] states, long timeout) throws NativeFailure;
+
     /** What the call had to say: lines, each with its line end; empty when there are none. */
     String diagnostics() {
         return diagnostics;

@@ -6,6 +6,9 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Objects;
+import java.util.stream.Collectors;
+
+import javax.security.auth.x500.X500Principal;
 
 /**
  * What a certificate signing request says beside its key. The module defines what the texts mean; most modules take
@@ -13,9 +16,10 @@ import java.util.Objects;
  *
  * <pre>
  * RequestContent.builder()
- *         .subject("CN", "Alice")
+ *         .subject(new X500Principal("CN=Alice, O=Example, C=NO"))
+ *         .alternativeName("DNS", "host.example")
+ *         .keyUsage(KeyUsage.DIGITAL_SIGNATURE)
  *         .attribute("challengePassword", "word")
- *         .extension("keyUsage", true, "digitalSignature")
  *         .build();
  * </pre>
  *
@@ -30,7 +34,11 @@ public final class RequestContent {
     private RequestContent(Builder builder) {
         subject = builder.subject.toArray(new String[0]);
         attributes = builder.attributes.toArray(new String[0]);
-        extensions = builder.extensions.toArray(new String[0]);
+        List<String> all = new ArrayList<>(builder.extensions);
+        if (!builder.alternativeNames.isEmpty()) {
+            all.addAll(Arrays.asList("subjectAltName", "", String.join(",", builder.alternativeNames)));
+        }
+        extensions = all.toArray(new String[0]);
     }
 
     /**
@@ -96,8 +104,21 @@ public final class RequestContent {
         private final List<String> subject = new ArrayList<>();
         private final List<String> attributes = new ArrayList<>();
         private final List<String> extensions = new ArrayList<>();
+        private final List<String> alternativeNames = new ArrayList<>();
 
         private Builder() {
+        }
+
+        /**
+         * Adds all parts of a subject's name.
+         *
+         * @param name the name
+         * @return this builder
+         * @throws IllegalArgumentException when the name has a part of several values or of a kind that is no text
+         */
+        public Builder subject(X500Principal name) {
+            subject.addAll(SubjectParts.of(name));
+            return this;
         }
 
         /**
@@ -124,6 +145,37 @@ public final class RequestContent {
             Objects.requireNonNull(name, "name");
             Objects.requireNonNull(value, "value");
             return add(attributes, name, value);
+        }
+
+        /**
+         * Adds a name to the extension subjectAltName, which follows all other extensions.
+         *
+         * @param kind  DNS, email, IP, URI or what else the module knows
+         * @param value the name
+         * @return this builder
+         * @throws IllegalArgumentException when the value has a comma, which ends a name there
+         */
+        public Builder alternativeName(String kind, String value) {
+            Objects.requireNonNull(kind, "kind");
+            if (Objects.requireNonNull(value, "value").indexOf(',') >= 0) {
+                throw new IllegalArgumentException("a comma in the name " + value);
+            }
+            alternativeNames.add(kind + ":" + value);
+            return this;
+        }
+
+        /**
+         * Adds the critical extension keyUsage.
+         *
+         * @param usages what the key may be used for, one at least
+         * @return this builder
+         */
+        public Builder keyUsage(KeyUsage... usages) {
+            if (usages.length == 0) {
+                throw new IllegalArgumentException("no usage");
+            }
+            return extension("keyUsage", true,
+                    Arrays.stream(usages).map(KeyUsage::text).collect(Collectors.joining(",")));
         }
 
         /**

@@ -199,6 +199,19 @@ public interface TokenSession extends AutoCloseable {
             throws Pkcs11Exception;
 
     /**
+     * Signs data into a PKCS #7 message with the certificate and the key of one ID.
+     *
+     * @param data what is signed
+     * @param id   the ID of the signer's certificate and private key
+     * @param mode whether the message holds the data
+     * @return the message, DER; zeros that the module leaves behind it are cut off
+     * @throws Pkcs11Exception when the token refuses or nothing was signed
+     */
+    default byte[] sign(byte[] data, ObjectId id, SignatureMode mode) throws Pkcs11Exception {
+        return sign(data, id.getBytes(), id.getBytes(), mode.getWord());
+    }
+
+    /**
      * Verifies a PKCS #7 message. Returns normally when it is good.
      *
      * @param firstInput  the first input of the module's verification, commonly the message; may be {@code null}
@@ -217,6 +230,18 @@ public interface TokenSession extends AutoCloseable {
      * @throws Pkcs11Exception when the token refuses or no request was made
      */
     byte[] createRequest(byte[] publicKeyId, byte[] privateKeyId, RequestContent content) throws Pkcs11Exception;
+
+    /**
+     * Builds a certificate signing request for a key pair of one ID.
+     *
+     * @param id      the ID of both keys
+     * @param content what the request says beside the key
+     * @return the request, DER; zeros that the module leaves behind it are cut off
+     * @throws Pkcs11Exception when the token refuses or no request was made
+     */
+    default byte[] createRequest(ObjectId id, RequestContent content) throws Pkcs11Exception {
+        return createRequest(id.getBytes(), id.getBytes(), content);
+    }
 
     /**
      * Tells whether the session was neither closed nor found to have ended. Asks nobody.
