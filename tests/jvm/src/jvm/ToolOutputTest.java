@@ -41,7 +41,7 @@ class ToolOutputTest extends ScriptedToken {
         assertPrints("", onToken("clean", "--yes"));
         assertPrints("", onToken("import-certificate", "-l", label, file.toString()));
 
-        assertPrints("certificate '" + shown + "' \n", onToken("list"));
+        assertPrints("certificate '" + shown + "', without private key\n", onToken("list"));
     }
 
     @Test

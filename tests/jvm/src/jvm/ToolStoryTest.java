@@ -74,18 +74,26 @@ class ToolStoryTest {
         Result refused = tool("list", "--pin-file", wrong.toString());
 
         assertEquals(1, refused.status);
-        assertTrue(refused.err.endsWith(": CKR_PIN_INCORRECT (0xA0) from C_Login\n"), refused.err);
+        assertTrue(refused.err.contains(": CKR_PIN_INCORRECT (0xA0) from C_Login\n"), refused.err);
     }
 
     @Test
-    void theLastLineOfAProcessIsItsResult() throws Exception {
-        Result result = new ChildJvm().launch("-jar", System.getProperty("vornix.tool"), "read-certificate",
-                "--label", "nobody", "--json", "--module", MODULE, "--terminal", READER);
+    void aWrongPinIsFollowedByAdvice() throws Exception {
+        assertEquals("few tries left: make sure of the PIN before the next one, because wrong ones lock it", advice());
+        assertEquals("last try: another wrong PIN locks it, so do not guess, and ask whoever issued the token", advice());
+        assertTrue(advice().startsWith("locked: whoever has the PUK can unlock the PIN with the token maker's software; "));
+        assertTrue(advice().startsWith("locked: "));
+    }
 
-        String[] lines = result.out.split("\n");
-        assertTrue(lines[lines.length - 1].startsWith("{\"ok\":false,\"code\":6,\"name\":\"CKR_FUNCTION_FAILED\","),
-                result::toString);
-        assertEquals(1, result.status);
+    /** The last line that a process with a wrong PIN writes. */
+    private static String advice() throws Exception {
+        Result refused = new ChildJvm().environment("VORNIX_SOFTTOKEN_PIN_TRIES", "3")
+                .environment("VORNIX_USER_PIN", "00000000").launch("-jar", System.getProperty("vornix.tool"),
+                        "list", "--module", MODULE, "--terminal", READER);
+        String[] lines = refused.err.split("\n");
+        assertEquals(2, lines.length, refused::toString);
+        assertEquals(1, refused.status);
+        return lines[1];
     }
 
     private static Result tool(String command, String... arguments) {

@@ -4,7 +4,6 @@ package com.tovr.smartcard.vornixtoken.tool;
 import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.Token;
 import com.tovr.smartcard.vornixtoken.TokenInfo;
-import com.tovr.smartcard.vornixtoken.TokenObject;
 
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
@@ -12,9 +11,6 @@ import picocli.CommandLine.Option;
 
 import java.nio.file.Path;
 import java.util.ArrayList;
-import java.util.LinkedHashMap;
-import java.util.List;
-import java.util.Map;
 
 /** The token as a whole. */
 final class AdministrationCommands {
@@ -32,25 +28,6 @@ final class AdministrationCommands {
             put("model", info.getModel(), "model:         " + info.getModel());
             put("serialNumber", info.getSerialNumber(), "serial number: " + info.getSerialNumber());
             put("flags", new ArrayList<>(info.getFlags()), "flags:         " + info.getFlags());
-        }
-    }
-
-    @Command(name = "list", description = "Lists the objects of the token.",
-            footer = "  vornixtoken-tool list --pin-file pin.txt --json | tail -n 1")
-    static final class ListObjects extends ToolCommand.AsUser {
-        @Override
-        void run(Token token, Pin pin) throws Exception {
-            List<Map<String, Object>> objects = new ArrayList<>();
-            for (TokenObject object : token.listObjects(pin)) {
-                Map<String, Object> members = new LinkedHashMap<>();
-                members.put("kind", object.getKind());
-                members.put("label", object.getLabel());
-                members.put("id", object.getIdText());
-                members.put("keyType", object.getKeyType().orElse(null));
-                objects.add(members);
-                say(object.toString());
-            }
-            put("objects", objects);
         }
     }
 
@@ -83,6 +60,11 @@ final class AdministrationCommands {
         }
 
         abstract void run(Token token, Pin puk) throws Exception;
+
+        @Override
+        String advice(TokenInfo info) {
+            return PinState.ofPuk(info.getFlags()).adviceOnPuk();
+        }
     }
 
     @Command(name = "change-puk", description = "Changes the PUK, the security officer's PIN.",
@@ -133,7 +115,10 @@ final class AdministrationCommands {
 
         @Override
         void run(Token token, Pin pin) throws Exception {
-            token.clean(pin);
+            showing("destroying all objects", () -> {
+                token.clean(pin);
+                return null;
+            });
         }
     }
 

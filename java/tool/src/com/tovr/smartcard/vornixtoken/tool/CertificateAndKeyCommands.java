@@ -2,7 +2,10 @@
 package com.tovr.smartcard.vornixtoken.tool;
 
 import com.tovr.smartcard.vornixtoken.Pin;
+import com.tovr.smartcard.vornixtoken.Reason;
 import com.tovr.smartcard.vornixtoken.Token;
+import com.tovr.smartcard.vornixtoken.TokenCertificate;
+import com.tovr.smartcard.vornixtoken.TokenSession;
 
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
@@ -10,6 +13,7 @@ import picocli.CommandLine.Parameters;
 
 import java.nio.file.Path;
 import java.security.interfaces.RSAPublicKey;
+import java.util.Arrays;
 
 /** Certificates and keys. */
 final class CertificateAndKeyCommands {
@@ -26,15 +30,40 @@ final class CertificateAndKeyCommands {
         Id id;
     }
 
-    @Command(name = "read-certificate", description = "Reads a certificate; prints it as PEM.",
+    @Command(name = "read-certificate",
+            description = "Reads a certificate by its label, its ID or both; prints it as PEM.",
             footer = "  vornixtoken-tool read-certificate --label 'my certificate' --id 01 -o my.der")
-    static final class ReadCertificate extends OnObject {
+    static final class ReadCertificate extends ToolCommand.AsUser {
+        @Option(names = {"-l", "--label"}, paramLabel = "TEXT", description = "The certificate's label.")
+        private String label;
+
+        @Option(names = {"-i", "--id"}, paramLabel = "HEX", defaultValue = Id.NONE, description = "The certificate's ID.")
+        private Id id;
+
         @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead, - for standard output.")
         private Path out;
 
         @Override
+        void run() throws Exception {
+            if (label == null && id.bytes().length == 0) {
+                throw misused("Missing required option: '--label=TEXT' or '--id=HEX'");
+            }
+            super.run();
+        }
+
+        @Override
         void run(Token token, Pin pin) throws Exception {
-            putDer("certificate", token.readCertificateBytes(pin, label, id.bytes()), "CERTIFICATE", out);
+            byte[] certificate = label == null ? byId(token, pin) : token.readCertificateBytes(pin, label, id.bytes());
+            putDer("certificate", certificate, "CERTIFICATE", out);
+        }
+
+        private byte[] byId(Token token, Pin pin) throws Exception {
+            for (TokenCertificate each : token.listCertificates(pin)) {
+                if (Arrays.equals(each.getId(), id.bytes())) {
+                    return each.getEncoded();
+                }
+            }
+            throw new Refusal(Reason.NO_SUCH_OBJECT, "the token has no certificate with ID " + Id.text(id.bytes()));
         }
     }
 
@@ -53,7 +82,8 @@ final class CertificateAndKeyCommands {
         }
     }
 
-    @Command(name = "import-certificate", description = "Stores a certificate.",
+    @Command(name = "import-certificate",
+            description = "Stores a certificate. One that is there already stays beside it, and you are warned.",
             footer = "  vornixtoken-tool import-certificate --label 'my certificate' --id 01 my.pem")
     static final class ImportCertificate extends OnObject {
         @Parameters(paramLabel = "FILE", description = "The certificate, DER or PEM, of a chain the first; - for standard input.")
@@ -61,7 +91,18 @@ final class CertificateAndKeyCommands {
 
         @Override
         void run(Token token, Pin pin) throws Exception {
-            token.importCertificate(pin, label, id.bytes(), DerFile.certificate(file));
+            byte[] certificate = DerFile.certificate(file);
+            try (TokenSession session = token.open(pin)) {
+                session.listCertificates().stream().filter(each -> isLike(each, certificate)).findFirst()
+                        .ifPresent(each -> warn("a certificate like it is there already, '" + each.getLabel()
+                                + "' with ID " + Id.text(each.getId()) + "; both stay"));
+                session.importCertificate(label, id.bytes(), certificate);
+            }
+        }
+
+        private boolean isLike(TokenCertificate other, byte[] certificate) {
+            return Arrays.equals(other.getEncoded(), certificate)
+                    || other.getLabel().equals(label) && Arrays.equals(other.getId(), id.bytes());
         }
     }
 
@@ -90,7 +131,10 @@ final class CertificateAndKeyCommands {
 
         @Override
         void run(Token token, Pin pin) throws Exception {
-            token.generateRsaKeyPair(pin, bits, label, id.bytes());
+            showing("generating the key pair", () -> {
+                token.generateRsaKeyPair(pin, bits, label, id.bytes());
+                return null;
+            });
         }
     }
 
@@ -99,7 +143,10 @@ final class CertificateAndKeyCommands {
     static final class GenerateGost extends OnObject {
         @Override
         void run(Token token, Pin pin) throws Exception {
-            token.generateGostKeyPair(pin, label, id.bytes());
+            showing("generating the key pair", () -> {
+                token.generateGostKeyPair(pin, label, id.bytes());
+                return null;
+            });
         }
     }
 }

@@ -22,4 +22,12 @@ final class Id {
     byte[] bytes() {
         return bytes;
     }
+
+    static String text(byte[] id) {
+        StringBuilder text = new StringBuilder();
+        for (byte each : id) {
+            text.append(String.format("%02x", each));
+        }
+        return id.length == 0 ? "(none)" : text.toString();
+    }
 }

@@ -8,7 +8,7 @@ final class ReaderName {
     private final String text;
 
     ReaderName(String text) {
-        if (text.isEmpty()) {
+        if (text.trim().isEmpty()) {
             throw new TypeConversionException("an empty name would be any reader");
         }
         this.text = Decoding.checked(text);

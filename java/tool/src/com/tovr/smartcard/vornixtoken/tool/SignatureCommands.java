@@ -5,6 +5,7 @@ import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.RequestContent;
 import com.tovr.smartcard.vornixtoken.Token;
 
+import picocli.CommandLine.ArgGroup;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
@@ -21,23 +22,28 @@ final class SignatureCommands {
     }
 
     @Command(name = "sign", description = "Signs a file into a PKCS #7 message; prints it as PEM.",
-            footer = "  vornixtoken-tool sign --certificate-id 01 --key-id 01 -o message letter.txt")
+            footer = {
+                "  vornixtoken-tool sign --id 01 --detached -o letter.p7s letter.txt",
+                "  vornixtoken-tool sign --certificate-id 01 --key-id 02 -o message letter.txt"})
     static final class Sign extends ToolCommand.AsUser {
-        @Option(names = {"-c", "--certificate-id"}, paramLabel = "HEX", defaultValue = Id.NONE,
-                description = "The ID of the signer's certificate.")
+        @Option(names = {"-i", "--id"}, paramLabel = "HEX", defaultValue = Id.NONE,
+                description = "The ID of the signer's certificate and of the private key.")
+        private Id id;
+
+        @Option(names = {"-c", "--certificate-id"}, paramLabel = "HEX",
+                description = "The ID of the signer's certificate, if it is another.")
         private Id certificateId;
 
-        @Option(names = {"-k", "--key-id"}, paramLabel = "HEX", defaultValue = Id.NONE,
-                description = "The ID of the private key.")
+        @Option(names = {"-k", "--key-id"}, paramLabel = "HEX",
+                description = "The ID of the private key, if it is another.")
         private Id keyId;
 
         @Option(names = "--with", paramLabel = "HEX",
                 description = "The ID of a certificate that goes into the message too; may be repeated.")
         private List<Id> with = new ArrayList<>();
 
-        @Option(names = {"-f", "--flags"}, defaultValue = "0", paramLabel = "N",
-                description = "The module's mode word, such as 1 or 0x1 (default: ${DEFAULT-VALUE}).")
-        private Word flags;
+        @ArgGroup
+        private Mode mode = new Mode();
 
         @Option(names = {"-o", "--out"}, paramLabel = "FILE", description = "Write DER into this file instead, - for standard output.")
         private Path out;
@@ -48,25 +54,64 @@ final class SignatureCommands {
         @Override
         void run(Token token, Pin pin) throws Exception {
             byte[][] furtherIds = with.stream().map(Id::bytes).toArray(byte[][]::new);
-            byte[] message = token.sign(pin, read(file), certificateId.bytes(), keyId.bytes(), flags.value, furtherIds);
+            byte[] data = read(file);
+            byte[] message = showing("signing", () -> token.sign(pin, data, orCommon(certificateId), orCommon(keyId),
+                    mode.word(), furtherIds));
             putDer("message", message, "PKCS7", out);
+        }
+
+        private byte[] orCommon(Id own) {
+            return (own == null ? id : own).bytes();
+        }
+    }
+
+    /** The mode word. What it means is the module's matter; most take 0 and 1 so. */
+    static final class Mode {
+        @Option(names = "--enclosed", description = "Put the file into the message: mode word 0, the default.")
+        private boolean enclosed;
+
+        @Option(names = {"-d", "--detached"},
+                description = {"Leave the file out of the message: mode word 1.",
+                    "What a word means is the module's matter; the software token takes these two."})
+        private boolean detached;
+
+        @Option(names = {"-f", "--flags"}, paramLabel = "N",
+                description = "Any other mode word of the module, such as 2 or 0x10.")
+        private Word flags;
+
+        long word() {
+            return flags != null ? flags.value : detached ? 1 : 0;
         }
     }
 
     @Command(name = "verify", description = "Verifies a PKCS #7 message by the module, without a token.",
-            footer = "  vornixtoken-tool verify message")
+            footer = {
+                "  vornixtoken-tool verify message",
+                "  vornixtoken-tool verify --content letter.txt letter.p7s"})
     static final class Verify extends ToolCommand.OnModule {
-        @Parameters(index = "0", paramLabel = "FIRST",
-                description = "The module's first input, commonly the message, DER or PEM.")
-        private Path first;
+        @Option(names = {"-c", "--content"}, paramLabel = "FILE",
+                description = "What was signed, if the message lacks it; - for standard input.")
+        private Path content;
 
-        @Parameters(index = "1", arity = "0..1", paramLabel = "SECOND",
-                description = "The second input, commonly the content of a message that lacks it.")
+        @Parameters(index = "0", paramLabel = "MESSAGE",
+                description = "The module's first input, commonly the message, DER or PEM.")
+        private Path message;
+
+        @Parameters(index = "1", arity = "0..1", paramLabel = "CONTENT", description = "The same as --content.")
         private Path second;
 
         @Override
         void run() throws Exception {
-            Token.verify(module, DerFile.message(first), second == null ? null : read(second));
+            if (content != null && second != null) {
+                throw misused("The content is given twice: '--content=" + content + "' and '" + second + "'");
+            }
+            Path signed = content != null ? content : second;
+            byte[] first = DerFile.message(message);
+            byte[] data = signed == null ? null : read(signed);
+            showing("verifying", () -> {
+                Token.verify(module, first, data);
+                return null;
+            });
             say("good");
         }
     }

@@ -2,11 +2,16 @@
 package com.tovr.smartcard.vornixtoken.tool;
 
 import com.tovr.smartcard.vornixtoken.Pin;
+import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
 import com.tovr.smartcard.vornixtoken.Token;
+import com.tovr.smartcard.vornixtoken.TokenInfo;
 
 import picocli.CommandLine.Command;
+import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.Option;
+import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.ParentCommand;
+import picocli.CommandLine.Spec;
 
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
@@ -26,14 +31,27 @@ abstract class ToolCommand implements Callable<Integer> {
     @ParentCommand
     private VornixTokenTool tool;
 
+    @Spec
+    private CommandSpec spec;
+
     private final Map<String, Object> result = new LinkedHashMap<>();
 
     /** Does the job and puts its results. */
     abstract void run() throws Exception;
 
+    /** The status of a job that was done. */
+    int status() {
+        return 0;
+    }
+
+    /** What to do after a refusal, in words; null: nothing special. */
+    String advice(Pkcs11Exception refused) {
+        return null;
+    }
+
     @Override
     public Integer call() throws Exception {
-        result.put("ok", true);
+        put("ok", true);
         try {
             run();
         } catch (UnsatisfiedLinkError failure) {
@@ -44,7 +62,7 @@ abstract class ToolCommand implements Callable<Integer> {
         if (tool.wantsJson()) {
             tool.print(Json.text(result));
         }
-        return 0;
+        return status();
     }
 
     /** A value for JSON alone. */
@@ -63,6 +81,28 @@ abstract class ToolCommand implements Callable<Integer> {
         if (!tool.wantsJson()) {
             tool.print(Printable.text(line));
         }
+    }
+
+    /** Something to think about, which keeps the job from nothing: for JSON, or on standard error. */
+    void warn(String warning) {
+        put("warning", warning);
+        if (!tool.wantsJson()) {
+            tool.printError("warning: " + warning);
+        }
+    }
+
+    /** Wrong usage that picocli cannot tell. */
+    ParameterException misused(String message) {
+        return new ParameterException(spec.commandLine(), message);
+    }
+
+    /** Does what may take long, and says so on a terminal. */
+    <T> T showing(String what, Callable<T> work) throws Exception {
+        return Progress.during(what, spec.commandLine().getErr(), work);
+    }
+
+    VornixTokenTool tool() {
+        return tool;
     }
 
     /** A DER structure: base64 for JSON; otherwise into a file, to standard output for "-", or as PEM. */
@@ -110,15 +150,40 @@ abstract class ToolCommand implements Callable<Integer> {
     /** With a module and a reader. */
     abstract static class OnToken extends OnModule {
         @Option(names = {"-t", "--terminal"}, required = true, paramLabel = "NAME",
-                description = "The reader; else VORNIX_TERMINAL.")
+                description = "The reader: its name, or a beginning that only one has; else VORNIX_TERMINAL.")
         ReaderName terminal;
+
+        private Token token;
 
         @Override
         void run() throws Exception {
-            run(new Token(module, terminal.toString()));
+            token = Token.in(module).reader(terminal.toString()).diagnostics(tool()::tell).build();
+            run(token);
         }
 
         abstract void run(Token token) throws Exception;
+
+        /** Asks the token for its flags after a refusal that its PIN or PUK caused. */
+        @Override
+        String advice(Pkcs11Exception refused) {
+            switch (refused.getReason()) {
+                case WRONG_PIN:
+                case PIN_LOCKED:
+                case PIN_EXPIRED_OR_NOT_SET:
+                    try {
+                        return advice(token.readInfo());
+                    } catch (Pkcs11Exception gone) {
+                        return null;
+                    }
+                default:
+                    return null;
+            }
+        }
+
+        /** What to do about a PIN that was refused, by what the token tells of it. */
+        String advice(TokenInfo info) {
+            return null;
+        }
     }
 
     /** With a module, a reader and the user PIN. */
@@ -135,5 +200,10 @@ abstract class ToolCommand implements Callable<Integer> {
         }
 
         abstract void run(Token token, Pin pin) throws Exception;
+
+        @Override
+        String advice(TokenInfo info) {
+            return PinState.ofPin(info.getFlags()).adviceOnPin();
+        }
     }
 }

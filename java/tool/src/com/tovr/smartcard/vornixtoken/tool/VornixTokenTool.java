@@ -2,6 +2,7 @@
 package com.tovr.smartcard.vornixtoken.tool;
 
 import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
+import com.tovr.smartcard.vornixtoken.Reason;
 
 import picocli.AutoComplete;
 import picocli.CommandLine;
@@ -22,6 +23,7 @@ import java.nio.file.NoSuchFileException;
 import java.util.Arrays;
 import java.util.LinkedHashMap;
 import java.util.Map;
+import java.util.stream.Stream;
 
 /** Everything that the library can do with a token, one subcommand a job. */
 @Command(name = "vornixtoken-tool",
@@ -31,7 +33,7 @@ import java.util.Map;
         synopsisSubcommandLabel = "COMMAND",
         subcommands = {
             AdministrationCommands.Info.class,
-            AdministrationCommands.ListObjects.class,
+            ListObjects.class,
             AdministrationCommands.ChangePin.class,
             AdministrationCommands.ChangePuk.class,
             AdministrationCommands.Initialize.class,
@@ -57,20 +59,25 @@ import java.util.Map;
             "  vornixtoken-tool info",
             "  vornixtoken-tool generate-rsa --label 'my key' --id 01",
             "  vornixtoken-tool create-request --id 01 --subject CN=Alice --out alice.csr",
-            "  vornixtoken-tool list --pin-file pin.txt --json | tail -n 1",
+            "  vornixtoken-tool list --pin-file pin.txt --json",
             "  source <(vornixtoken-tool generate-completion)",
             "",
             "PINs are read from the file that an option names, else from VORNIX_USER_PIN,",
             "VORNIX_SO_PIN or VORNIX_NEW_PIN, else from the terminal; there is no option",
-            "for the PIN itself. The library's own messages go to standard output too; with",
-            "--json the result is the last line."})
+            "for the PIN itself. Standard output holds nothing but the result."})
 public final class VornixTokenTool {
     static final int REFUSED = 1;
     static final int FAILED = 3;
 
     @Option(names = "--json", scope = ScopeType.INHERIT,
-            description = "Print the result as one line of JSON, the last one.")
+            description = "Print the result as one line of JSON.")
     private boolean json;
+
+    @Option(names = "--verbose", scope = ScopeType.INHERIT,
+            description = "Print what the library says about its calls, on standard error.")
+    private boolean verbose;
+
+    private boolean told;
 
     private final CommandLine commandLine;
 
@@ -117,6 +124,14 @@ public final class VornixTokenTool {
         out.flush();
     }
 
+    /** A line of the library's about its calls. */
+    void tell(String line) {
+        told = true;
+        if (verbose) {
+            printError(line);
+        }
+    }
+
     void print(byte[] bytes) {
         System.out.write(bytes, 0, bytes.length);
         System.out.flush();
@@ -145,22 +160,39 @@ public final class VornixTokenTool {
     }
 
     private int report(Exception failure, CommandLine command, ParseResult arguments) {
-        boolean refused = failure instanceof Pkcs11Exception;
+        Pkcs11Exception refused = failure instanceof Pkcs11Exception ? (Pkcs11Exception) failure : null;
+        Reason reason = refused != null ? refused.getReason() : failure instanceof Refusal ? ((Refusal) failure).reason : null;
+        String advice = refused == null ? null : ((ToolCommand) command.getCommand()).advice(refused);
+        if (refused != null && !told) {
+            Stream.of(refused.getDiagnostics().split("\n")).filter(line -> !line.isEmpty()).forEach(this::tell);
+        }
         if (json) {
             Map<String, Object> result = new LinkedHashMap<>();
             result.put("ok", false);
-            if (refused) {
-                result.put("code", new BigInteger(Long.toUnsignedString(((Pkcs11Exception) failure).getCode())));
-                result.put("name", ((Pkcs11Exception) failure).getCodeName());
+            if (refused != null) {
+                result.put("code", new BigInteger(Long.toUnsignedString(refused.getCode())));
+                result.put("name", refused.getCodeName());
             }
             result.put("message", message(failure));
+            if (reason != null) {
+                result.put("reason", reason);
+            }
+            if (refused != null) {
+                result.put("step", refused.getStep());
+            }
+            if (advice != null) {
+                result.put("advice", advice);
+            }
             print(Json.text(result));
         } else {
             String text = commandLine.getCommandName() + " " + command.getCommandName() + ": " + message(failure);
             // Only the loader's message has lines of its own, one for each place where the library is not.
             printError(failure.getCause() instanceof UnsatisfiedLinkError ? text.split("\n") : new String[] {text});
+            if (advice != null) {
+                printError(advice);
+            }
         }
-        return refused ? REFUSED : FAILED;
+        return reason != null ? REFUSED : FAILED;
     }
 
     private int reportUsage(ParameterException failure, String[] arguments) {
@@ -178,7 +210,7 @@ public final class VornixTokenTool {
         return CommandLine.ExitCode.USAGE;
     }
 
-    private void printError(String... lines) {
+    void printError(String... lines) {
         PrintWriter err = commandLine.getErr();
         for (String line : lines) {
             err.println(Printable.text(line));
