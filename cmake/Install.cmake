@@ -3,8 +3,6 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-# The libraries that Java loads.
-set(native_libraries VornixToken_Javalib vornixtoken_session)
 
 set(prepared ${PROJECT_BINARY_DIR}/prepared)
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/VornixToken)
@@ -34,11 +32,20 @@ function(vornix_path_back folder variable)
   set(${variable} ${back} PARENT_SCOPE)
 endfunction()
 
-# Comes first, so that a prefix that takes nothing gets nothing.
+# Comes first, so that an installation that cannot succeed does not begin.
+list(TRANSFORM native_libraries REPLACE "(.+)" "$<TARGET_FILE:\\1>" OUTPUT_VARIABLE built_files)
+if(VORNIX_SOFTTOKEN)
+  list(APPEND built_files $<TARGET_FILE:vornix_softtoken>)
+endif()
+if(VORNIX_JAVA)
+  list(APPEND built_files $<TARGET_PROPERTY:vornixtoken_jar,JAR> $<TARGET_PROPERTY:vornixtoken_tool_jar,JAR>
+       $<TARGET_PROPERTY:vornixtoken_tool_manual,FILE> $<TARGET_PROPERTY:vornixtoken_tool_completion,FILE>)
+endif()
+install(CODE "set(built_files \"${built_files}\")" COMPONENT prefix)
 set(installed_folders ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_LIBDIR} ${CMAKE_INSTALL_INCLUDEDIR}
     ${CMAKE_INSTALL_DATADIR})
 configure_file(cmake/CheckPrefix.cmake.in ${prepared}/CheckPrefix.cmake @ONLY)
-install(SCRIPT ${prepared}/CheckPrefix.cmake ALL_COMPONENTS)
+install(SCRIPT ${prepared}/CheckPrefix.cmake COMPONENT prefix)
 
 # Programs that link a library find it in the system's folder, Java in the folder jni below.
 install(TARGETS ${native_libraries} EXPORT VornixTokenTargets

@@ -11,7 +11,7 @@ set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_COMPONENTS_ALL jni java dev tools softtoken)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/packaging/debian/finish.cmake)
 # Read when packages are made, so that a version given to cpack is in the dependencies too.
-set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/packaging/debian/dependencies.cmake)
+set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/packaging/debian/control.cmake)
 set(CPACK_VORNIX_FILES ${PROJECT_SOURCE_DIR}/packaging/debian)
 set(CPACK_VORNIX_CHANGELOG ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
 

@@ -14,10 +14,10 @@ set -euo pipefail
 build=(cmake g++ make ninja-build openjdk-17-jdk-headless libp11-kit-dev libpcsclite-dev libssl-dev libgnutls28-dev
        softhsm2 libpicocli-java help2man)
 demo=("${build[@]}" openssl libengine-gost-openssl pcscd vsmartcard-vpcd iproute2 util-linux)
-test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin pkg-config)
+test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin pkg-config git)
 ci=("${test[@]}" clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck
     maven libmaven-compiler-plugin-java libmaven-resources-plugin-java libexec-maven-plugin-java)
-release=("${build[@]}" binutils debootstrap dpkg-dev git lintian)
+release=("${build[@]}" binutils debootstrap dpkg-dev file git gpg lintian)
 
 case "${1:-}" in
 build) packages=("${build[@]}") ;;

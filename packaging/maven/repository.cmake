@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 # Lays jars out as a Maven repository, with POM, metadata and checksums.
 #
-#   cmake -D REPOSITORY=<folder> -D VERSION=<version> -D DESCRIPTION=<text> -D JARS=<jar>;... -P repository.cmake
+#   cmake -D REPOSITORY=<folder> -D VERSION=<version> -D JARS=<jar>;... -P repository.cmake
 #
 # A jar vornixtoken-<classifier>.jar gets that classifier; vornixtoken.jar gets none.
 cmake_minimum_required(VERSION 3.22)

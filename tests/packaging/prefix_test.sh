@@ -4,8 +4,8 @@
 #
 #   prefix_test.sh <behaviour>
 #
-# BUILD, PREFIX and SOURCE name the build folder, the installed prefix and the source; VERSION is the project's; CXX and
-# JAVA_HOME name the compilers.
+# BUILD, PREFIX and SOURCE name the build folder, the installed prefix and the source, LIBDIR the folder of libraries in the
+# prefix; VERSION is the project's; CXX and JAVA_HOME name the compilers.
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -13,7 +13,7 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder"
 export VORNIX_SOFTTOKEN_DIR=$folder/token
-module=$PREFIX/lib/pkcs11/libvornix_softtoken.so
+module=$PREFIX/$LIBDIR/pkcs11/libvornix_softtoken.so
 reader='Vornix Soft Reader 00 00'
 
 fail() { echo "$*" >&2; exit 1; }
@@ -38,7 +38,7 @@ an_empty_prefix_takes_everything() {
     cmake --install "$BUILD" --prefix "$PREFIX"
     cmp "$SOURCE/LICENSE" "$PREFIX/share/doc/vornixtoken/LICENSE"
     for library in libVornixToken_Javalib.so libvornixtoken_session.so; do
-        cmp "$PREFIX/lib/$library" "$PREFIX/lib/jni/$library"
+        cmp "$PREFIX/$LIBDIR/$library" "$PREFIX/$LIBDIR/jni/$library"
     done
 }
 
@@ -49,16 +49,16 @@ a_cmake_program_links_the_library() {
 }
 
 a_pkg_config_program_links_the_library() {
-    export PKG_CONFIG_PATH=$PREFIX/lib/pkgconfig
+    export PKG_CONFIG_PATH=$PREFIX/$LIBDIR/pkgconfig
     # shellcheck disable=SC2046 # several words
     "$CXX" "$here/program/token_reader.cpp" -o token_reader $(pkg-config --cflags --libs vornixtoken)
-    LD_LIBRARY_PATH=$PREFIX/lib expect "model software token" ./token_reader "$module" "$reader"
+    LD_LIBRARY_PATH=$PREFIX/$LIBDIR expect "model software token" ./token_reader "$module" "$reader"
 }
 
 a_java_program_runs() {
     local jar=$PREFIX/share/java/vornixtoken.jar
     "$JAVA_HOME/bin/javac" -cp "$jar" -d . "$SOURCE"/java/examples/{ReadTokenInfo,Usage}.java
-    expect "software token" "$JAVA_HOME/bin/java" -Djava.library.path="$PREFIX/lib/jni" -cp "$jar:." \
+    expect "software token" "$JAVA_HOME/bin/java" -Djava.library.path="$PREFIX/$LIBDIR/jni" -cp "$jar:." \
         examples.ReadTokenInfo "$module" "$reader"
 }
 
@@ -93,6 +93,13 @@ a_prefix_that_cannot_be_written_gets_nothing() {
     expect_refusal "Nothing was installed, because $folder/prefix/share cannot be written" \
         cmake --install "$BUILD" --prefix "$folder/prefix"
     [ "$(ls -A prefix)" = share ] || fail "half installed: $(ls -A prefix)"
+}
+
+what_is_not_built_is_not_installed() {
+    cmake -S "$SOURCE" -B build >/dev/null
+    expect_refusal "Nothing was installed, because $folder/build/libVornixToken_Javalib.so is missing" \
+        cmake --install build --prefix "$folder/prefix"
+    [ ! -e prefix ] || fail "half installed: $(find prefix)"
 }
 
 a_missing_header_is_named() {
