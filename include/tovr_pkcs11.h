@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// The token module's extended PKCS #11 function list.
-//
-// The pointer that C_GetFunctionList delivers leads to the standard list (PKCS #11 v2.40, section 3.6) followed at once
-// by five functions of the token maker's own. They keep the conventions of the standard: a CK_RV as result, 0 for
-// success, and outputs of unknown length by two calls (section 5.2): a null buffer asks for the length, a buffer of
-// that length receives the bytes.
-//
-// Nothing here can be probed at run time: neither the list's version nor its length tells whether the five are there.
+/// @file
+/// The token module's extended PKCS #11 function list.
+///
+/// The pointer that C_GetFunctionList delivers leads to the standard list (PKCS #11 v2.40, section 3.6) followed at
+/// once by five functions of the token maker's own. They keep the conventions of the standard: a CK_RV as result, 0 for
+/// success, and outputs of unknown length by two calls (section 5.2): a null buffer asks for the length, a buffer of
+/// that length receives the bytes.
+///
+/// Nothing here can be probed at run time: neither the list's version nor its length tells whether the five are there.
 #pragma once
 
 #include <p11-kit/pkcs11.h>
@@ -45,14 +46,15 @@ using CK_C_TOVR_pkcs7Verify = CK_RV (*)(CK_BYTE_PTR pFirstInput, CK_ULONG ulFirs
 
 /// The standard list, then the five extensions in the order in which the module lays them out.
 struct CK_TOVR_FUNCTION_LIST {
-    CK_FUNCTION_LIST standard;
-    CK_C_TOVR_ImportCert C_TOVR_ImportCert;
-    CK_C_TOVR_ImportX509Certificate C_TOVR_ImportX509Certificate;
-    CK_C_TOVR_CreateCSR C_TOVR_CreateCSR;
-    CK_C_TOVR_pkcs7Sign C_TOVR_pkcs7Sign;
-    CK_C_TOVR_pkcs7Verify C_TOVR_pkcs7Verify;
+    CK_FUNCTION_LIST standard;                                    ///< what every module has
+    CK_C_TOVR_ImportCert C_TOVR_ImportCert;                       ///< the first extension
+    CK_C_TOVR_ImportX509Certificate C_TOVR_ImportX509Certificate; ///< the second
+    CK_C_TOVR_CreateCSR C_TOVR_CreateCSR;                         ///< the third
+    CK_C_TOVR_pkcs7Sign C_TOVR_pkcs7Sign;                         ///< the fourth
+    CK_C_TOVR_pkcs7Verify C_TOVR_pkcs7Verify;                     ///< the fifth
 };
 
+/// As the standard's types have it.
 using CK_TOVR_FUNCTION_LIST_PTR = CK_TOVR_FUNCTION_LIST*;
 
 /// The list behind a standard list's pointer. Only the module can know that it is there.

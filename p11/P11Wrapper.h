@@ -1,32 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
-// P11Wrapper drives one loaded PKCS #11 module: it finds a token by the name of its reader and does one job on it.
-//
-// Start reading here. This header (with ObjectAttr.h) is all that a C++ caller needs:
-//
-//     P11Wrapper token("/usr/lib/libtovr_pkcs11_main.so");
-//     CK_SLOT_ID slot = 0;
-//     std::vector<ObjectAttr> objects;
-//     if (token.Initialize() && token.GetSlotIDByTerminalName("Reader 0", &slot) == CKR_OK &&
-//         token.ListObjects(slot, pin, pinLen, objects) == CKR_OK)
-//         …
-//
-// Common to all operations, unless their own comment says otherwise:
-//
-// - The result is a PKCS #11 code; 0 (CKR_OK) is success. Codes of the module pass through unchanged. The library has
-//   two codes of its own. 5 (CKR_GENERAL_ERROR): `initialized` is false; the line "Not Initialized" is written and the
-//   module is not called. 6 (CKR_FUNCTION_FAILED): no reader matches, or a search finds no object.
-// - Lengths are in bytes. A byte run of length 0 may have a null pointer. PINs, labels, IDs and data are passed to the
-//   module unchanged.
-// - An operation that takes a PIN opens a read/write session (PKCS #11 v2.40, section 5.6), logs in, does its job and
-//   closes the session. It never calls C_Logout. CKR_USER_ALREADY_LOGGED_IN (0x100) counts as a login. If the session
-//   cannot be opened, the code is returned and no line is written. If the login is refused, the session is closed and
-//   then the line "Login failed. Code: " with the code is written.
-// - An output is changed only as its operation's comment says. A failure before that leaves it untouched.
-// - Every diagnostic is one line on standard output and is flushed. Codes are written as decimal numbers.
-// - Only a failed allocation throws: std::bad_alloc, or std::length_error for a length that no memory can hold. An
-//   active search is then finalised and the session closed.
-// - There is no lock. One object belongs to one thread. Two objects on the same module file share one module instance,
-//   and the first to be destroyed finalises it for both.
+/// @file
+/// P11Wrapper drives one loaded PKCS #11 module: it finds a token by the name of its reader and does one job on it.
+///
+/// Start reading here. This header (with ObjectAttr.h) is all that a C++ caller needs:
+///
+///     P11Wrapper token("/usr/lib/libtovr_pkcs11_main.so");
+///     CK_SLOT_ID slot = 0;
+///     std::vector<ObjectAttr> objects;
+///     if (token.Initialize() && token.GetSlotIDByTerminalName("Reader 0", &slot) == CKR_OK &&
+///         token.ListObjects(slot, pin, pinLen, objects) == CKR_OK)
+///         …
+///
+/// Common to all operations, unless their own comment says otherwise:
+///
+/// - The result is a PKCS #11 code; 0 (CKR_OK) is success. Codes of the module pass through unchanged. The library has
+///   two codes of its own. 5 (CKR_GENERAL_ERROR): `initialized` is false; the line "Not Initialized" is written and the
+///   module is not called. 6 (CKR_FUNCTION_FAILED): no reader matches, or a search finds no object.
+/// - Lengths are in bytes. A byte run of length 0 may have a null pointer. PINs, labels, IDs and data are passed to the
+///   module unchanged.
+/// - An operation that takes a PIN opens a read/write session (PKCS #11 v2.40, section 5.6), logs in, does its job and
+///   closes the session. It never calls C_Logout. CKR_USER_ALREADY_LOGGED_IN (0x100) counts as a login. If the session
+///   cannot be opened, the code is returned and no line is written. If the login is refused, the session is closed and
+///   then the line "Login failed. Code: " with the code is written.
+/// - An output is changed only as its operation's comment says. A failure before that leaves it untouched.
+/// - Every diagnostic is one line on standard output and is flushed. Codes are written as decimal numbers.
+/// - Only a failed allocation throws: std::bad_alloc, or std::length_error for a length that no memory can hold. An
+///   active search is then finalised and the session closed.
+/// - There is no lock. One object belongs to one thread. Two objects on the same module file share one module instance,
+///   and the first to be destroyed finalises it for both.
 #pragma once
 
 #include "ObjectAttr.h"
@@ -36,6 +37,7 @@
 #include <string>
 #include <vector>
 
+/// One loaded module, and the jobs that it can do on a token. P11Wrapper.h says first what all of them have in common.
 class __attribute__((visibility("default"))) P11Wrapper {
 public:
     /// Loads "libtovr_pkcs11_main.so" by the dynamic loader's search path.

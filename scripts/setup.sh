@@ -5,6 +5,7 @@
 #   scripts/setup.sh build   the library, the software token and the Java classes
 #   scripts/setup.sh demo    build, and what the demonstration runs on
 #   scripts/setup.sh test    demo, and what the tests use
+#   scripts/setup.sh docs    build, and what builds the documents
 #   scripts/setup.sh ci      test, and the tools of the longer lanes
 #   scripts/setup.sh release build, and what makes and judges packages
 #
@@ -15,7 +16,8 @@ build=(cmake g++ make ninja-build openjdk-17-jdk-headless libp11-kit-dev libpcsc
        softhsm2 libpicocli-java help2man)
 demo=("${build[@]}" openssl libengine-gost-openssl pcscd vsmartcard-vpcd iproute2 util-linux)
 test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin pkg-config git)
-ci=("${test[@]}" clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck
+docs=("${build[@]}" mkdocs doxygen)
+ci=("${test[@]}" mkdocs doxygen clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck
     maven libmaven-compiler-plugin-java libmaven-resources-plugin-java libexec-maven-plugin-java)
 release=("${build[@]}" binutils debootstrap dpkg-dev file git gpg lintian)
 
@@ -23,10 +25,11 @@ case "${1:-}" in
 build) packages=("${build[@]}") ;;
 demo) packages=("${demo[@]}") ;;
 test) packages=("${test[@]}") ;;
+docs) packages=("${docs[@]}") ;;
 ci) packages=("${ci[@]}") ;;
 release) packages=("${release[@]}") ;;
 *)
-    sed -n '3,11s/^# \{0,1\}//p' "$0" >&2
+    sed -n '3,12s/^# \{0,1\}//p' "$0" >&2
     exit 2
     ;;
 esac

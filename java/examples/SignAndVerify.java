@@ -14,9 +14,11 @@ public final class SignAndVerify {
 
     public static void main(String[] arguments) throws Exception {
         Usage.check(SignAndVerify.class, arguments, "MODULE READER");
+        String module = arguments[0];
+        String reader = arguments[1];
         byte[] text = "I owe you one".getBytes(StandardCharsets.UTF_8);
         byte[] id = {1};
-        Token token = new Token(arguments[0], arguments[1]);
+        Token token = new Token(module, reader);
         try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray())) {
             byte[] message = token.sign(pin, text, id, id, 0);
             System.out.println(message.length + " bytes");
