@@ -9,7 +9,9 @@ trap 'rm -rf "$folder"' EXIT
 cd "$folder"
 mkdir scripts
 cp "$SOURCE/scripts/release.sh" scripts
-cp "$SOURCE"/{CMakeLists.txt,CHANGELOG.md,README.md} .
+cp "$SOURCE"/{CMakeLists.txt,CHANGELOG.md} .
+mkdir -p docs/guides
+cp "$SOURCE/docs/guides/java.md" docs/guides
 export GIT_CONFIG_GLOBAL=/dev/null GIT_CONFIG_SYSTEM=/dev/null GIT_AUTHOR_NAME=test GIT_AUTHOR_EMAIL=test@localhost
 export GIT_COMMITTER_NAME=test GIT_COMMITTER_EMAIL=test@localhost
 git init --quiet
@@ -36,6 +38,6 @@ git tag "v$VERSION"
 expect_refusal "the tag v$VERSION is there already"
 git tag --delete "v$VERSION" >/dev/null
 
-sed -i "s/vornixtoken:$VERSION/vornixtoken:0.9/" README.md
-commit "another version in README"
-expect_refusal "README.md names another version: vornixtoken:0.9"
+sed -i "s/vornixtoken:$VERSION/vornixtoken:0.9/" docs/guides/java.md
+commit "another version in the guide"
+expect_refusal "docs/guides/java.md names another version: vornixtoken:0.9"
