@@ -33,8 +33,8 @@ version=$(sed -n 's/^project(VornixToken VERSION \([0-9.]*\) .*/\1/p' CMakeLists
 [ -z "$(git status --porcelain)" ] || fail "the tree has changes that are not committed"
 grep -qE "^## $version, [0-9]{4}-[0-9]{2}-[0-9]{2}$" CHANGELOG.md ||
     fail "CHANGELOG.md has no entry '## $version, <date>'"
-stale=$(grep -oE 'vornixtoken:[0-9.]+[0-9]|<version>[0-9.]+' docs/guides/java.md | grep -vE "[:>]$version$" || true)
-[ -z "$stale" ] || fail "docs/guides/java.md names another version: ${stale//$'\n'/, }"
+stale=$(grep -oE 'vornixtoken:[0-9.]+[0-9]|<version>[0-9.]+' README.md docs/guides/java.md | grep -vE "[:>]$version$" || true)
+[ -z "$stale" ] || fail "another version is named: ${stale//$'\n'/, }"
 ! git rev-parse --quiet --verify "refs/tags/v$version" >/dev/null || fail "the tag v$version is there already"
 if [ -n "$check" ]; then
     echo "release: $version can be released"

@@ -9,7 +9,7 @@ trap 'rm -rf "$folder"' EXIT
 cd "$folder"
 mkdir scripts
 cp "$SOURCE/scripts/release.sh" scripts
-cp "$SOURCE"/{CMakeLists.txt,CHANGELOG.md} .
+cp "$SOURCE"/{CMakeLists.txt,CHANGELOG.md,README.md} .
 mkdir -p docs/guides
 cp "$SOURCE/docs/guides/java.md" docs/guides
 export GIT_CONFIG_GLOBAL=/dev/null GIT_CONFIG_SYSTEM=/dev/null GIT_AUTHOR_NAME=test GIT_AUTHOR_EMAIL=test@localhost
@@ -40,4 +40,4 @@ git tag --delete "v$VERSION" >/dev/null
 
 sed -i "s/vornixtoken:$VERSION/vornixtoken:0.9/" docs/guides/java.md
 commit "another version in the guide"
-expect_refusal "docs/guides/java.md names another version: vornixtoken:0.9"
+expect_refusal "another version is named: docs/guides/java.md:vornixtoken:0.9"
