@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 package examples;
 
+import com.tovr.smartcard.vornixtoken.KeyUsage;
+import com.tovr.smartcard.vornixtoken.ObjectId;
 import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.RequestContent;
 import com.tovr.smartcard.vornixtoken.Token;
+import com.tovr.smartcard.vornixtoken.TokenSession;
 
 import java.nio.file.Files;
 import java.nio.file.Paths;
@@ -18,11 +21,12 @@ public final class CreateRequest {
         Token token = new Token(arguments[0], arguments[1]);
         RequestContent content = RequestContent.builder()
                 .subject("CN", "Alice")
-                .extension("keyUsage", true, "digitalSignature")
+                .keyUsage(KeyUsage.DIGITAL_SIGNATURE)
                 .build();
-        try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray())) {
-            byte[] keys = {1};
-            Files.write(Paths.get(arguments[2]), token.createRequest(pin, keys, keys, content));
+        try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray());
+                TokenSession session = token.open(pin)) {
+            byte[] request = session.createRequest(ObjectId.parse("01"), content);
+            Files.write(Paths.get(arguments[2]), request);
         }
     }
 }

@@ -15,7 +15,6 @@ public final class ListCertificates {
         Usage.check(ListCertificates.class, arguments, "MODULE READER");
         String module = arguments[0];
         String reader = arguments[1];
-        // @start region="session"
         Token token = new Token(module, reader);
         try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray());
                 TokenSession session = token.open(pin)) {
@@ -26,6 +25,5 @@ public final class ListCertificates {
             }
             System.out.println(session.listObjects().size() + " objects");
         }
-        // @end region="session"
     }
 }

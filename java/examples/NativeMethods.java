@@ -18,7 +18,6 @@ public final class NativeMethods {
         String reader = arguments[1];
         String label = arguments[2];
         byte[] pin = System.getenv("VORNIX_USER_PIN").getBytes(StandardCharsets.UTF_8);
-        // @start region="native-methods"
         System.loadLibrary("VornixToken_Javalib");
 
         ArrayList<Byte> certificate = new ArrayList<>();
@@ -28,7 +27,6 @@ public final class NativeMethods {
         } else {
             System.out.println("code " + rv); // a PKCS #11 code: 160 is a wrong PIN, 6 "no such reader or object"
         }
-        // @end region="native-methods"
         Arrays.fill(pin, (byte) 0);
     }
 }

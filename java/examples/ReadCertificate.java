@@ -17,14 +17,12 @@ public final class ReadCertificate {
         String module = arguments[0];
         String reader = arguments[1];
         String label = arguments[2];
-        // @start region="read-certificate"
         Token token = new Token(module, reader);
         try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray())) {
             X509Certificate certificate = token.readCertificate(pin, label);
             System.out.println(certificate.getSubjectX500Principal());
         } catch (Pkcs11Exception refused) {
-            System.out.println(refused.getCodeName()); // CKR_PIN_INCORRECT, for instance
+            System.out.println(refused.getReason()); // WRONG_PIN, for instance
         }
-        // @end region="read-certificate"
     }
 }

@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 package examples;
 
+import com.tovr.smartcard.vornixtoken.ObjectId;
 import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
+import com.tovr.smartcard.vornixtoken.SignatureMode;
 import com.tovr.smartcard.vornixtoken.Token;
+import com.tovr.smartcard.vornixtoken.TokenSession;
 
 import java.nio.charset.StandardCharsets;
 
@@ -17,17 +20,15 @@ public final class SignAndVerify {
         String module = arguments[0];
         String reader = arguments[1];
         byte[] text = "I owe you one".getBytes(StandardCharsets.UTF_8);
-        byte[] id = {1};
         Token token = new Token(module, reader);
-        try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray())) {
-            byte[] message = token.sign(pin, text, id, id, 0);
+        try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray());
+                TokenSession session = token.open(pin)) {
+            byte[] message = session.sign(text, ObjectId.parse("01"), SignatureMode.ENCLOSED);
             System.out.println(message.length + " bytes");
-            try {
-                token.verify(message, null);
-                System.out.println("good");
-            } catch (Pkcs11Exception bad) {
-                System.out.println("bad: " + bad.getCodeName());
-            }
+            session.verify(message, null);
+            System.out.println("good");
+        } catch (Pkcs11Exception refused) {
+            System.out.println(refused.getReason()); // BAD_SIGNATURE, for instance
         }
     }
 }

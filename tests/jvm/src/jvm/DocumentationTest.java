@@ -7,6 +7,8 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.tovr.smartcard.vornixtoken.Reason;
+import com.tovr.smartcard.vornixtoken.ReturnCodes;
 import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
 
 import jvm.support.Documents;
@@ -126,6 +128,26 @@ class DocumentationTest {
                 }
             }
         }
+    }
+
+    @Test
+    void codesHaveTheirNames() throws Exception {
+        List<String> rows = found("(?m)^\\| (\\d+ \\| 0x\\w+ \\| `CKR_\\w+`)", Documents.text(DIAGNOSTICS));
+
+        assertFalse(rows.isEmpty());
+        for (String row : rows) {
+            String name = found("`(.*)`", row).get(0);
+            long code = ReturnCodes.class.getField(name).getLong(null);
+            assertEquals(String.format("%d | 0x%X | `%s`", code, code, name), row);
+        }
+    }
+
+    @Test
+    void everyReasonHasARemedy() throws IOException {
+        List<String> reasons = Arrays.stream(Reason.values()).map(Reason::name).collect(Collectors.toList());
+        String table = Documents.text(DIAGNOSTICS).split("\n\\| Reason \\|")[1];
+
+        assertEquals(reasons, found("(?m)^\\| `([A-Z_]+)` \\| [^|]+ \\| [^|]+ \\|$", table));
     }
 
     @Test

@@ -28,7 +28,7 @@ import java.util.stream.Stream;
 class ExampleUsageTest extends ScriptedToken {
     private static final Path JAVA = Paths.get(System.getProperty("vornix.source"), "java");
     private static final Path PLATFORM_JAR = Paths.get(System.getProperty("vornix.platform.jar"));
-    private static final Pattern COMMAND = Pattern.compile("(?m)^\\$ (java -cp \\S+ examples\\.(?:.*\\\\\n)*.*)$");
+    private static final Pattern COMMAND = Pattern.compile("(?m)^(java -cp \\S+ examples\\.(?:.*\\\\\n)*.*)$");
 
     @ParameterizedTest
     @MethodSource("names")

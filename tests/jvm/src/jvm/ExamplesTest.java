@@ -71,7 +71,7 @@ class ExamplesTest extends ScriptedToken {
 
         assertEquals("CN=Alice\n", output(ImportCertificate::main, file.toString(), "c"));
         assertEquals("CN=Alice\n", output(ReadCertificate::main, "c"));
-        assertEquals("CKR_FUNCTION_FAILED\n", output(ReadCertificate::main, "nobody"));
+        assertEquals("NO_SUCH_OBJECT\n", output(ReadCertificate::main, "nobody"));
         assertEquals(Files.size(file) + " bytes\n", output(NativeMethods::main, "c"));
         assertEquals("code 6\n", output(NativeMethods::main, "nobody"));
     }
@@ -95,7 +95,7 @@ class ExamplesTest extends ScriptedToken {
 
     @Test
     void signaturesAreMadeAndJudged() throws Exception {
-        assertEquals("67 bytes\nbad: CKR_SIGNATURE_INVALID\n", output(SignAndVerify::main));
+        assertEquals("67 bytes\nBAD_SIGNATURE\n", output(SignAndVerify::main));
     }
 
     @Test
