@@ -20,7 +20,7 @@ CK_RV perform(std::string call, Answer answer, Outputs outputs = nothing)
         return CKR_GENERAL_ERROR;
     }
     const std::size_t printed = CapturedOutput::printed();
-    const std::optional<CK_RV> failure = module->scriptedFailure();
+    const std::optional<CK_RV> failure = module->scriptedFailure(call);
     const CK_RV code = failure ? *failure : answer(*module);
     if (code == CKR_OK)
         call += outputs();

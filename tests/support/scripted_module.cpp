@@ -53,8 +53,11 @@ void ScriptedModule::failCall(unsigned long n, CK_RV code)
     failingCall_ = calls_ + n;
 }
 
-std::optional<CK_RV> ScriptedModule::scriptedFailure()
+std::optional<CK_RV> ScriptedModule::scriptedFailure(const std::string& call)
 {
+    if (answerBefore)
+        if (const std::optional<CK_RV> answer = answerBefore(call))
+            return answer;
     return ++calls_ == failingCall_ ? std::optional<CK_RV>(failure_) : std::nullopt;
 }
 

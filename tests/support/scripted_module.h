@@ -111,10 +111,14 @@ public:
     /// Calls received so far, C_GetFunctionList not counted.
     [[nodiscard]] unsigned long callCount() const { return calls_; }
 
+    /// Asked before every call, which comes as it stands in the transcript. A code is answered in place of the
+    /// function.
+    std::function<std::optional<CK_RV>(const std::string& call)> answerBefore;
+
     // --- For the entry points ---
 
     Transcript& transcript;
-    [[nodiscard]] std::optional<CK_RV> scriptedFailure(); ///< counts a call
+    [[nodiscard]] std::optional<CK_RV> scriptedFailure(const std::string& call); ///< counts a call
     void unloaded(); ///< forgets sessions_ and initialisation, as an unloaded module does
 
 private:

@@ -6,6 +6,14 @@
 // scripted::sampleObjects(). Changes last as long as the process: the file stays mapped after it was unloaded. A test
 // that wants an untouched token loads a copy of the file under a name of its own.
 //
+// Orders stand in a file that has the module's own name with ".orders" behind it. The module takes them with its next
+// call and removes the file; they replace those of earlier files.
+//
+//     C_Login 0xA4         every C_Login answers so and does nothing
+//     C_Login 0xA4 2       the second from now on does
+//     * 0x32 17            the 17th call of any function does
+//     slot 8 Some Reader   there is another slot, with the same token
+//
 // Every call is appended as a line to the file that SCRIPTED_MODULE_TRANSCRIPT names, if it is set. A function that the
 // library must never call ends the process.
 //
@@ -13,21 +21,94 @@
 // which it says that all of it counts.
 #include "tests/support/scripted_module.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <iterator>
+#include <sstream>
 
 namespace scripted {
 namespace {
 
+/// What the tests order from the other side of the virtual machine.
+class Orders {
+public:
+    explicit Orders(ScriptedModule& module) : module_(module)
+    {
+        Dl_info self{};
+        if (dladdr(reinterpret_cast<void*>(&forbiddenCall), &self) != 0)
+            file_ = std::string(self.dli_fname) + ".orders";
+    }
+
+    std::optional<CK_RV> operator()(const std::string& call)
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        take();
+        std::optional<CK_RV> answer;
+        for (Answer& order : answers_) {
+            const bool meant = order.function == "*" || call.rfind(order.function + "(", 0) == 0;
+            if (meant && (order.countdown == 0 || --order.countdown == 0) && !order.spent) {
+                answer = order.code;
+                order.spent = order.once;
+            }
+        }
+        return answer;
+    }
+
+private:
+    struct Answer {
+        std::string function;
+        CK_RV code;
+        unsigned long countdown;
+        bool once;
+        bool spent = false;
+    };
+
+    void take()
+    {
+        std::ifstream orders(file_);
+        if (!orders)
+            return;
+        answers_.clear();
+        for (std::string line; std::getline(orders, line);)
+            obey(std::istringstream(line));
+        (void)std::remove(file_.c_str()); // the tests see that it is taken
+    }
+
+    void obey(std::istringstream order)
+    {
+        std::string function;
+        std::string number;
+        order >> function >> number >> std::ws;
+        if (function == "slot") {
+            std::string description;
+            std::getline(order, description);
+            module_.slots.push_back({std::stoul(number), description});
+            return;
+        }
+        unsigned long countdown = 0;
+        order >> countdown;
+        answers_.push_back({function, std::stoul(number, nullptr, 0), countdown, countdown != 0});
+    }
+
+    std::mutex mutex_;
+    ScriptedModule& module_;
+    std::string file_;
+    std::vector<Answer> answers_;
+};
+
 struct Process {
     Transcript transcript;
     ScriptedModule module{transcript};
+    Orders orders{module};
 
     Process()
     {
         module.addSampleObjects();
+        module.answerBefore = [this](const std::string& call) { return orders(call); };
         if (const char* const path = std::getenv("SCRIPTED_MODULE_TRANSCRIPT"))
             transcript.onLine = [file = std::string(path)](const std::string& line) { append(file, line); };
 #ifdef PADDED_ANSWERS

@@ -6,6 +6,7 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import jvm.programs.LibraryLoader;
+import jvm.programs.PreloadedLibrary;
 import jvm.programs.VerificationAlone;
 import jvm.support.ChildJvm;
 import jvm.support.Result;
@@ -81,6 +82,25 @@ class NativeLibraryTest {
 
         assertEquals(FILE + " cannot be loaded. Tried:\n"
                 + "- system property vornixtoken.library: Can't load library: /nonexistent.so\n", result.out);
+    }
+
+    @Test
+    void aLibraryThatTheApplicationHasLoadedIsTaken() throws Exception {
+        Result result = child.options(OTHER_MACHINE, "-Dvornixtoken.library=/nonexistent.so")
+                .run(PreloadedLibrary.class, FOLDER.resolve(SESSION_FILE).toAbsolutePath().toString());
+
+        assertEquals("Scripted Token\n", result.out, result::toString);
+    }
+
+    @Test
+    void theSessionLibraryHasAPropertyOfItsOwn(@TempDir Path folder) throws Exception {
+        Path copy = Files.copy(FOLDER.resolve(SESSION_FILE), folder.resolve("other name.so"));
+
+        assertLoaded(child.options(OTHER_MACHINE, "-Dvornixtoken.library=" + LIBRARY,
+                "-Dvornixtoken.sessionLibrary=" + copy).run(LibraryLoader.class));
+        Result result = new ChildJvm().options("-Dvornixtoken.sessionLibrary=/nonexistent.so").run(LibraryLoader.class);
+        assertEquals(SESSION_FILE + " cannot be loaded. Tried:\n"
+                + "- system property vornixtoken.sessionLibrary: Can't load library: /nonexistent.so\n", result.out);
     }
 
     @Test

@@ -17,6 +17,7 @@ final class LoadedModule {
     private static final String VENDOR_FUNCTIONS = "vornixtoken.vendorFunctions";
 
     private static final Map<String, LoadedModule> LOADED = new HashMap<>();
+    private static final String SOFTHSM = "libsofthsm2.so";
     private static final byte[] ELF = {0x7f, 'E', 'L', 'F'};
 
     /** What the natives call it. */
@@ -47,7 +48,8 @@ final class LoadedModule {
         byte[] name = Texts.encodeWithoutNul(path);
         try {
             long handle = attempt.call(natives -> natives.load(name));
-            return new LoadedModule(handle, SharedModule.at(attempt.call(natives -> natives.functionList(handle))));
+            long functionList = attempt.call(natives -> natives.functionList(handle));
+            return new LoadedModule(handle, SharedModule.at(functionList, path));
         } catch (NativeFailure failure) {
             throw failure.step.equals("dlopen") ? new Refusal(whyNotLoaded(path), failure, said(failure)) : failure;
         }
@@ -98,9 +100,9 @@ final class LoadedModule {
         try {
             shared.begin(attempt.call(natives -> natives.initialize(handle)));
         } catch (NativeFailure failure) {
-            // The software token says no more than this where SoftHSM2 runs already, upon which it is built.
-            if (failure.code == ReturnCodes.CKR_GENERAL_ERROR && shared.hasNeighbour()) {
-                throw new Refusal(Reason.IN_USE, failure, "; another module is in use in this process");
+            // The software token, which is built upon SoftHSM2, says no more than this where that runs already.
+            if (failure.code == ReturnCodes.CKR_GENERAL_ERROR && SharedModule.isInUse(SOFTHSM)) {
+                throw new Refusal(Reason.IN_USE, failure, "; SoftHSM2 is in use in this process");
             }
             throw failure;
         }

@@ -99,7 +99,7 @@ final class ReaderChoice {
 
     /** Says which readers there are. */
     static String names(List<Reader> readers) {
-        return readers.isEmpty() ? "The module has no reader" : "There are: " + list(readers);
+        return readers.isEmpty() ? "No reader is there, or none answers" : "There are: " + list(readers);
     }
 
     private static String list(List<Reader> readers) {

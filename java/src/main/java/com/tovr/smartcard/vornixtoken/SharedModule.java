@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.tovr.smartcard.vornixtoken;
 
+import java.util.AbstractMap.SimpleEntry;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -38,11 +39,13 @@ final class SharedModule {
     final AtomicInteger generation;
     /** The open sessions of this generation. */
     final AtomicInteger sessions;
+    private final String path;
     private final ConcurrentMap<Long, Semaphore> locks;
     private final ConcurrentMap<Long, byte[]> readers;
 
     @SuppressWarnings("unchecked")
     private SharedModule(ConcurrentMap<String, Object> record) {
+        path = (String) record.getOrDefault("path", "");
         gate = (Semaphore) record.computeIfAbsent("gate", key -> new Semaphore(ALL, true));
         state = (AtomicInteger) record.computeIfAbsent("state", key -> new AtomicInteger(UNKNOWN));
         generation = (AtomicInteger) record.computeIfAbsent("generation", key -> new AtomicInteger());
@@ -51,9 +54,11 @@ final class SharedModule {
         readers = (ConcurrentMap<Long, byte[]>) record.computeIfAbsent("readers", key -> new ConcurrentHashMap<>());
     }
 
-    /** The module with a function list at this address. */
-    static SharedModule at(long functionList) {
-        return new SharedModule(MODULES.computeIfAbsent(functionList, key -> new ConcurrentHashMap<>()));
+    /** The module with a function list at this address, loaded from this file. */
+    static SharedModule at(long functionList, String path) {
+        ConcurrentMap<String, Object> record = MODULES.computeIfAbsent(functionList, key -> new ConcurrentHashMap<>());
+        record.put("path", path);
+        return new SharedModule(record);
     }
 
     @SuppressWarnings("unchecked")
@@ -93,10 +98,10 @@ final class SharedModule {
         state.set(newState);
     }
 
-    /** Tells whether another module of this process is initialised. */
-    boolean hasNeighbour() {
+    /** Tells whether a module whose file is called so is initialised in this process. */
+    static boolean isInUse(String file) {
         return MODULES.values().stream().map(SharedModule::new)
-                .anyMatch(module -> module.gate != gate && module.state.get() != UNKNOWN);
+                .anyMatch(module -> module.state.get() != UNKNOWN && module.path.endsWith(file));
     }
 
     /**
@@ -109,7 +114,7 @@ final class SharedModule {
             SharedModule module = new SharedModule(record);
             for (Map.Entry<Long, Semaphore> slot : module.locks.entrySet()) {
                 if (Arrays.equals(module.readers.get(slot.getKey()), reader)) {
-                    all.add(new java.util.AbstractMap.SimpleEntry<>(
+                    all.add(new SimpleEntry<>(
                             module.permits() == 1 ? slot.getValue() : module.gate, module.permits()));
                 }
             }
