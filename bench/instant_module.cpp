@@ -59,6 +59,8 @@ CK_RV C_GetSlotInfo(CK_SLOT_ID slot, CK_SLOT_INFO_PTR info)
     static constexpr char reader[] = "Reader                                                          ";
     static_assert(sizeof manufacturer == sizeof info->manufacturerID + 1);
     static_assert(sizeof reader == sizeof info->slotDescription + 1);
+    *info = {};
+    info->flags = CKF_TOKEN_PRESENT;
     std::memcpy(info->manufacturerID, manufacturer, sizeof info->manufacturerID);
     std::memcpy(info->slotDescription, reader, sizeof info->slotDescription);
     char* number = reinterpret_cast<char*>(info->slotDescription) + sizeof "Reader ";
@@ -73,7 +75,7 @@ CK_RV C_GetTokenInfo(CK_SLOT_ID, CK_TOKEN_INFO_PTR info)
     std::memcpy(info->manufacturerID, "Benchmark", 9);
     std::memcpy(info->model, "Instant", 7);
     std::memcpy(info->serialNumber, "0123456789", 10);
-    info->flags = CKF_TOKEN_INITIALIZED;
+    info->flags = CKF_TOKEN_INITIALIZED | CKF_LOGIN_REQUIRED | CKF_USER_PIN_INITIALIZED;
     return CKR_OK;
 }
 
