@@ -58,11 +58,10 @@ for architecture; do
         scripts/portable-libraries.sh "$out/portable" "${cache[@]}"
     scripts/bare-debian.sh "${cache[@]}" --out "$out" bookworm \
         env SOURCE_DATE_EPOCH="$SOURCE_DATE_EPOCH" packaging/build.sh "$architecture"
-    cp "$out"/*.deb "$dist"
     # What is not bound to an architecture comes from each build, and must be the same.
-    for jar in "$out"/*.jar; do
-        [ ! -e "$dist/${jar##*/}" ] || cmp "$jar" "$dist/${jar##*/}"
-        cp "$jar" "$dist"
+    for file in "$out"/*.deb "$out"/*.jar; do
+        [ ! -e "$dist/${file##*/}" ] || cmp "$file" "$dist/${file##*/}"
+        cp "$file" "$dist"
     done
 done
 
