@@ -66,7 +66,7 @@ class ToolOutputTest extends ScriptedToken {
     }
 
     @ParameterizedTest
-    @ValueSource(strings = {"list", "list --json", "read-certificate -l alice -o -", "--help",
+    @ValueSource(strings = {"list", "list --json", "readers", "doctor --json", "read-certificate -l alice -o -", "--help",
         "generate-completion"})
     void aFullDiskIsAFailure(String command) throws Exception {
         assertEquals(UNWRITTEN, ToolShell.run(module, "tool " + command + " >/dev/full; echo status $?"));

@@ -220,7 +220,7 @@ class ToolTest extends ScriptedToken {
     }
 
     @ParameterizedTest
-    @ValueSource(strings = {"info", "list", "change-pin", "change-puk", "init", "clean", "reset-terminal",
+    @ValueSource(strings = {"readers", "doctor", "info", "list", "change-pin", "change-puk", "init", "clean", "reset-terminal",
         "read-certificate", "read-public-key", "import-certificate", "import-blocks", "generate-rsa", "generate-gost",
         "sign", "verify", "create-request"})
     void everyJobHasACommandWithHelp(String command) {

@@ -94,6 +94,17 @@ final class Access {
                 inTurn(attempt, turn -> ReaderChoice.list(turn, true)));
     }
 
+    /** Finds the reader that is chosen. */
+    Reader reader() throws Pkcs11Exception {
+        return attempt(() -> "looking for the reader", (attempt, progress) ->
+                inTurn(attempt, turn -> choice.reader(turn, true)));
+    }
+
+    boolean hasVendorFunctions() throws Pkcs11Exception {
+        return attempt(() -> "looking into the module", (attempt, progress) ->
+                inTurn(attempt, Turn::hasVendorFunctions));
+    }
+
     void unload() throws Pkcs11Exception {
         attempt(() -> "unloading", (attempt, progress) -> {
             LoadedModule.unload(path, attempt);

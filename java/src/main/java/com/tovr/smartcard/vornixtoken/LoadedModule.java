@@ -83,13 +83,21 @@ final class LoadedModule {
         return unloaded;
     }
 
-    /** Refuses where the module lacks a vendor's function. The caller is inside the module. */
-    void require(String vendorFunction, Attempt attempt) throws NativeFailure {
+    /** Tells whether the module has the vendor's functions. The caller is inside the module. */
+    boolean hasVendorFunctions(Attempt attempt) throws NativeFailure {
         String answer = System.getProperty(VENDOR_FUNCTIONS);
-        if (vendorFunctions == null && answer == null) {
+        if (answer != null) {
+            return Boolean.parseBoolean(answer);
+        }
+        if (vendorFunctions == null) {
             vendorFunctions = attempt.call(natives -> natives.hasVendorFunctions(handle));
         }
-        if (answer == null ? !vendorFunctions : !Boolean.parseBoolean(answer)) {
+        return vendorFunctions;
+    }
+
+    /** Refuses where the module lacks a vendor's function. The caller is inside the module. */
+    void require(String vendorFunction, Attempt attempt) throws NativeFailure {
+        if (!hasVendorFunctions(attempt)) {
             throw new Refusal(Reason.UNSUPPORTED, ReturnCodes.CKR_FUNCTION_NOT_SUPPORTED,
                     "the module has no function " + vendorFunction + ", nothing was sent");
         }

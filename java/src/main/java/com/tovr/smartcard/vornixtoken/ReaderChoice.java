@@ -43,7 +43,14 @@ final class ReaderChoice {
 
     /** Finds the one slot that is meant. Tokens are asked only where that matters, because others may work on them. */
     long slot(Turn turn) throws NativeFailure {
-        List<Reader> all = list(turn, serialNumber != null || label != null);
+        Reader reader = reader(turn, serialNumber != null || label != null);
+        turn.module.shared.name(reader.getSlot(), reader.rawName());
+        return reader.getSlot();
+    }
+
+    /** Finds the one reader that is meant. */
+    Reader reader(Turn turn, boolean withTokens) throws NativeFailure {
+        List<Reader> all = list(turn, withTokens);
         List<Reader> named = name == null ? all : named(all);
         if (named.isEmpty()) {
             throw new Refusal(Reason.NO_READER, ReturnCodes.CKR_SLOT_ID_INVALID, "no such reader. " + names(all));
@@ -56,9 +63,7 @@ final class ReaderChoice {
             throw new Refusal(Reason.AMBIGUOUS_READER, ReturnCodes.CKR_SLOT_ID_INVALID,
                     "several readers are meant: " + list(meant) + ". Give a whole name, a serial number or a label");
         }
-        Reader reader = meant.get(0);
-        turn.module.shared.name(reader.getSlot(), reader.rawName());
-        return reader.getSlot();
+        return meant.get(0);
     }
 
     /** The name that fits best counts: whole before beginning, the reader's before the manufacturer's. */

@@ -88,6 +88,19 @@ public final class Token {
     }
 
     /**
+     * Tells whether a module has the functions beyond PKCS #11 that importing, signing, verifying and requesting
+     * certificates need. Needs no PIN.
+     *
+     * @param modulePath the PKCS #11 module's file, as the dynamic loader takes it
+     * @return whether it has them all
+     * @throws Pkcs11Exception      when the module cannot be loaded or initialised
+     * @throws UnsatisfiedLinkError when this library cannot be loaded
+     */
+    public static boolean hasVendorFunctions(String modulePath) throws Pkcs11Exception {
+        return on(modulePath).hasVendorFunctions();
+    }
+
+    /**
      * Finalises and unloads a module that no session uses, and that others did not initialise. The next call loads it
      * again. Whoever else uses the module in this process, the JDK's provider for instance, loses it.
      *
@@ -97,6 +110,16 @@ public final class Token {
      */
     public static void unload(String modulePath) throws Pkcs11Exception {
         on(modulePath).unload();
+    }
+
+    /**
+     * Finds the reader that is chosen, and describes it and the token in it. Needs no PIN.
+     *
+     * @return the reader
+     * @throws Pkcs11Exception when there is none, or more than one
+     */
+    public Reader findReader() throws Pkcs11Exception {
+        return access.reader();
     }
 
     /**

@@ -96,6 +96,10 @@ final class Turn implements AutoCloseable {
         });
     }
 
+    boolean hasVendorFunctions() throws NativeFailure {
+        return module.hasVendorFunctions(attempt);
+    }
+
     /** Refuses where the module lacks a vendor's function. */
     void require(String vendorFunction) throws NativeFailure {
         module.require(vendorFunction, attempt);

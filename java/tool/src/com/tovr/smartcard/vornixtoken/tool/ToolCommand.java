@@ -19,8 +19,11 @@ import java.io.InputStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
+import java.util.ArrayList;
 import java.util.Base64;
+import java.util.Collections;
 import java.util.LinkedHashMap;
+import java.util.List;
 import java.util.Map;
 import java.util.concurrent.Callable;
 
@@ -145,6 +148,23 @@ abstract class ToolCommand implements Callable<Integer> {
         @Option(names = {"-m", "--module"}, required = true, paramLabel = "FILE",
                 description = "The PKCS #11 module; else VORNIX_MODULE.")
         String module;
+    }
+
+    /** With a module, or with all that are found. Each is tried in a process of its own. */
+    abstract static class OnModules extends ToolCommand {
+        @Option(names = {"-m", "--module"}, paramLabel = "FILE",
+                description = "The PKCS #11 module; else VORNIX_MODULE, else those that p11-kit's configuration and the usual folders name.")
+        private String module;
+
+        /** Tries the modules, and the name of a reader unless that is null. */
+        List<TriedModule> tryModules(String terminal) throws Exception {
+            List<TriedModule> tried = new ArrayList<>();
+            for (KnownModule each : module != null ? Collections.singleton(new KnownModule(module))
+                    : KnownModules.ofThisMachine().find()) {
+                tried.add(showing("trying " + each.file, () -> TriedModule.of(each, terminal)));
+            }
+            return tried;
+        }
     }
 
     /** With a module and a reader. */

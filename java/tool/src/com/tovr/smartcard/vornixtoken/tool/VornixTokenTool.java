@@ -32,6 +32,8 @@ import java.util.stream.Stream;
         versionProvider = VornixTokenTool.Version.class,
         synopsisSubcommandLabel = "COMMAND",
         subcommands = {
+            ListReaders.class,
+            Doctor.class,
             AdministrationCommands.Info.class,
             ListObjects.class,
             AdministrationCommands.ChangePin.class,
@@ -51,11 +53,13 @@ import java.util.stream.Stream;
             AutoComplete.GenerateCompletion.class,
             CommandLine.HelpCommand.class},
         exitCodeListHeading = "%nExit status:%n",
-        exitCodeList = {"0:success", "1:the token or its module refused", "2:wrong usage", "3:anything else"},
+        exitCodeList = {"0:success", "1:the token or its module refused, or doctor found a problem", "2:wrong usage",
+            "3:anything else"},
         footerHeading = "%nExamples:%n",
         footer = {
             "  export VORNIX_MODULE=/usr/lib/libtovr_pkcs11_main.so",
             "  export VORNIX_TERMINAL='Reader 0'",
+            "  vornixtoken-tool readers",
             "  vornixtoken-tool info",
             "  vornixtoken-tool generate-rsa --label 'my key' --id 01",
             "  vornixtoken-tool create-request --id 01 --subject CN=Alice --out alice.csr",
