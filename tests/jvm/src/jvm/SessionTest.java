@@ -32,6 +32,7 @@ import java.security.cert.X509Certificate;
 import java.util.Arrays;
 import java.util.Collections;
 import java.util.List;
+import java.util.Random;
 import java.util.stream.Collectors;
 
 @Tag("sessions")
@@ -117,6 +118,23 @@ class SessionTest extends ScriptedToken {
         assertEquals(certificate.getNotAfter().toInstant(), known.getExpiry().get());
         assertArrayEquals(certificate.getEncoded(), known.getEncoded());
         assertFalse(known.hasPrivateKey());
+    }
+
+    @Test
+    void labelsAndValuesOfAMegabytePass() throws Exception {
+        char[] many = new char[1 << 20];
+        Arrays.fill(many, '\u03a9');
+        String label = new String(many);
+        byte[] value = new byte[1 << 20];
+        new Random(1).nextBytes(value);
+        try (TokenSession session = token.open(pin)) {
+            session.importCertificate(label, value, value);
+
+            assertArrayEquals(value, session.readCertificateBytes(label, value));
+            TokenCertificate listed = session.listCertificates().get(session.listCertificates().size() - 1);
+            assertEquals(label, listed.getLabel());
+            assertArrayEquals(value, listed.getEncoded());
+        }
     }
 
     @Test

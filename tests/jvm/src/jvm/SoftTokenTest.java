@@ -12,8 +12,11 @@ import com.tovr.smartcard.vornixtoken.RequestContent;
 import com.tovr.smartcard.vornixtoken.Token;
 import com.tovr.smartcard.vornixtoken.TokenObject;
 
+import jvm.programs.SeveralModules;
 import jvm.support.Authority;
+import jvm.support.ChildJvm;
 import jvm.support.Processes;
+import jvm.support.Result;
 import jvm.support.Threads;
 
 import org.junit.jupiter.api.AfterEach;
@@ -117,6 +120,18 @@ class SoftTokenTest {
         assertThrows(Pkcs11Exception.class, () -> token.createRequest(pin, ID, ID,
                 RequestContent.builder().subject("no such name", "x").build()));
         assertEquals(2, token.listObjects(pin).size());
+    }
+
+    /** SoftHSM2, upon which it is built, exists once in a process. */
+    @Test
+    void besideSoftHsmItIsInUse(@TempDir Path folder) throws Exception {
+        Path configuration = Files.write(folder.resolve("softhsm2.conf"),
+                Collections.singletonList("directories.tokendir = " + folder));
+
+        Result result = new ChildJvm().environment("SOFTHSM2_CONF", configuration.toString())
+                .run(SeveralModules.class, System.getProperty("vornix.softhsm.module"), MODULE);
+
+        assertEquals("listed\nIN_USE\n", result.out, result::toString);
     }
 
     @Test
