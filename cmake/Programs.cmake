@@ -11,15 +11,16 @@ find_file(VORNIX_GOST_ENGINE gost.so PATHS /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE
           DOC "OpenSSL's GOST engine")
 find_program(VORNIX_CERTTOOL certtool DOC "GnuTLS's certificate program")
 find_program(VORNIX_PKCS11_TOOL pkcs11-tool DOC "OpenSC's PKCS #11 program")
+find_library(VORNIX_P11_KIT_LIBRARY p11-kit DOC "p11-kit, which shows the modules of a machine")
 find_program(VORNIX_KEYTOOL keytool HINTS ENV JAVA_HOME PATH_SUFFIXES bin DOC "The JDK's key store program")
 
 set(package_of_SOFTHSM2_MODULE softhsm2)
 set(package_of_SOFTHSM2_UTIL softhsm2)
 set(package_of_OPENSSL openssl)
-set(package_of_GOST_ENGINE libengine-gost-openssl)
 set(package_of_CERTTOOL gnutls-bin)
 set(package_of_PKCS11_TOOL opensc)
-set(package_of_KEYTOOL openjdk-17-jdk-headless)
+set(package_of_KEYTOOL default-jdk-headless)
+set(package_of_P11_KIT_LIBRARY libp11-kit-dev)
 
 # vornix_require_programs(<name>...)
 #

@@ -15,6 +15,10 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 # Initialisation sets this PIN; the PUK may be any.
 export VORNIX_SOFTTOKEN_DIR=$folder/token VORNIX_USER_PIN=12345678 VORNIX_SO_PIN=87654321
+# p11-kit and SoftHSM2 show no token of this machine, whatever program asks them.
+mkdir "$folder/pkcs11"
+echo "user-config: only" >"$folder/pkcs11/pkcs11.conf"
+export XDG_CONFIG_HOME=$folder SOFTHSM2_CONF=$folder/softhsm2.conf
 
 echo
 java -Djava.io.tmpdir="$folder" -Djava.library.path=$build -jar $build/token-demo.jar \

@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 # Installs the Debian packages that are missing for what the arguments name.
 #
-#   scripts/setup.sh build   the library, the software token and the Java classes
+#   scripts/setup.sh library the native libraries alone
+#   scripts/setup.sh build   library, and the software token and the Java classes
 #   scripts/setup.sh demo    build, and what the demonstration runs on
 #   scripts/setup.sh test    demo, and what the tests use
 #   scripts/setup.sh docs    build, and what builds the documents
@@ -12,9 +13,11 @@
 # Asks for the administrator's rights (sudo) only when something is missing and the caller is not root.
 set -euo pipefail
 
-build=(cmake g++ make ninja-build openjdk-17-jdk-headless libp11-kit-dev libpcsclite-dev libssl-dev libgnutls28-dev
-       softhsm2 libpicocli-java help2man)
-demo=("${build[@]}" openssl libengine-gost-openssl pcscd vsmartcard-vpcd iproute2 util-linux)
+library=(cmake g++ make default-jdk-headless libp11-kit-dev libpcsclite-dev)
+build=("${library[@]}" ninja-build libssl-dev libgnutls28-dev softhsm2 libpicocli-java help2man)
+demo=("${build[@]}" openssl libbcpkix-java pcscd vsmartcard-vpcd iproute2 util-linux)
+# Debian 12 has OpenSSL's GOST engine too; Debian 13 has Bouncy Castle alone as judge of GOST.
+[ "$(sed -n 's/^VERSION_ID="\(.*\)"$/\1/p' /etc/os-release)" != 12 ] || demo+=(libengine-gost-openssl)
 test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin pkg-config git)
 docs=("${build[@]}" mkdocs doxygen)
 ci=("${test[@]}" mkdocs doxygen clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck
@@ -22,6 +25,7 @@ ci=("${test[@]}" mkdocs doxygen clang clang-format clang-tidy libclang-rt-14-dev
 release=("${build[@]}" binutils debootstrap dpkg-dev file git gpg lintian)
 
 case "${1:-}" in
+library) packages=("${library[@]}") ;;
 build) packages=("${build[@]}") ;;
 demo) packages=("${demo[@]}") ;;
 test) packages=("${test[@]}") ;;
@@ -29,7 +33,7 @@ docs) packages=("${docs[@]}") ;;
 ci) packages=("${ci[@]}") ;;
 release) packages=("${release[@]}") ;;
 *)
-    sed -n '3,12s/^# \{0,1\}//p' "$0" >&2
+    sed -n '3,13s/^# \{0,1\}//p' "$0" >&2
     exit 2
     ;;
 esac

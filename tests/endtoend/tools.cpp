@@ -76,22 +76,26 @@ Bytes Folder::read(const std::string& name) const
 
 Outcome run(const Folder& folder, std::vector<std::string> arguments)
 {
-    prepend(arguments, {"env", "--chdir=" + folder.path().string()});
+    const std::string path = folder.path().string();
+    if (!std::filesystem::exists(folder.path() / "pkcs11"))
+        registerModules(folder, {});
+    prepend(arguments,
+            {"env", "--chdir=" + path, "XDG_CONFIG_HOME=" + path, "SOFTHSM2_CONF=" + path + "/softhsm2.conf"});
     return ::run(arguments);
+}
+
+void registerModules(const Folder& folder, const std::vector<std::string>& modules)
+{
+    std::filesystem::create_directories(folder.path() / "pkcs11" / "modules");
+    folder.write("pkcs11/pkcs11.conf", bytes("user-config: only\n"));
+    for (const std::string& module : modules)
+        folder.write("pkcs11/modules/" + std::filesystem::path(module).stem().string() + ".module",
+                     bytes("module: " + module + "\n"));
 }
 
 Outcome openssl(const Folder& folder, std::vector<std::string> arguments)
 {
     prepend(arguments, {OPENSSL_PROGRAM});
-    return run(folder, std::move(arguments));
-}
-
-Outcome gostOpenssl(const Folder& folder, std::vector<std::string> arguments)
-{
-    folder.write("gost.cnf", bytes("openssl_conf = init\n[init]\nengines = engines\n[engines]\ngost = gost\n"
-                                   "[gost]\nengine_id = gost\ndynamic_path = " GOST_ENGINE_FILE
-                                   "\ndefault_algorithms = ALL\n[req]\ndistinguished_name = subject\n[subject]\n"));
-    prepend(arguments, {"env", "OPENSSL_CONF=gost.cnf", OPENSSL_PROGRAM});
     return run(folder, std::move(arguments));
 }
 
@@ -107,7 +111,7 @@ testing::AssertionResult refused(const Outcome& outcome)
 
 testing::AssertionResult verified(const Outcome& outcome)
 {
-    const bool good = outcome.status == 0 && outcome.err.find("verify OK") != std::string::npos;
+    const bool good = outcome.status == 0 && (outcome.out + outcome.err).find("verify OK") != std::string::npos;
     return testing::AssertionResult(good) << shown(outcome);
 }
 

@@ -42,19 +42,21 @@ private:
     std::filesystem::path path_;
 };
 
-/// Runs a program inside the folder; its arguments name files there.
+/// Runs a program inside the folder; its arguments name files there. p11-kit and SoftHSM2 have their configuration in
+/// the folder too, so that no program reaches a token of the machine.
 Outcome run(const Folder& folder, std::vector<std::string> arguments);
 Outcome openssl(const Folder& folder, std::vector<std::string> arguments);
 
-/// openssl with the GOST engine.
-Outcome gostOpenssl(const Folder& folder, std::vector<std::string> arguments);
+/// Lets p11-kit show these modules, and no others, to the programs that `run` starts; without this call it shows none.
+void registerModules(const Folder& folder, const std::vector<std::string>& modules);
 
 testing::AssertionResult succeeded(const Outcome& outcome);
 
 /// The program gave a verdict: it ended with a failure, but could be started and was not killed (status below 125).
 testing::AssertionResult refused(const Outcome& outcome);
 
-/// openssl found a request's signature good. Its output tells: `req -verify` ends with status 0 either way.
+/// A request's signature was found good. The output tells: `openssl req -verify` of OpenSSL 3.0 ends with status 0
+/// either way.
 testing::AssertionResult verified(const Outcome& outcome);
 
 } // namespace endtoend

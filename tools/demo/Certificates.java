@@ -40,15 +40,14 @@ final class Certificates {
         byte[] request = request(holder);
 
         report.begin("Certificate for " + holder.name + ", issued by the demonstration's own authority");
-        X509Certificate certificate = CertificateAuthority.parse(authority.certify(request));
+        X509Certificate certificate = CertificateAuthority.parse(holder.judge.certify(request));
         report.show("serial number", certificate.getSerialNumber().toString(16));
         report.check("the JDK finds it signed by the authority", isSigned(certificate));
         report.check("it names " + holder.name + " as the request did",
                 certificate.getSubjectX500Principal().equals(new X500Principal("CN=" + holder.name + ", C=NO")));
         boolean[] usage = certificate.getKeyUsage();
         report.check("it is for signing, as the request's extension wished", usage != null && usage[0] && !usage[2]);
-        report.check("its key is the request's", Arrays.equals(certificate.getPublicKey().getEncoded(),
-                publicKeyOf(request)));
+        report.check("its key is the request's", Bytes.contains(request, certificate.getPublicKey().getEncoded()));
         if (holder.publicKey != null) {
             report.check("that is the key read from the token", certificate.getPublicKey().equals(holder.publicKey));
         }
@@ -106,26 +105,14 @@ final class Certificates {
                 subject, attributes, extensions, delivered));
         byte[] request = Bytes.of(delivered);
         report.show("length", request.length + " bytes");
-        String judgement = judge(request);
-        report.check("openssl finds its signature good", judgement.contains("verify OK"));
-        report.check("it has the attribute", judgement.contains("unstructuredName")
-                && judgement.contains("Demonstration"));
-        byte[] tampered = Bytes.tampered(request, holder.name.getBytes(StandardCharsets.UTF_8));
-        report.check("openssl finds it bad under another name", judge(tampered).contains("verify failure"));
-        return request;
-    }
-
-    /** What openssl says of a request; its status does not tell a good signature from a bad one. */
-    private String judge(byte[] request) throws IOException {
-        return openssl.run("req", "-verify", "-noout", "-text", "-inform", "DER",
+        String text = openssl.run("req", "-noout", "-text", "-inform", "DER",
                 "-in", openssl.write("request.der", request));
-    }
-
-    private byte[] publicKeyOf(byte[] request) throws IOException {
-        openssl.run("req", "-pubkey", "-noout", "-inform", "DER", "-in", openssl.write("request.der", request),
-                "-out", "public.pem");
-        String pem = new String(openssl.read("public.pem"), StandardCharsets.US_ASCII);
-        return Base64.getMimeDecoder().decode(pem.replaceAll("-----[^-]*-----", ""));
+        Judge judge = holder.judge;
+        report.check(judge.name() + " finds its signature good", judge.findsGood(request));
+        report.check("it has the attribute", text.contains("unstructuredName") && text.contains("Demonstration"));
+        byte[] tampered = Bytes.tampered(request, holder.name.getBytes(StandardCharsets.UTF_8));
+        report.check(judge.name() + " finds it bad under another name", !judge.findsGood(tampered));
+        return request;
     }
 
     private boolean isSigned(X509Certificate certificate) {

@@ -13,7 +13,6 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Set;
-import java.util.stream.Stream;
 
 /** Signed messages. */
 final class Messages {
@@ -27,13 +26,11 @@ final class Messages {
 
     private final Report report;
     private final Target token;
-    private final OpenSsl openssl;
     private final CertificateAuthority authority;
 
-    Messages(Report report, Target token, OpenSsl openssl, CertificateAuthority authority) {
+    Messages(Report report, Target token, CertificateAuthority authority) {
         this.report = report;
         this.token = token;
-        this.openssl = openssl;
         this.authority = authority;
     }
 
@@ -45,13 +42,14 @@ final class Messages {
 
         verify(0, message, NOTHING);
         report.checked("the module finds the signature good");
-        report.check("so does openssl, and takes the content out", openssl.accepts(judge(message))
-                && Arrays.equals(openssl.read("verified"), CONTENT));
+        Judge judge = holder.judge;
+        report.check("so does " + judge.name() + ", and takes the content out", judge.accepts(message, null)
+                && Arrays.equals(judge.content(), CONTENT));
 
         byte[] tampered = Bytes.tampered(message, CONTENT);
         verify(SIGNATURE_INVALID, tampered, NOTHING);
         report.checked("the module refuses the message with one bit changed");
-        report.check("so does openssl", !openssl.accepts(judge(tampered)));
+        report.check("so does " + judge.name(), !judge.accepts(tampered, null));
     }
 
     void signDetached(Holder holder) throws IOException {
@@ -63,11 +61,12 @@ final class Messages {
 
         verify(0, message, CONTENT);
         report.checked("the module finds the signature good for the content");
-        report.check("so does openssl", openssl.accepts(judge(message, CONTENT)));
+        Judge judge = holder.judge;
+        report.check("so does " + judge.name(), judge.accepts(message, CONTENT));
 
         verify(SIGNATURE_INVALID, message, FORGED);
         report.checked("the module refuses it for the content with one bit changed");
-        report.check("so does openssl", !openssl.accepts(judge(message, FORGED)));
+        report.check("so does " + judge.name(), !judge.accepts(message, FORGED));
 
         verify(DATA_INVALID, CONTENT, message);
         report.checked("what is no message is refused as such");
@@ -83,17 +82,6 @@ final class Messages {
 
     private void verify(long expected, byte[] message, byte[] content) {
         report.expect("pkcs7Verify", expected, Pkcs11Wrapper.pkcs7Verify(token.module, message, content));
-    }
-
-    /** How openssl is asked for its judgement of a signature and of its signer's certificate. */
-    private String[] judge(byte[] message) throws IOException {
-        return new String[] {"cms", "-verify", "-binary", "-inform", "DER", "-in", openssl.write("message", message),
-            "-CAfile", CertificateAuthority.FILE, "-out", "verified"};
-    }
-
-    private String[] judge(byte[] message, byte[] content) throws IOException {
-        return Stream.concat(Arrays.stream(judge(message)), Stream.of("-content", openssl.write("content", content)))
-                .toArray(String[]::new);
     }
 
     private static Set<X509Certificate> certificatesOf(byte[] message) {

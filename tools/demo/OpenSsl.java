@@ -11,8 +11,7 @@ import java.util.stream.Collectors;
 import java.util.stream.Stream;
 
 /**
- * The command openssl with its GOST engine, in a folder of its own that is removed at the end. It knows nothing of the
- * token: it issues certificates and judges what the token made.
+ * The command openssl, with its GOST engine if it has one, in a folder of its own that is removed at the end.
  */
 final class OpenSsl implements AutoCloseable {
     private static final String CONFIGURATION = "openssl_conf = start\n"
@@ -28,10 +27,8 @@ final class OpenSsl implements AutoCloseable {
         write("openssl.cnf", CONFIGURATION.getBytes(StandardCharsets.US_ASCII));
     }
 
-    void requireGost() throws IOException {
-        if (!accepts("engine", "gost")) {
-            throw new Surprise("openssl has no GOST engine: install libengine-gost-openssl (Debian)");
-        }
+    boolean knowsGost() throws IOException {
+        return outcome("engine", "gost").status == 0;
     }
 
     /** Runs openssl with files of the folder, and returns what it says. */
@@ -41,10 +38,6 @@ final class OpenSsl implements AutoCloseable {
             throw new Surprise("openssl " + String.join(" ", arguments) + " said:\n" + outcome.text);
         }
         return outcome.text;
-    }
-
-    boolean accepts(String... arguments) throws IOException {
-        return outcome(arguments).status == 0;
     }
 
     /** Writes a file into the folder and returns its name. */
@@ -69,11 +62,16 @@ final class OpenSsl implements AutoCloseable {
         Files.delete(folder);
     }
 
-    private Outcome outcome(String... arguments) throws IOException {
+    /** How openssl ends, whatever it finds. */
+    Outcome outcome(String... arguments) throws IOException {
         List<String> command = new ArrayList<>(List.of("openssl"));
         command.addAll(List.of(arguments));
-        ProcessBuilder builder = new ProcessBuilder(command).directory(folder.toFile());
+        ProcessBuilder builder = inFolder(command);
         builder.environment().put("OPENSSL_CONF", "openssl.cnf");
         return Outcome.of(builder.redirectErrorStream(true));
+    }
+
+    ProcessBuilder inFolder(List<String> command) {
+        return new ProcessBuilder(command).directory(folder.toFile());
     }
 }

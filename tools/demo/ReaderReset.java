@@ -4,8 +4,6 @@ package demo;
 import com.tovr.smartcard.vornixtoken.utils.PcscUtils;
 
 import java.io.IOException;
-import java.net.URISyntaxException;
-import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
 
@@ -38,8 +36,8 @@ final class ReaderReset {
             return;
         }
         List<String> command = new ArrayList<>(withVirtualCard);
-        command.addAll(List.of(Path.of(System.getProperty("java.home"), "bin", "java").toString(),
-                "-Djava.library.path=" + System.getProperty("java.library.path"), "-jar", ownJar(), "reset", READER));
+        command.addAll(List.of(OwnProgram.java(), "-Djava.library.path=" + System.getProperty("java.library.path"),
+                "-jar", OwnProgram.jar().toString(), "reset", READER));
         Outcome outcome = Outcome.of(new ProcessBuilder(command).redirectError(ProcessBuilder.Redirect.INHERIT));
         report.quote(outcome.text);
         if (outcome.status == LACKS_RIGHTS) {
@@ -69,13 +67,5 @@ final class ReaderReset {
             return;
         }
         throw new Surprise("the card is as it was");
-    }
-
-    private static String ownJar() {
-        try {
-            return Path.of(ReaderReset.class.getProtectionDomain().getCodeSource().getLocation().toURI()).toString();
-        } catch (URISyntaxException impossible) {
-            throw new IllegalStateException(impossible);
-        }
     }
 }

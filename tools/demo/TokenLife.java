@@ -22,7 +22,11 @@ final class TokenLife {
     void live(byte[] puk) throws IOException, GeneralSecurityException {
         report.introduce("The token in the reader \"" + token.reader + "\". Indented lines are this program's: numbers"
                 + " are what the native methods return.\nLines that are not indented are the library's own.");
-        openssl.requireGost();
+        Judge judge = new OpenSslJudge(openssl);
+        Judge judgeOfGost = openssl.knowsGost() ? judge : new BouncyCastleJudge(openssl);
+        if (judgeOfGost != judge) {
+            report.introduce("openssl has no GOST engine here: " + judgeOfGost.name() + " judges GOST.");
+        }
         Administration administration = new Administration(report, token);
         administration.initialise(puk);
         administration.describe();
@@ -30,8 +34,8 @@ final class TokenLife {
         administration.changePuk(puk);
         refuse();
 
-        Holder alice = new Holder("Alice Ωmega", "RSA", 1);
-        Holder boris = new Holder("Борис", "GOSTR3410", 2);
+        Holder alice = new Holder("Alice Ωmega", "RSA", 1, judge);
+        Holder boris = new Holder("Борис", "GOSTR3410", 2, judgeOfGost);
         Keys keys = new Keys(report, token);
         keys.generateRsa(alice);
         keys.generateGost(boris);
@@ -44,7 +48,7 @@ final class TokenLife {
         certificates.importAsTwoBlocks(boris);
         certificates.list(alice, boris);
 
-        Messages messages = new Messages(report, token, openssl, authority);
+        Messages messages = new Messages(report, token, authority);
         for (Holder holder : new Holder[] {alice, boris}) {
             messages.encloseAndSign(holder);
             messages.signDetached(holder);

@@ -8,6 +8,8 @@
 #include <array>
 #include <csignal>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -24,12 +26,18 @@ DWORD readerState()
     return result == SCARD_S_SUCCESS ? state.dwEventState : 0;
 }
 
+std::vector<std::string> command()
+{
+    std::vector<std::string> words = {PCSCD, "--foreground", "--critical", "--config", READER_CONFIGURATION};
+    if (const std::string option = WITHOUT_POLKIT; !option.empty()) // else the service does not know the option
+        words.push_back(option);
+    return words;
+}
+
 } // namespace
 
 // What the daemon writes is of interest when a test fails; standard output is the command's.
-PcscService::PcscService()
-    : daemon_({PCSCD, "--foreground", "--critical", "--config", READER_CONFIGURATION}, STDIN_FILENO, STDERR_FILENO,
-              STDERR_FILENO)
+PcscService::PcscService() : daemon_(command(), STDIN_FILENO, STDERR_FILENO, STDERR_FILENO)
 {
     waitForReader([](DWORD state) { return (state & (SCARD_STATE_EMPTY | SCARD_STATE_PRESENT)) != 0; });
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// GOST R 34.10-2001 keys, their requests and messages, judged by OpenSSL's GOST engine and by GnuTLS.
+// GOST R 34.10-2001 keys, their requests and messages, judged by GnuTLS and by the GOST programs.
 #include "tests/endtoend/softtoken/soft_token.h"
 
 #include <algorithm>
@@ -12,33 +12,6 @@ constexpr CK_ULONG detached = 1;
 
 class Gost : public TokenTest {
 protected:
-    Outcome verifyWithEngine(const Bytes& message, std::vector<std::string> more = {})
-    {
-        folder.write("message.der", message);
-        std::vector<std::string> arguments = {"cms", "-verify",     "-binary", "-inform", "DER",
-                                              "-in", "message.der", "-CAfile", "ca.pem",  "-purpose",
-                                              "any", "-out",        "verified"};
-        arguments.insert(arguments.end(), more.begin(), more.end());
-        return gostOpenssl(folder, std::move(arguments));
-    }
-
-    /// "own.key" and "own.pem"
-    void makeEngineSigner()
-    {
-        folder.write("content", content);
-        ASSERT_TRUE(
-            succeeded(gostOpenssl(folder, {"req", "-x509", "-newkey", "gost2001", "-pkeyopt", "paramset:A", "-nodes",
-                                           "-subj", "/CN=Engine", "-keyout", "own.key", "-out", "own.pem"})));
-    }
-
-    Bytes engineSign(std::vector<std::string> more)
-    {
-        more.insert(more.begin(), {"cms", "-sign", "-binary", "-nodetach", "-in", "content", "-signer", "own.pem",
-                                   "-inkey", "own.key", "-outform", "DER", "-out", "own.der"});
-        EXPECT_TRUE(succeeded(gostOpenssl(folder, std::move(more))));
-        return folder.read("own.der");
-    }
-
     CK_RV generateWith(CK_ATTRIBUTE publicEntry, CK_ATTRIBUTE privateEntry)
     {
         CK_MECHANISM mechanism = {CKM_GOSTR3410_KEY_PAIR_GEN, nullptr, 0};
@@ -51,6 +24,27 @@ protected:
     Bytes otherCurve = {0x06, 0x07, 0x2A, 0x85, 0x03, 0x02, 0x02, 0x23, 0x02}; // CryptoPro's B
     const Bytes content = bytes("content to be signed");
 };
+
+class GostAmongOthers : public Gost, public testing::WithParamInterface<const GostProgram*> {
+protected:
+    Outcome verifiedByOther(const Bytes& message, const std::string& detached = "")
+    {
+        folder.write("message.der", message);
+        return other.verifyMessage(folder, detached);
+    }
+
+    Bytes messageOfOther(GostProgram::Attributes attributes)
+    {
+        folder.write("content", content);
+        EXPECT_TRUE(succeeded(other.signMessage(folder, attributes)));
+        return folder.read("own.der");
+    }
+
+    const GostProgram& other = *GetParam();
+};
+
+INSTANTIATE_TEST_SUITE_P(, GostAmongOthers, testing::ValuesIn(gostPrograms()),
+                         [](const auto& program) { return program.param->name; });
 
 TEST_F(Gost, KeysAreListedAsSuchUnderLabelAndId)
 {
@@ -124,7 +118,7 @@ TEST_F(Gost, GenerationNeedsALoggedInUser)
     EXPECT_EQ(objectCount(), 0U);
 }
 
-TEST_F(Gost, RequestsAreGood)
+TEST_P(GostAmongOthers, RequestsAreGood)
 {
     ASSERT_CKR(generateGost("id"), CKR_OK);
     Bytes csr;
@@ -135,19 +129,13 @@ TEST_F(Gost, RequestsAreGood)
                          csr),
                CKR_OK);
     folder.write("request.der", csr);
-    const Outcome engine =
-        gostOpenssl(folder, {"req", "-inform", "DER", "-in", "request.der", "-verify", "-noout", "-text"});
-    EXPECT_TRUE(verified(engine));
-    EXPECT_NE(engine.out.find("GOST R 34.10-2001"), std::string::npos) << engine.out;
-    EXPECT_NE(engine.out.find("Digital Signature"), std::string::npos) << engine.out;
-
-    folder.write("forged.der", spoiltAtTheEnd(csr));
-    const Outcome unconvinced =
-        gostOpenssl(folder, {"req", "-inform", "DER", "-in", "forged.der", "-verify", "-noout"});
-    EXPECT_NE(unconvinced.err.find("verify failure"), std::string::npos) << unconvinced.err;
-
+    EXPECT_TRUE(verified(other.verifyRequest(folder)));
     const Outcome certtool = run(folder, {CERTTOOL_PROGRAM, "--crq-info", "--inder", "--infile", "request.der"});
     EXPECT_NE(certtool.out.find("GOST R 34.10-2001"), std::string::npos) << certtool.out;
+    EXPECT_NE(certtool.out.find("Digital signature"), std::string::npos) << certtool.out;
+
+    folder.write("request.der", spoiltAtTheEnd(csr));
+    EXPECT_FALSE(verified(other.verifyRequest(folder)));
 }
 
 TEST_F(Gost, RequestsKeepTheirAnnouncedLength)
@@ -162,38 +150,38 @@ TEST_F(Gost, RequestsKeepTheirAnnouncedLength)
     }
 }
 
-TEST_F(Gost, MessagesEncloseTheirContent)
+TEST_P(GostAmongOthers, MessagesEncloseTheirContent)
 {
-    issueGost("id");
+    issueGost("id", other);
     Bytes message;
     ASSERT_CKR(sign(content, "id", "id", enclosed, message), CKR_OK);
-    EXPECT_TRUE(succeeded(verifyWithEngine(message)));
+    EXPECT_TRUE(succeeded(verifiedByOther(message)));
     EXPECT_EQ(folder.read("verified"), content);
     EXPECT_CKR(verify(message), CKR_OK);
-    EXPECT_TRUE(refused(verifyWithEngine(spoiltAtTheEnd(message))));
+    EXPECT_TRUE(refused(verifiedByOther(spoiltAtTheEnd(message))));
     EXPECT_CKR(verify(spoiltAtTheEnd(message)), CKR_SIGNATURE_INVALID);
 }
 
-TEST_F(Gost, MessagesStandApartFromTheirContentWhenDetached)
+TEST_P(GostAmongOthers, MessagesStandApartFromTheirContentWhenDetached)
 {
-    issueGost("id");
+    issueGost("id", other);
     Bytes message;
     ASSERT_CKR(sign(content, "id", "id", detached, message), CKR_OK);
     folder.write("content", content);
     folder.write("other", bytes("other"));
-    EXPECT_TRUE(succeeded(verifyWithEngine(message, {"-content", "content"})));
-    EXPECT_TRUE(refused(verifyWithEngine(message, {"-content", "other"})));
+    EXPECT_TRUE(succeeded(verifiedByOther(message, "content")));
+    EXPECT_TRUE(refused(verifiedByOther(message, "other")));
     EXPECT_CKR(verify(message, content), CKR_OK);
     EXPECT_CKR(verify(message, bytes("other")), CKR_SIGNATURE_INVALID);
 }
 
-TEST_F(Gost, MessagesNameTheirAlgorithmsAsTheEngineDoes)
+TEST_P(GostAmongOthers, MessagesNameTheirAlgorithmsAlike)
 {
-    issueGost("id");
+    issueGost("id", other);
     Bytes message;
     ASSERT_CKR(sign(content, "id", "id", enclosed, message), CKR_OK);
-    makeEngineSigner();
-    const Bytes engines = engineSign({"-noattr"});
+    ASSERT_TRUE(succeeded(other.makeSigner(folder)));
+    const Bytes others = messageOfOther(GostProgram::Attributes::None);
 
     // Signature and algorithms stand at the end, the content's digest algorithm before the content.
     constexpr std::ptrdiff_t signatureLength = 66;
@@ -205,13 +193,13 @@ TEST_F(Gost, MessagesNameTheirAlgorithmsAsTheEngineDoes)
         const auto at = std::search(der.begin(), der.end(), content.begin(), content.end());
         return Bytes(at - 31, at);
     };
-    EXPECT_EQ(algorithms(message), algorithms(engines));
-    EXPECT_EQ(digestAlgorithm(message), digestAlgorithm(engines));
+    EXPECT_EQ(algorithms(message), algorithms(others));
+    EXPECT_EQ(digestAlgorithm(message), digestAlgorithm(others));
 }
 
-TEST_F(Gost, MessagesAreGoodInCerttool)
+TEST_P(GostAmongOthers, MessagesAreGoodInCerttool)
 {
-    issueGost("id");
+    issueGost("id", other);
     Bytes message;
     ASSERT_CKR(sign(content, "id", "id", enclosed, message), CKR_OK);
     ASSERT_TRUE(succeeded(openssl(folder, {"x509", "-inform", "DER", "-in", "issued.der", "-out", "issued.pem"})));
@@ -225,10 +213,11 @@ TEST_F(Gost, MessagesAreGoodInCerttool)
     EXPECT_TRUE(refused(verdict(spoiltAtTheEnd(message))));
 }
 
-TEST_F(Gost, MessagesOfTheEngineAreJudged)
+TEST_P(GostAmongOthers, MessagesOfOthersAreJudged)
 {
-    makeEngineSigner();
-    for (const Bytes& message : {engineSign({}), engineSign({"-noattr"})}) {
+    ASSERT_TRUE(succeeded(other.makeSigner(folder)));
+    for (const auto attributes : {GostProgram::Attributes::Signed, GostProgram::Attributes::None}) {
+        const Bytes message = messageOfOther(attributes);
         EXPECT_CKR(verify(message), CKR_OK);
         EXPECT_CKR(verify(message, content), CKR_OK);
         EXPECT_CKR(verify(spoilt(message, content)), CKR_SIGNATURE_INVALID);
@@ -238,9 +227,10 @@ TEST_F(Gost, MessagesOfTheEngineAreJudged)
 }
 
 // They name the algorithms as this token did before it took the names of RFC 4490.
-TEST_F(Gost, MessagesOfCerttoolAreJudged)
+TEST_P(GostAmongOthers, MessagesOfCerttoolAreJudged)
 {
-    makeEngineSigner();
+    folder.write("content", content);
+    ASSERT_TRUE(succeeded(other.makeSigner(folder)));
     ASSERT_TRUE(succeeded(run(folder, {CERTTOOL_PROGRAM, "--p7-sign", "--load-certificate", "own.pem", "--load-privkey",
                                        "own.key", "--infile", "content", "--outder", "--outfile", "own.der"})));
     const Bytes message = folder.read("own.der");
@@ -249,9 +239,9 @@ TEST_F(Gost, MessagesOfCerttoolAreJudged)
     EXPECT_CKR(verify(spoiltAtTheEnd(message)), CKR_SIGNATURE_INVALID);
 }
 
-TEST_F(Gost, KeysBelongToTheirOwnCertificatesOnly)
+TEST_P(GostAmongOthers, KeysBelongToTheirOwnCertificatesOnly)
 {
-    issueGost("id");
+    issueGost("id", other);
     ASSERT_CKR(generateGost("other"), CKR_OK);
     Bytes message;
     EXPECT_CKR(sign(content, "id", "other", enclosed, message), CKR_KEY_TYPE_INCONSISTENT);

@@ -2,6 +2,8 @@
 // PKCS #7 messages: the token's judged by openssl, openssl's judged by the token.
 #include "tests/endtoend/softtoken/soft_token.h"
 
+#include <algorithm>
+
 namespace endtoend {
 namespace {
 

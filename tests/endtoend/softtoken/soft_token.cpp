@@ -271,7 +271,7 @@ CK_RV TokenTest::verify(Bytes message, Bytes content) const
     return module->C_TOVR_pkcs7Verify(message.data(), message.size(), content.data(), content.size());
 }
 
-Bytes TokenTest::certify(const std::string& id, const std::string& extensions)
+Bytes TokenTest::certified(const std::string& id, const std::function<Outcome()>& issue)
 {
     if (!std::filesystem::exists(folder.path() / "ca.pem")) {
         EXPECT_TRUE(succeeded(openssl(folder, {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Test CA",
@@ -280,10 +280,7 @@ Bytes TokenTest::certify(const std::string& id, const std::string& extensions)
     Bytes csr;
     EXPECT_CKR(createCsr(id, {}, csr), CKR_OK);
     folder.write("request.der", csr);
-    folder.write("extensions.cnf", bytes(extensions));
-    EXPECT_TRUE(succeeded(gostOpenssl(folder, {"x509", "-req", "-inform", "DER", "-in", "request.der", "-CA", "ca.pem",
-                                               "-CAkey", "ca.key", "-CAcreateserial", "-extfile", "extensions.cnf",
-                                               "-outform", "DER", "-out", "issued.der"})));
+    EXPECT_TRUE(succeeded(issue()));
     const Bytes certificate = folder.read("issued.der");
     EXPECT_CKR(import("issued", id, certificate), CKR_OK);
     return certificate;
@@ -292,13 +289,18 @@ Bytes TokenTest::certify(const std::string& id, const std::string& extensions)
 Bytes TokenTest::issue(const std::string& id, const std::string& extensions)
 {
     EXPECT_CKR(generateRsa(id), CKR_OK);
-    return certify(id, extensions);
+    folder.write("extensions.cnf", bytes(extensions));
+    return certified(id, [this] {
+        return openssl(folder,
+                       {"x509", "-req", "-inform", "DER", "-in", "request.der", "-CA", "ca.pem", "-CAkey", "ca.key",
+                        "-CAcreateserial", "-extfile", "extensions.cnf", "-outform", "DER", "-out", "issued.der"});
+    });
 }
 
-Bytes TokenTest::issueGost(const std::string& id)
+Bytes TokenTest::issueGost(const std::string& id, const GostProgram& issuer)
 {
     EXPECT_CKR(generateGost(id), CKR_OK);
-    return certify(id, "");
+    return certified(id, [&] { return issuer.issue(folder); });
 }
 
 } // namespace endtoend

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "include/tovr_pkcs11.h"
-#include "tests/endtoend/tools.h"
+#include "tests/endtoend/gost_program.h"
 #include "tests/support/ckr.h"
 
 #include <sys/resource.h>
@@ -104,14 +104,14 @@ protected:
 
     /// A key pair on the token and its certificate, issued by "ca.pem" in the folder; returns the certificate.
     Bytes issue(const std::string& id, const std::string& extensions = "");
-    Bytes issueGost(const std::string& id);
+    Bytes issueGost(const std::string& id, const GostProgram& issuer);
 
     CK_SESSION_HANDLE session = 0;
 
 private:
+    Bytes certified(const std::string& id, const std::function<Outcome()>& issue);
     CK_RV generate(CK_MECHANISM_TYPE type, std::vector<CK_ATTRIBUTE> publicTemplate, const std::string& label,
                    const std::string& id);
-    Bytes certify(const std::string& id, const std::string& extensions);
 };
 
 } // namespace endtoend

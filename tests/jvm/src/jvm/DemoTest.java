@@ -45,6 +45,20 @@ class DemoTest {
     }
 
     @Test
+    void bouncyCastleJudgesGostWhereOpensslHasNoEngineForIt() throws Exception {
+        Result demo = new ChildJvm().environment("OPENSSL_ENGINES", folder.toString())
+                .environment("VORNIX_SOFTTOKEN_DIR", folder.resolve("token").toString())
+                .environment("VORNIX_SO_PIN", PUK).options("-jar", DEMO).launch("life", MODULE, READER);
+
+        assertEquals(0, demo.status, demo::toString);
+        for (String told : new String[] {"\nopenssl has no GOST engine here: Bouncy Castle judges GOST.\n",
+            "   checked: so does Bouncy Castle, and takes the content out\n"}) {
+            assertTrue(demo.out.contains(told), demo::toString);
+        }
+        assertTrue(demo.out.endsWith("\n19 steps went as expected, 1 left out.\n"), demo::toString);
+    }
+
+    @Test
     void itSaysThatItCannotResetAReader() throws Exception {
         Result demo = life(PIN, MODULE, READER, "sh", "-c", "exit 77");
 
