@@ -6,6 +6,13 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 add_compile_options(-Wall -Wextra -Wpedantic -fstack-protector-strong)
+# Where the source lies and where it is built leaves no trace, so that the same source gives the same bytes.
+add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=./build)
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fcf-protection VORNIX_COMPILER_HAS_CF_PROTECTION)
+if(VORNIX_COMPILER_HAS_CF_PROTECTION)
+  add_compile_options(-fcf-protection)
+endif()
 if(VORNIX_WERROR)
   add_compile_options(-Werror)
 endif()

@@ -3,7 +3,7 @@
 find_program(VORNIX_JAVAC javac HINTS ENV JAVA_HOME PATH_SUFFIXES bin DOC "The Java compiler")
 mark_as_advanced(VORNIX_JAVAC)
 if(VORNIX_JAVAC) # the headers are in the folder beside its own
-  file(REAL_PATH ${VORNIX_JAVAC} javac)
+  get_filename_component(javac ${VORNIX_JAVAC} REALPATH) # CMake 3.18 has no file(REAL_PATH)
   get_filename_component(jdk ${javac}/../.. ABSOLUTE)
 endif()
 find_path(JNI_INCLUDE_DIR jni.h
@@ -28,7 +28,7 @@ function(vornix_require what package)
   endforeach()
 endfunction()
 
-vornix_require("The JNI headers" "openjdk-17-jdk-headless" JNI_INCLUDE_DIR JNI_MD_INCLUDE_DIR)
+vornix_require("The JNI headers" "default-jdk-headless" JNI_INCLUDE_DIR JNI_MD_INCLUDE_DIR)
 vornix_require("A PKCS #11 header" "libp11-kit-dev" PKCS11_INCLUDE_DIR)
 vornix_require("The PC/SC client library" "libpcsclite-dev" PCSCLITE_INCLUDE_DIR PCSCLITE_LIBRARY)
 

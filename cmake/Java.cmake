@@ -2,7 +2,7 @@
 # How the project's Java is compiled and packed. Releases before 17 have a jar that cannot set dates.
 find_package(Java 17 QUIET COMPONENTS Development)
 if(NOT Java_FOUND)
-  message(FATAL_ERROR "JDK 17 or newer not found: install openjdk-17-jdk-headless (Debian) or set JAVA_HOME")
+  message(FATAL_ERROR "JDK 17 or newer not found: install default-jdk-headless (Debian) or set JAVA_HOME")
 endif()
 
 cmake_path(GET Java_JAVA_EXECUTABLE PARENT_PATH VORNIX_JAVA_HOME)

@@ -33,9 +33,18 @@ TEST_F(ObjectRecordTest, ObjectWithoutAnyAttribute)
     EXPECT_EQ(listed({}), (ObjectAttr{"", "", "", ""}));
 }
 
+/// A big-endian number keeps all its bytes.
+Bytes withoutLastZeros(Bytes bytes)
+{
+    while (!bytes.empty() && bytes.back() == 0)
+        bytes.pop_back();
+    return bytes;
+}
+
 TEST_F(ObjectRecordTest, ShortNumbersAreReadAsIfFilledWithZeros)
 {
-    EXPECT_EQ(listed({{CKA_CLASS, Bytes{0x03}}, {CKA_KEY_TYPE, Bytes{0x30, 0x00}}}),
+    EXPECT_EQ(listed({{CKA_CLASS, withoutLastZeros(bytesOf(CKO_PRIVATE_KEY))},
+                      {CKA_KEY_TYPE, withoutLastZeros(bytesOf(CKK_GOSTR3410))}}),
               (ObjectAttr{"private key", "", "", "GOSTR3410"}));
 }
 
