@@ -38,8 +38,11 @@ public final class ChildJvm {
 
     /** Grants native access to a module, or to ALL-UNNAMED, and to nothing else. */
     public ChildJvm grant(String module) {
-        options("--enable-native-access=" + module);
-        return Runtime.version().feature() >= 24 ? options("--illegal-native-access=deny") : this;
+        int release = Runtime.version().feature();
+        if (release >= 17) { // earlier ones grant it to all, and know no such option
+            options("--enable-native-access=" + module);
+        }
+        return release >= 24 ? options("--illegal-native-access=deny") : this;
     }
 
     public ChildJvm environment(String name, String value) {
