@@ -1,24 +1,28 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Builds a copy of the tree elsewhere and compares the libraries and jars with those of a build folder, byte for byte.
-#
-#   scripts/same-bytes.sh <build folder of the preset release>
+# Builds libraries and jars from two copies of the tree, in folders of different depth, and compares them byte for byte.
 set -euo pipefail
-
-[ $# -eq 1 ] || { sed -n '3,5s/^# \{0,1\}//p' "$0" >&2; exit 2; }
-built=$(realpath "$1")
 cd "$(dirname "$0")/.."
+
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
+# ccache may write other names of sources into debug information.
+unset CMAKE_CXX_COMPILER_LAUNCHER
 
-mkdir "$folder/source"
-git ls-files -z | tar --create --null --files-from=- | tar --extract --directory "$folder/source"
-cmake --preset release -S "$folder/source" -B "$folder/build" -DVORNIX_TESTS=OFF >/dev/null
-cmake --build "$folder/build" >"$folder/log" || { cat "$folder/log" >&2; exit 1; }
+# build <copy of the tree> <build folder>
+build() {
+    mkdir -p "$1"
+    git ls-files -z | tar --create --null --files-from=- | tar --extract --directory "$1"
+    cmake -G Ninja -S "$1" -B "$2" -DVORNIX_JAVA=ON >/dev/null
+    cmake --build "$2" >"$folder/log" || { cat "$folder/log" >&2; exit 1; }
+}
+build "$folder/here" "$folder/here/build/release"
+build "$folder/further/away" "$folder/elsewhere"
 
 compared=0
-for file in "$folder"/build/*.so "$folder"/build/*.jar; do
-    cmp "$file" "$built/${file##*/}"
+cd "$folder/here/build/release"
+for file in *.so *.jar; do
+    cmp "$file" "$folder/elsewhere/$file"
     compared=$((compared + 1))
 done
 echo "$compared files are the same, byte for byte"
