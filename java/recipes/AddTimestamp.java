@@ -4,6 +4,7 @@ package recipes;
 import examples.Usage;
 
 import java.io.IOException;
+import java.io.InputStream;
 import java.math.BigInteger;
 import java.net.URI;
 import java.net.http.HttpClient;
@@ -42,8 +43,10 @@ public final class AddTimestamp {
 
     public static void main(String[] arguments) throws Exception {
         Usage.check(AddTimestamp.class, arguments, "MESSAGE URL AUTHORITY STAMPED");
-        X509Certificate authority = (X509Certificate) CertificateFactory.getInstance("X.509")
-                .generateCertificate(Files.newInputStream(Paths.get(arguments[2])));
+        X509Certificate authority;
+        try (InputStream file = Files.newInputStream(Paths.get(arguments[2]))) {
+            authority = (X509Certificate) CertificateFactory.getInstance("X.509").generateCertificate(file);
+        }
         Files.write(Paths.get(arguments[3]), stamp(Files.readAllBytes(Paths.get(arguments[0])),
                 URI.create(arguments[1]), Set.of(new TrustAnchor(authority, null))));
     }

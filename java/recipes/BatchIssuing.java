@@ -19,9 +19,9 @@ import java.nio.charset.StandardCharsets;
 import java.security.cert.CertificateFactory;
 import java.security.cert.X509Certificate;
 import java.time.Duration;
-import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.function.Consumer;
 
 import javax.security.auth.x500.X500Principal;
 
@@ -61,50 +61,52 @@ public final class BatchIssuing {
         List<String> persons = Arrays.asList(arguments).subList(3, arguments.length);
         try (Pin puk = Pin.of(System.getenv("VORNIX_SO_PIN").toCharArray());
                 Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray())) {
-            issue(persons, cards, puk, pin, request -> run(arguments[2], request)).forEach(System.out::println);
+            issue(persons, cards, puk, pin, request -> run(arguments[2], request), System.out::println);
         }
     }
 
     /** Issues a card to each person and reports what became of it, a line each. */
-    static List<String> issue(List<String> persons, Cards cards, Pin puk, Pin pin, Authority authority)
-            throws InterruptedException {
-        List<String> report = new ArrayList<>();
+    static void issue(List<String> persons, Cards cards, Pin puk, Pin pin, Authority authority,
+            Consumer<String> report) throws InterruptedException {
         for (String person : persons) {
             try {
                 Token token = cards.next(person);
-                X509Certificate certificate = issue(token, new X500Principal(person), puk, pin, authority);
-                report.add(person + ": issued, card " + token.readInfo().getSerialNumber() + ", certificate "
+                X509Certificate certificate = issue(token, person, puk, pin, authority);
+                report.accept(person + ": issued, card " + token.readInfo().getSerialNumber() + ", certificate "
                         + certificate.getSerialNumber().toString(16));
             } catch (InterruptedException end) {
                 throw end;
             } catch (Exception failure) {
-                report.add(person + ": FAILED, " + failure.getMessage());
+                report.accept(person + ": FAILED, " + failure.getMessage());
             }
         }
-        return report;
     }
 
-    private static X509Certificate issue(Token token, X500Principal person, Pin puk, Pin pin, Authority authority)
+    private static X509Certificate issue(Token token, String person, Pin puk, Pin pin, Authority authority)
             throws Exception {
         token.initialize(puk);
         try (TokenSession session = token.open(pin)) {
-            String label = person.getName();
-            session.generateRsaKeyPair(MODULUS_BITS, label, ID.getBytes());
-            byte[] request = session.createRequest(ID, RequestContent.builder()
-                    .subject(person)
-                    .keyUsage(KeyUsage.DIGITAL_SIGNATURE, KeyUsage.NON_REPUDIATION)
-                    .build());
-
-            X509Certificate certificate = (X509Certificate) CertificateFactory.getInstance("X.509")
-                    .generateCertificate(new ByteArrayInputStream(authority.certify(request)));
-            if (!certificate.getPublicKey().equals(session.readPublicKey(label))) {
-                throw new IOException("the authority certified another key");
-            }
-            session.importCertificate(label, ID.getBytes(), certificate);
-            byte[] test = session.sign(new byte[] {1}, ID, SignatureMode.ENCLOSED);
-            session.verify(test, null);
-            return certificate;
+            return fill(session, person, authority);
         }
+    }
+
+    /** Gives an empty card its key pair and certificate. */
+    private static X509Certificate fill(TokenSession session, String person, Authority authority) throws Exception {
+        session.generateRsaKeyPair(MODULUS_BITS, person, ID.getBytes());
+        byte[] request = session.createRequest(ID, RequestContent.builder()
+                .subject(new X500Principal(person))
+                .keyUsage(KeyUsage.DIGITAL_SIGNATURE, KeyUsage.NON_REPUDIATION)
+                .build());
+
+        X509Certificate certificate = (X509Certificate) CertificateFactory.getInstance("X.509")
+                .generateCertificate(new ByteArrayInputStream(authority.certify(request)));
+        if (!certificate.getPublicKey().equals(session.readPublicKey(person))) {
+            throw new IOException("the authority certified another key");
+        }
+        session.importCertificate(person, ID.getBytes(), certificate);
+        byte[] test = session.sign(new byte[] {1}, ID, SignatureMode.ENCLOSED);
+        session.verify(test, null);
+        return certificate;
     }
 
     /** Waits until the PC/SC service sees a card in a reader, or none. */

@@ -25,6 +25,7 @@ import java.util.concurrent.ExecutorService;
 import java.util.concurrent.Executors;
 import java.util.concurrent.Semaphore;
 import java.util.concurrent.TimeUnit;
+import java.util.concurrent.TimeoutException;
 import java.util.concurrent.locks.ReentrantLock;
 
 /**
@@ -67,7 +68,7 @@ public final class SigningService implements AutoCloseable {
     }
 
     public static void main(String[] arguments) throws Exception {
-        Usage.check(SigningService.class, arguments, "MODULE READER ID PORT PIN_FILE");
+        Usage.check(SigningService.class, arguments, "MODULE READER ID PORT PINFILE");
         SigningService service = new SigningService(arguments[0], arguments[1], firstLine(arguments[4]),
                 ObjectId.parse(arguments[2]), Integer.parseInt(arguments[3]), PATIENCE);
         Runtime.getRuntime().addShutdownHook(new Thread(service::close));
@@ -110,7 +111,10 @@ public final class SigningService implements AutoCloseable {
         } catch (Pkcs11Exception refused) {
             System.err.println(refused.getMessage());
             answer(exchange, LATER.contains(refused.getReason()) ? 503 : 500);
-        } catch (InterruptedException | IllegalStateException noPin) {
+        } catch (TimeoutException openedByAnother) {
+            answer(exchange, 503);
+        } catch (InterruptedException | IllegalStateException ending) {
+            // The PIN was wiped, because it was refused or because the service ends.
             answer(exchange, 500);
         } finally {
             if (admitted) {
@@ -129,7 +133,7 @@ public final class SigningService implements AutoCloseable {
         exchange.getResponseBody().write(body);
     }
 
-    private byte[] sign(byte[] document) throws Pkcs11Exception, InterruptedException {
+    private byte[] sign(byte[] document) throws Pkcs11Exception, InterruptedException, TimeoutException {
         try {
             return session().sign(document, id, SignatureMode.DETACHED);
         } catch (Pkcs11Exception failure) {
@@ -142,9 +146,9 @@ public final class SigningService implements AutoCloseable {
     }
 
     /** Returns the session that all threads share. One thread opens it; the others wait no longer than for a job. */
-    private TokenSession session() throws Pkcs11Exception, InterruptedException {
+    private TokenSession session() throws Pkcs11Exception, InterruptedException, TimeoutException {
         if (!opening.tryLock(patience.toMillis(), TimeUnit.MILLISECONDS)) {
-            throw new IllegalStateException("another thread is still opening the token");
+            throw new TimeoutException();
         }
         try {
             if (session == null || !session.isOpen()) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A Java application that watches readers, against the PC/SC service and a card that comes and goes.
+// Java applications that watch readers, against the PC/SC service and a card that comes and goes.
 #include "tools/child_process/child_process.h"
 #include "tools/virtual_reader/pcsc_service.h"
 #include "tools/virtual_reader/virtual_card.h"
@@ -14,6 +14,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -40,7 +41,7 @@ public:
 
     std::string next()
     {
-        std::array<char, 200> line{};
+        std::array<char, 2000> line{};
         return std::fgets(line.data(), line.size(), output_) == nullptr ? "(end)" : line.data();
     }
 
@@ -49,18 +50,42 @@ private:
     std::FILE* output_ = nullptr;
 };
 
+std::vector<std::string> java(const std::vector<std::string>& program)
+{
+    std::vector<std::string> command = {JAVA, "-Djava.library.path=" JAVA_LIBRARY_PATH, "-cp", JAVA_CLASS_PATH};
+    command.insert(command.end(), program.begin(), program.end());
+    return command;
+}
+
 TEST(ReaderWatch, TellsOfACardThatComesAndGoes)
 {
     const PcscService service;
     Lines lines;
-    ChildProcess application({JAVA, "-Djava.library.path=" JAVA_LIBRARY_PATH, "-cp", JAVA_CLASS_PATH, "WatchReaders"},
-                             STDIN_FILENO, lines.input(), STDERR_FILENO);
+    ChildProcess application(java({"WatchReaders"}), STDIN_FILENO, lines.input(), STDERR_FILENO);
     EXPECT_EQ(lines.next(), virtualReader + std::string(": no card, 0 bytes\n"));
     auto card = std::make_unique<VirtualCard>();
     EXPECT_EQ(lines.next(), virtualReader + std::string(": card of 2 bytes\n"));
     card.reset();
     EXPECT_EQ(lines.next(), virtualReader + std::string(": no card, 0 bytes\n"));
     EXPECT_EQ(lines.next(), "nothing more\n");
+    EXPECT_EQ(application.wait(), 0);
+}
+
+TEST(ReaderWatch, ABatchWaitsForEachCardAndGoesOnAfterAFailure)
+{
+    const PcscService service;
+    auto card = std::make_unique<VirtualCard>();
+    Lines lines;
+    ChildProcess application(
+        java({"recipes.BatchIssuing", "/no/such/module.so", virtualReader, "false", "CN=Alice", "CN=Boris"}),
+        STDIN_FILENO, lines.input(), STDERR_FILENO);
+    for (const std::string person : {"CN=Alice", "CN=Boris"}) {
+        // The card before it has to go first.
+        card.reset();
+        EXPECT_EQ(lines.next(), "put in the card of " + person + "\n");
+        card = std::make_unique<VirtualCard>();
+        EXPECT_EQ(lines.next().rfind(person + ": FAILED, ", 0), 0U);
+    }
     EXPECT_EQ(application.wait(), 0);
 }
 

@@ -18,13 +18,13 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
+import java.util.ArrayList;
 import java.util.List;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
-import java.util.stream.Collectors;
 import java.util.stream.Stream;
 
-/** The examples as their first reader starts them. */
+/** The examples and recipes as their first reader starts them. */
 class ExampleUsageTest extends ScriptedToken {
     private static final Path JAVA = Paths.get(System.getProperty("vornix.source"), "java");
     private static final Path PLATFORM_JAR = Paths.get(System.getProperty("vornix.platform.jar"));
@@ -41,11 +41,15 @@ class ExampleUsageTest extends ScriptedToken {
     }
 
     static List<String> names() throws IOException {
-        try (Stream<Path> sources = Files.list(JAVA.resolve("examples"))) {
-            return sources.map(source -> source.getFileName().toString())
-                    .filter(name -> name.endsWith(".java") && !name.equals("Usage.java"))
-                    .map(name -> "examples." + name.replace(".java", "")).sorted().collect(Collectors.toList());
+        List<String> names = new ArrayList<>();
+        for (String folder : new String[] {"examples", "recipes"}) {
+            try (Stream<Path> sources = Files.list(JAVA.resolve(folder))) {
+                sources.map(source -> source.getFileName().toString())
+                        .filter(name -> name.endsWith(".java") && !name.matches("(Usage|Der)\\.java"))
+                        .map(name -> folder + "." + name.replace(".java", "")).sorted().forEach(names::add);
+            }
         }
+        return names;
     }
 
     @Test

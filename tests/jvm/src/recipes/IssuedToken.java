@@ -17,6 +17,7 @@ import java.security.cert.CertificateException;
 import java.security.cert.CertificateFactory;
 import java.security.cert.TrustAnchor;
 import java.security.cert.X509Certificate;
+import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Set;
@@ -32,17 +33,18 @@ abstract class IssuedToken {
     @TempDir
     static Path folder;
 
-    static List<String> report;
+    static final List<String> REPORT = new ArrayList<>();
 
     @BeforeAll
     static void issue() throws Exception {
+        REPORT.clear();
         try (Pin puk = Pin.of("87654321".toCharArray()); Pin pin = pin()) {
-            report = BatchIssuing.issue(Arrays.asList("CN=Mallory", ALICE), person -> token(), puk, pin, request -> {
+            BatchIssuing.issue(Arrays.asList("CN=Mallory", ALICE), person -> token(), puk, pin, request -> {
                 if (new String(request).contains("Mallory")) {
                     throw new IOException("not on my list");
                 }
                 return Authority.certify(folder, request).getEncoded();
-            });
+            }, REPORT::add);
         }
     }
 

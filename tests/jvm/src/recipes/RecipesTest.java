@@ -26,6 +26,7 @@ import java.security.cert.TrustAnchor;
 import java.time.Instant;
 import java.util.Arrays;
 import java.util.Collections;
+import java.util.List;
 import java.util.Optional;
 
 /** The recipes around messages and cards, judged by OpenSSL where it can. */
@@ -37,9 +38,9 @@ class RecipesTest extends IssuedToken {
 
     @Test
     void aBatchGoesOnAfterAFailure() throws Exception {
-        assertEquals(2, report.size());
-        assertEquals("CN=Mallory: FAILED, not on my list", report.get(0));
-        assertTrue(report.get(1).matches(ALICE + ": issued, card \\p{XDigit}{16}, certificate \\p{XDigit}+"), report.get(1));
+        assertEquals(2, REPORT.size());
+        assertEquals("CN=Mallory: FAILED, not on my list", REPORT.get(0));
+        assertTrue(REPORT.get(1).matches(ALICE + ": issued, card \\p{XDigit}{16}, certificate \\p{XDigit}+"), REPORT.get(1));
         try (Pin pin = pin()) {
             assertEquals(ALICE, token().readCertificate(pin, ALICE).getSubjectX500Principal().getName());
         }
@@ -94,6 +95,11 @@ class RecipesTest extends IssuedToken {
         String printed = Processes.run("openssl", "cms", "-cmsout", "-print", "-inform", "DER",
                 "-in", write("message", message));
         assertTrue(printed.contains("UTCTIME:Feb 29 23:59:58 2024 GMT"), printed);
+
+        List<Der> attributes = Der.parse(message).at(1, 0, Der.LAST, 0, 3).children();
+        for (int i = 1; i < attributes.size(); i++) {
+            assertTrue(Arrays.compareUnsigned(attributes.get(i - 1).encode(), attributes.get(i).encode()) < 0, "unsorted");
+        }
 
         VerifyWithJdk.verify(message, CONTENT, authority());
         assertRefused("the signed attributes belong to another content", message, OTHER);

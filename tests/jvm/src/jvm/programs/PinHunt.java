@@ -43,7 +43,8 @@ public final class PinHunt {
         return (byte) ('!' + (i * i + 31 * i + 7) % 90);
     }
 
-    private static int copies() throws IOException {
+    /** Counts the copies of the PIN in the memory of this process, as bytes and as characters. */
+    public static int copies() throws IOException {
         int copies = 0;
         // Files would read through the very buffer in which a copy may lie.
         try (RandomAccessFile memory = new RandomAccessFile("/proc/self/mem", "r");
@@ -59,14 +60,14 @@ public final class PinHunt {
     }
 
     private static int copies(RandomAccessFile memory, long begin, long end) throws IOException {
-        byte[] piece = new byte[PIECE + LENGTH];
+        byte[] piece = new byte[PIECE + Character.BYTES * LENGTH];
         byte first = at(0);
         int copies = 0;
         for (long at = begin; at < end; at += PIECE) {
             memory.seek(at);
             int length = memory.read(piece, 0, (int) Math.min(piece.length, end - at));
             for (int i = 0; i < PIECE && i + LENGTH <= length; i++) {
-                if (piece[i] == first && matches(piece, i)) {
+                if (piece[i] == first && (matches(piece, i, 1) || matches(piece, i, Character.BYTES))) {
                     copies++;
                 }
             }
@@ -75,9 +76,10 @@ public final class PinHunt {
         return copies;
     }
 
-    private static boolean matches(byte[] piece, int begin) {
+    /** Compares bytes, or the lower halves of characters. The upper ones are zero. */
+    private static boolean matches(byte[] piece, int begin, int width) {
         int i = 0;
-        while (i < LENGTH && piece[begin + i] == at(i)) {
+        while (i < LENGTH && begin + i * width < piece.length && piece[begin + i * width] == at(i)) {
             i++;
         }
         return i == LENGTH;
