@@ -9,6 +9,7 @@
 #include <csignal>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -29,8 +30,8 @@ DWORD readerState()
 std::vector<std::string> command()
 {
     std::vector<std::string> words = {PCSCD, "--foreground", "--critical", "--config", READER_CONFIGURATION};
-    if (const std::string option = WITHOUT_POLKIT; !option.empty()) // else the service does not know the option
-        words.push_back(option);
+    if (const std::string_view option = WITHOUT_POLKIT; !option.empty()) // else the service does not know the option
+        words.emplace_back(option);
     return words;
 }
 
