@@ -9,7 +9,6 @@
 #include <csignal>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace {
@@ -30,7 +29,8 @@ DWORD readerState()
 std::vector<std::string> command()
 {
     std::vector<std::string> words = {PCSCD, "--foreground", "--critical", "--config", READER_CONFIGURATION};
-    if (const std::string_view option = WITHOUT_POLKIT; !option.empty()) // else the service does not know the option
+    const char* const option = WITHOUT_POLKIT;
+    if (*option != '\0') // else the service does not know the option
         words.emplace_back(option);
     return words;
 }
