@@ -44,6 +44,8 @@ extern "C" JNIEXPORT void JNICALL Java_com_tovr_smartcard_vornixtoken_NativeCall
         entry("createRequest", "(JJ[B[B[BJ[BJ[BJ)[B", natives::createRequest),
         entry("resetReader", "([B)V", natives::resetReader),
         entry("pcscReaders", "()[B", natives::pcscReaders),
+        entry("keepShared", "(Ljava/lang/Object;)[B", natives::keepShared),
+        entry("findShared", "([B)Ljava/lang/Object;", natives::findShared),
         entry("awaitReaderChange", "([[B[JJ)[B", natives::awaitReaderChange),
     };
     (void)env->RegisterNatives(callClass, methods.data(), methods.size()); // a failure leaves a Java exception

@@ -47,4 +47,8 @@ jbyteArray createRequest(JNIEnv* env, jobject call, jlong module, jlong session,
                          jbyteArray privateKeyId, jbyteArray subject, jlong subjectCount, jbyteArray attributes,
                          jlong attributeCount, jbyteArray extensions, jlong extensionCount);
 
+// --- shared_object.cpp ---
+jbyteArray keepShared(JNIEnv* env, jobject call, jobject object);
+jobject findShared(JNIEnv* env, jobject call, jbyteArray name);
+
 } // namespace natives

@@ -3,6 +3,7 @@ package jvm.programs;
 
 import jvm.support.Threads;
 
+import java.io.ByteArrayOutputStream;
 import java.net.URL;
 import java.net.URLClassLoader;
 import java.nio.charset.StandardCharsets;
@@ -28,6 +29,8 @@ public final class TwoClassLoaders {
             Threads.run(2, 100, second);
             beside.join();
         }
+        // What the copies share must not keep others from writing the system's properties, which takes texts only.
+        System.getProperties().store(new ByteArrayOutputStream(), null);
     }
 
     private static Threads.Work listing(ClassLoader loader, String[] arguments) throws Exception {

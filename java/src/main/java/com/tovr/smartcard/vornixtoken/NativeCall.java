@@ -122,6 +122,12 @@ final class NativeCall {
      */
     native byte[] awaitReaderChange(byte[][] names, long[] states, long timeout) throws NativeFailure;
 
+    /** Keeps an object for the rest of the process. Returns a name, by which any class loader's copy finds it. */
+    native byte[] keepShared(Object object);
+
+    /** Finds a kept object by its name; {@code null} where this process has none of that name. */
+    native Object findShared(byte[] name);
+
     /** What the call had to say: lines, each with its line end; empty when there are none. */
     String diagnostics() {
         return diagnostics;

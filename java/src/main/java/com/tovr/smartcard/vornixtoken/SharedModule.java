@@ -2,6 +2,7 @@
 package com.tovr.smartcard.vornixtoken;
 
 import java.util.AbstractMap.SimpleEntry;
+import java.nio.charset.StandardCharsets;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -17,9 +18,9 @@ import java.util.concurrent.atomic.AtomicInteger;
  * What all copies of these classes in the virtual machine must know of one module: its locks, and whether and by whom it
  * was initialised. The module exists once in the process, whichever class loader uses it.
  *
- * <p>The copies meet in the system's properties, the one map that all class loaders see and anybody may put an object
- * into. It holds types of the Java library only, so no class loader is kept alive by it. The key's end is raised when
- * the contents change.
+ * <p>The copies meet in a map whose name is a system property; {@link NativeCall#keepShared} says why a name. The map
+ * holds types of the Java library only, so no class loader is kept alive by it. The property's end is raised when the
+ * contents change.
  */
 final class SharedModule {
     /** A caller with all permits is alone in the module. */
@@ -29,6 +30,7 @@ final class SharedModule {
     static final int TAKES_SEVERAL_THREADS = 0;
     static final int INITIALIZED_BY_OTHERS = 2;
 
+    private static final String PLACE = "com.tovr.smartcard.vornixtoken.modules.1";
     private static final ConcurrentMap<Long, ConcurrentMap<String, Object>> MODULES = meetingPlace();
 
     /** A call inside the module holds one permit, or all. */
@@ -63,8 +65,15 @@ final class SharedModule {
 
     @SuppressWarnings("unchecked")
     private static ConcurrentMap<Long, ConcurrentMap<String, Object>> meetingPlace() {
-        return (ConcurrentMap<Long, ConcurrentMap<String, Object>>) System.getProperties()
-                .computeIfAbsent("com.tovr.smartcard.vornixtoken.modules.1", key -> new ConcurrentHashMap<>());
+        synchronized (PLACE) { // a literal is one object for all class loaders
+            String name = System.getProperty(PLACE);
+            Object place = name == null ? null : new NativeCall().findShared(name.getBytes(StandardCharsets.US_ASCII));
+            if (place == null) {
+                place = new ConcurrentHashMap<>();
+                System.setProperty(PLACE, new String(new NativeCall().keepShared(place), StandardCharsets.US_ASCII));
+            }
+            return (ConcurrentMap<Long, ConcurrentMap<String, Object>>) place;
+        }
     }
 
     /** The one lock of a slot, fair. */
