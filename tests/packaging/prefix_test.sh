@@ -37,6 +37,7 @@ an_empty_prefix_takes_everything() {
     rm -rf "$PREFIX"
     cmake --install "$BUILD" --prefix "$PREFIX"
     cmp "$SOURCE/LICENSE" "$PREFIX/share/doc/vornixtoken/LICENSE"
+    cmp "$SOURCE/include/tovr_pkcs11.h" "$PREFIX/include/vornixtoken/tovr_pkcs11.h"
     for library in libVornixToken_Javalib.so libvornixtoken_session.so; do
         cmp "$PREFIX/$LIBDIR/$library" "$PREFIX/$LIBDIR/jni/$library"
     done
