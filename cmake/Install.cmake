@@ -39,7 +39,7 @@ if(VORNIX_SOFTTOKEN)
 endif()
 if(VORNIX_JAVA)
   list(APPEND built_files $<TARGET_PROPERTY:vornixtoken_jar,JAR> $<TARGET_PROPERTY:vornixtoken_tool_jar,JAR>
-       $<TARGET_PROPERTY:vornixtoken_tool_manual,FILE> $<TARGET_PROPERTY:vornixtoken_tool_completion,FILE>)
+       $<TARGET_PROPERTY:vornixtoken_tool_pages,FILE>)
 endif()
 install(CODE "set(built_files \"${built_files}\")" COMPONENT prefix)
 set(installed_folders ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_LIBDIR} ${CMAKE_INSTALL_INCLUDEDIR}
@@ -94,8 +94,11 @@ if(VORNIX_JAVA)
   set(VORNIX_JARS /${prefix_from_launcher}/${tool_folder})
   configure_file(java/tool/vornixtoken-tool ${prepared}/vornixtoken-tool @ONLY)
   install(PROGRAMS ${prepared}/vornixtoken-tool DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
-  install(FILES $<TARGET_PROPERTY:vornixtoken_tool_manual,FILE> DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+  install(DIRECTORY $<TARGET_PROPERTY:vornixtoken_tool_pages,FOLDER_OF_PAGES>/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}
           COMPONENT tools)
-  install(FILES $<TARGET_PROPERTY:vornixtoken_tool_completion,FILE>
-          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+  install(DIRECTORY $<TARGET_PROPERTY:vornixtoken_tool_pages,FOLDER_OF_PAGES>/ DESTINATION ${CMAKE_INSTALL_DATADIR}
+          COMPONENT tools PATTERN man EXCLUDE)
+  # Debian's zsh looks for packages' functions in the one folder, and for those of /usr/local in the other.
+  vornix_install_link(${CMAKE_INSTALL_DATADIR}/zsh/site-functions _vornixtoken-tool
+                      ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions/_vornixtoken-tool prefix)
 endif()

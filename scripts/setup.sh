@@ -14,11 +14,12 @@
 set -euo pipefail
 
 library=(cmake g++ make default-jdk-headless libp11-kit-dev libpcsclite-dev)
-build=("${library[@]}" ninja-build libssl-dev libgnutls28-dev softhsm2 libpicocli-java help2man)
+build=("${library[@]}" ninja-build libssl-dev libgnutls28-dev softhsm2 libpicocli-java)
 demo=("${build[@]}" openssl libbcpkix-java pcscd vsmartcard-vpcd iproute2 util-linux)
 # Debian 12 has OpenSSL's GOST engine too; Debian 13 has Bouncy Castle alone as judge of GOST.
 [ "$(sed -n 's/^VERSION_ID="\(.*\)"$/\1/p' /etc/os-release)" != 12 ] || demo+=(libengine-gost-openssl)
-test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin pkg-config git)
+test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin pkg-config git
+      fish mandoc zsh)
 docs=("${build[@]}" mkdocs doxygen)
 ci=("${test[@]}" mkdocs doxygen clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck
     maven libmaven-compiler-plugin-java libmaven-resources-plugin-java libexec-maven-plugin-java)

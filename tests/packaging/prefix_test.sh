@@ -70,11 +70,27 @@ the_tool_finds_its_jars_and_libraries() {
         "$PREFIX/bin/vornixtoken-tool" info
 }
 
-manual_and_completion_know_the_commands() {
-    grep -q 'create\\-request' "$PREFIX/share/man/man1/vornixtoken-tool.1"
+the_manual_has_a_page_for_each_command() {
+    local page=$PREFIX/share/man/man1/vornixtoken-tool command commands=0
+    for command in $("$PREFIX/bin/vornixtoken-tool" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z][a-z-]*\) .*/\1/p'); do
+        expect "vornixtoken-tool-$command" mandoc -T ascii "$page-$command.1"
+        commands=$((commands + 1))
+    done
+    [ "$commands" -ge 18 ] || fail "the tool's help shows $commands commands"
+    expect "create-request" mandoc -T ascii "$page.1"
+    # Its text is the tool's, which has no date.
+    ! mandoc -T lint -W warning "$page"*.1 | grep -v "missing date" || fail "mandoc warns of the above"
+}
+
+three_shells_complete_the_commands() {
     # shellcheck disable=SC1091 # made by the build
     source "$PREFIX/share/bash-completion/completions/vornixtoken-tool"
     complete -p vornixtoken-tool >/dev/null
+    expect "--detached" env HOME="$folder" zsh -f "$here/complete.zsh" "$PREFIX/share/zsh/vendor-completions" \
+        "vornixtoken-tool sign --det"
+    expect "generate-gost" env HOME="$folder" fish --no-config -c "source '$PREFIX'/share/fish/vendor_completions.d/*
+        complete -C 'vornixtoken-tool gen'"
+    cmp "$PREFIX"/share/zsh/{site-functions,vendor-completions}/_vornixtoken-tool
 }
 
 a_moved_prefix_works() {
