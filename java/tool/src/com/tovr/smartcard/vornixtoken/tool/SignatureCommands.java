@@ -3,6 +3,7 @@ package com.tovr.smartcard.vornixtoken.tool;
 
 import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.RequestContent;
+import com.tovr.smartcard.vornixtoken.SignatureMode;
 import com.tovr.smartcard.vornixtoken.Token;
 
 import picocli.CommandLine.ArgGroup;
@@ -80,7 +81,7 @@ final class SignatureCommands {
         private Word flags;
 
         long word() {
-            return flags != null ? flags.value : detached ? 1 : 0;
+            return flags != null ? flags.value : (detached ? SignatureMode.DETACHED : SignatureMode.ENCLOSED).getWord();
         }
     }
 
