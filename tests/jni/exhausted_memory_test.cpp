@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the library writes when there is no memory for it.
 #include "p11/P11Wrapper.h"
-#include "tests/jni/watched_heap.h"
 #include "tests/support/captured_output.h"
+#include "tests/support/watched_heap.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // What all native methods of Pkcs11Wrapper do alike, whatever their own job.
 #include "tests/jni/native_calls.h"
 #include "tests/jni/native_method_test.h"
-#include "tests/jni/watched_heap.h"
+#include "tests/support/watched_heap.h"
 
 #include <new>
 #include <stdexcept>

@@ -2,7 +2,7 @@
 // The function table of RecordingJniEnv.
 #include "tests/jni/RecordingJniEnv.h"
 
-#include "tests/jni/refusing_function_table.h"
+#include "tests/support/refusing_function_table.h"
 
 #include <cstdarg>
 #include <cstring>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The instruments themselves: what the recording environment and the watched heap must not let pass.
 #include "tests/jni/native_method_test.h"
-#include "tests/jni/watched_heap.h"
+#include "tests/support/watched_heap.h"
 
 #include <gtest/gtest-spi.h>
 

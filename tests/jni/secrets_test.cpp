@@ -2,7 +2,7 @@
 // No native method gives memory back to the heap with a PIN in it, however it ends.
 #include "tests/jni/native_calls.h"
 #include "tests/jni/native_method_test.h"
-#include "tests/jni/watched_heap.h"
+#include "tests/support/watched_heap.h"
 
 #include <new>
 #include <optional>

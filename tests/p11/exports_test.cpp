@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // The built library as the dynamic loader meets it.
+#include "tests/support/library_file.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <memory>
 #include <set>
 #include <sstream>
 #include <string>
@@ -64,31 +64,11 @@ const std::set<std::string> wrapperMembers = {
     "_ZTS10P11Wrapper",
 };
 
-std::string outputOf(const std::string& command)
-{
-    const auto close = [](std::FILE* stream) { EXPECT_EQ(pclose(stream), 0); };
-    const std::unique_ptr<std::FILE, decltype(close)> stream(popen(command.c_str(), "r"), close);
-    std::string output;
-    char buffer[4096];
-    while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, stream.get()))
-        output.append(buffer, count);
-    return output;
-}
-
-std::set<std::string> exportedNames()
-{
-    std::istringstream lines(outputOf(NM " -D --defined-only -P '" LIBRARY "'"));
-    std::set<std::string> names;
-    for (std::string line; std::getline(lines, line);)
-        names.insert(line.substr(0, line.find(' ')));
-    return names;
-}
-
 TEST(Exports, AreTheJavaMethodsAndTheWrapperAndNothingElse)
 {
     std::set<std::string> expected = javaMethods;
     expected.insert(wrapperMembers.begin(), wrapperMembers.end());
-    EXPECT_EQ(exportedNames(), expected);
+    EXPECT_EQ(scripted::exportedNames(NM, LIBRARY), expected);
 }
 
 #if defined(__clang__) && defined(__has_feature)
@@ -100,7 +80,7 @@ TEST(Exports, AreTheJavaMethodsAndTheWrapperAndNothingElse)
 #ifndef PADDED_GLOBALS
 TEST(Exports, VirtualTableHoldsTheDestructorAlone)
 {
-    std::istringstream lines(outputOf(NM " -D --defined-only -P -t d '" LIBRARY "'"));
+    std::istringstream lines(scripted::outputOf(NM " -D --defined-only -P -t d '" LIBRARY "'"));
     unsigned long size = 0;
     for (std::string line; std::getline(lines, line);) {
         std::istringstream fields(line);
@@ -115,10 +95,10 @@ TEST(Exports, VirtualTableHoldsTheDestructorAlone)
 
 TEST(Exports, EveryAddressIsResolvedAtLoadingAndThenReadOnly)
 {
-    const std::string dynamic = outputOf(READELF " -dW '" LIBRARY "'");
+    const std::string dynamic = scripted::outputOf(READELF " -dW '" LIBRARY "'");
     EXPECT_THAT(dynamic, testing::HasSubstr("BIND_NOW"));
     EXPECT_THAT(dynamic, testing::HasSubstr("Library soname: [libVornixToken_Javalib.so]"));
-    EXPECT_THAT(outputOf(READELF " -lW '" LIBRARY "'"), testing::HasSubstr("GNU_RELRO"));
+    EXPECT_THAT(scripted::outputOf(READELF " -lW '" LIBRARY "'"), testing::HasSubstr("GNU_RELRO"));
 }
 
 #ifdef BRANCH_TARGETS_ARE_MARKED
@@ -137,7 +117,7 @@ TEST(Exports, OnlyThePcscClientAndTheRuntimeAreNeeded)
     std::istringstream sanitizers(SANITIZER_RUNTIMES);
     for (std::string runtime; sanitizers >> runtime;)
         allowed.insert(runtime);
-    const std::string dynamic = outputOf(READELF " -dW '" LIBRARY "'");
+    const std::string dynamic = scripted::outputOf(READELF " -dW '" LIBRARY "'");
     const std::string mark = "Shared library: [";
     std::set<std::string> needed;
     for (std::size_t at = 0; (at = dynamic.find(mark, at)) != std::string::npos;) {

@@ -278,7 +278,7 @@ CK_RV deliverFunctionList(CK_FUNCTION_LIST_PTR_PTR list)
         return CKR_GENERAL_ERROR;
     }
     module->transcript.add("C_GetFunctionList: " + codeName(module->functionListResult));
-    *list = &functions.standard;
+    *list = module->functionList != nullptr ? module->functionList : &functions.standard;
     return module->functionListResult;
 }
 

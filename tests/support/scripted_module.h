@@ -66,11 +66,12 @@ public:
 
     std::vector<Slot> slots{{7, "Scripted Reader 0"}}; ///< the token is in each of them
     Token token;
-    std::map<CK_OBJECT_HANDLE, Object> objects; ///< found in the order of their handles
-    CK_SESSION_HANDLE nextSession = 41;         ///< session handles count up from here …
-    CK_OBJECT_HANDLE nextObject = 101;          ///< … and object handles from here
-    CK_RV functionListResult = CKR_OK;          ///< what C_GetFunctionList answers; it always delivers a list
-    CK_ULONG imprecision = 0;                   ///< vendor length queries announce so many bytes too many
+    std::map<CK_OBJECT_HANDLE, Object> objects;  ///< found in the order of their handles
+    CK_SESSION_HANDLE nextSession = 41;          ///< session handles count up from here …
+    CK_OBJECT_HANDLE nextObject = 101;           ///< … and object handles from here
+    CK_RV functionListResult = CKR_OK;           ///< what C_GetFunctionList answers; it always delivers a list
+    CK_FUNCTION_LIST_PTR functionList = nullptr; ///< what it delivers; null for the functions below
+    CK_ULONG imprecision = 0;                    ///< vendor length queries announce so many bytes too many
 
     CK_OBJECT_HANDLE add(Object object);
 

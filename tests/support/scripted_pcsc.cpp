@@ -78,6 +78,38 @@ LONG SCardDisconnect(SCARDHANDLE card, DWORD disposition)
                    &ScriptedPcsc::disconnectResult, nothing);
 }
 
+LONG SCardListReaders(SCARDCONTEXT context, LPCSTR groups, LPSTR names, LPDWORD length)
+{
+    return perform("SCardListReaders(context " + std::to_string(context) + ", " + pointerText(groups) + ", names " +
+                       pointerText(names) + ")",
+                   &ScriptedPcsc::listResult, [&](const ScriptedPcsc& service) {
+                       std::string list;
+                       for (const std::string& reader : service.readers)
+                           list += reader + '\0';
+                       list += '\0';
+                       if (names != nullptr)
+                           list.copy(names, *length);
+                       *length = list.size();
+                       return " -> length " + std::to_string(*length);
+                   });
+}
+
+LONG SCardGetStatusChange(SCARDCONTEXT context, DWORD timeout, SCARD_READERSTATE* states, DWORD count)
+{
+    std::string call =
+        "SCardGetStatusChange(context " + std::to_string(context) + ", timeout " + std::to_string(timeout) + ", {";
+    for (DWORD i = 0; i < count; ++i)
+        call += (i == 0 ? "" : ", ") + stringText(states[i].szReader) + " " + hexNumber(states[i].dwCurrentState);
+    ScriptedPcsc* const service = currentService;
+    if (service == nullptr) {
+        forbiddenCall(call);
+        return SCARD_E_NO_SERVICE;
+    }
+    const LONG code = service->statusChange(states, count);
+    service->transcript.add(call + "}): " + std::to_string(code));
+    return code;
+}
+
 LONG SCardReleaseContext(SCARDCONTEXT context)
 {
     return perform("SCardReleaseContext(context " + std::to_string(context) + ")", &ScriptedPcsc::releaseResult,

@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
-// The four PC/SC functions that the library may call, answered by the test program: its own definitions win over those
+// The PC/SC functions that the libraries may call, answered by the test program: its own definitions win over those
 // of libpcsclite. Calling them without a ScriptedPcsc fails the test.
 #pragma once
 
 #include "tests/support/transcript.h"
 
 #include <winscard.h>
+
+#include <functional>
+#include <string>
+#include <vector>
 
 namespace scripted {
 
@@ -22,6 +26,10 @@ public:
     LONG connectResult = SCARD_S_SUCCESS;
     LONG disconnectResult = SCARD_S_SUCCESS;
     LONG releaseResult = SCARD_S_SUCCESS;
+    LONG listResult = SCARD_S_SUCCESS;
+    std::vector<std::string> readers{"Scripted Reader 0"};
+    /// What SCardGetStatusChange does with the states; unless replaced, nothing has changed.
+    std::function<LONG(SCARD_READERSTATE* states, DWORD count)> statusChange = [](auto...) { return SCARD_E_TIMEOUT; };
     SCARDCONTEXT context = 81;
     SCARDHANDLE card = 91;
 

@@ -2,7 +2,7 @@
 // What the module leaves in freed memory, and what it answers when memory runs out.
 #include "tests/endtoend/softtoken/freed_memory.h"
 #include "tests/endtoend/softtoken/soft_token.h"
-#include "tests/jni/watched_heap.h"
+#include "tests/support/watched_heap.h"
 
 #include <cstdlib>
 #include <cstring>

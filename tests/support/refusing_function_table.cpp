@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/jni/refusing_function_table.h"
+#include "tests/support/refusing_function_table.h"
 
 #include <gtest/gtest.h>
 

@@ -16,6 +16,30 @@ public:
     AllocationLimit& operator=(const AllocationLimit&) = delete;
 };
 
+/// While it lives, one allocation of a shared library fails with std::bad_alloc: the n-th from now on (1 is the next
+/// one). The allocations of other files, the test program's and what it calls for instance, are not counted. One at a
+/// time.
+class FailingAllocation {
+public:
+    /// `library` is how the name of its file begins.
+    FailingAllocation(const char* library, unsigned n);
+    ~FailingAllocation();
+    FailingAllocation(const FailingAllocation&) = delete;
+    FailingAllocation& operator=(const FailingAllocation&) = delete;
+
+    /// Whether that allocation has come.
+    [[nodiscard]] bool hasFailed() const { return untilFailure_ == 0; }
+
+    /// For operator new.
+    [[nodiscard]] bool fails(const void* caller);
+
+private:
+    [[nodiscard]] bool isOfLibrary(const void* caller) const;
+
+    const char* library_;
+    unsigned untilFailure_;
+};
+
 /// While it lives, inspects every block that is given back to the heap. One at a time.
 ///
 /// It sees only the heap. A std::string of up to 15 bytes keeps its characters outside the heap, so a test and its
