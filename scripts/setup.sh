@@ -19,7 +19,7 @@ demo=("${build[@]}" openssl libbcpkix-java pcscd vsmartcard-vpcd iproute2 util-l
 # Debian 12 has OpenSSL's GOST engine too; Debian 13 has Bouncy Castle alone as judge of GOST.
 [ "$(sed -n 's/^VERSION_ID="\(.*\)"$/\1/p' /etc/os-release)" != 12 ] || demo+=(libengine-gost-openssl)
 test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin pkg-config git
-      fish mandoc zsh)
+      fish libnss3 mandoc p11-kit-modules zsh)
 docs=("${build[@]}" mkdocs doxygen)
 ci=("${test[@]}" mkdocs doxygen clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck
     maven libmaven-compiler-plugin-java libmaven-resources-plugin-java libexec-maven-plugin-java)

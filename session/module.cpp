@@ -22,10 +22,10 @@ bool isOwnFunction(void* library, void* function)
 
 Outcome Module::load(const char* path, const Diagnostics& lines, std::unique_ptr<Module>& module)
 {
-    void* library = loadModule(path, lines);
+    std::unique_ptr<Module> loaded(new Module); // the constructor is private: no make_unique
+    void* library = loaded->library_ = loadModule(path, lines);
     if (library == nullptr)
         return {CKR_GENERAL_ERROR, "dlopen"};
-    std::unique_ptr<Module> loaded(new Module(library)); // the constructor is private: no make_unique
 
     const Outcome none(CKR_GENERAL_ERROR, "C_GetFunctionList");
     void* getFunctionList = dlsym(library, "C_GetFunctionList");
@@ -41,7 +41,8 @@ Outcome Module::load(const char* path, const Diagnostics& lines, std::unique_ptr
 
 Module::~Module()
 {
-    (void)dlclose(library_); // at worst the file stays
+    if (library_ != nullptr)
+        (void)dlclose(library_); // at worst the file stays
 }
 
 Outcome initialize(const Module& module, const Diagnostics& lines, Initialization& initialization)
@@ -49,10 +50,13 @@ Outcome initialize(const Module& module, const Diagnostics& lines, Initializatio
     CK_C_INITIALIZE_ARGS arguments{};
     arguments.flags = CKF_OS_LOCKING_OK;
     initialization = Initialization::byUsForSeveralThreads;
-    Outcome outcome = initializeModule(module.functions(), &arguments, lines);
+    std::string refusal; // that of a module that cannot lock is no failure
+    Outcome outcome = initializeModule(module.functions(), &arguments, Diagnostics(refusal));
     if (outcome.code == CKR_CANT_LOCK) {
         initialization = Initialization::byUsForOneThread;
         outcome = initializeModule(module.functions(), nullptr, lines);
+    } else {
+        lines.write(refusal);
     }
     if (outcome.code == CKR_CRYPTOKI_ALREADY_INITIALIZED) {
         initialization = Initialization::bySomebodyElse;

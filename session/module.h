@@ -23,9 +23,9 @@ public:
     CK_FUNCTION_LIST_PTR functions() const { return functions_; }
 
 private:
-    explicit Module(void* library) : library_(library) {}
+    Module() = default;
 
-    void* library_;
+    void* library_ = nullptr;
     CK_FUNCTION_LIST_PTR functions_ = nullptr;
 };
 

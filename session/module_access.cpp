@@ -29,9 +29,16 @@ Outcome listSlots(CK_FUNCTION_LIST_PTR functions, std::vector<CK_SLOT_ID>& slots
     return {rv, "C_GetSlotList"};
 }
 
+/// A token that did not answer has no texts.
 void packToken(CK_RV code, const CK_TOKEN_INFO& token, Packing& packing)
 {
     packing.number(code);
+    if (code != CKR_OK) {
+        for (int text = 0; text < 4; ++text)
+            packing.text("");
+        packing.number(0);
+        return;
+    }
     packing.padded(token.label);
     packing.padded(token.manufacturerID);
     packing.padded(token.model);
@@ -61,7 +68,7 @@ Outcome describeSlots(CK_FUNCTION_LIST_PTR functions, bool tokens, const Diagnos
         packing.padded(slot.slotDescription);
         packing.padded(slot.manufacturerID);
         packing.number(slot.flags);
-        packToken(tokenCode, tokenCode == CKR_OK ? token : CK_TOKEN_INFO{}, packing);
+        packToken(tokenCode, token, packing);
     }
     return list;
 }
@@ -98,7 +105,7 @@ jlong natives::functionList(JNIEnv*, jobject, jlong module)
 jint natives::initialize(JNIEnv* env, jobject call, jlong module)
 {
     Initialization initialization{};
-    run(env, call, [&](const Diagnostics& lines) { return initialize(moduleOf(module), lines, initialization); });
+    run(env, call, [&](const Diagnostics& lines) { return ::initialize(moduleOf(module), lines, initialization); });
     return static_cast<jint>(initialization);
 }
 
@@ -115,7 +122,7 @@ void natives::unload(JNIEnv*, jobject, jlong module)
 
 jboolean natives::hasVendorFunctions(JNIEnv*, jobject, jlong module)
 {
-    return hasVendorFunctions(moduleOf(module).functions()) ? JNI_TRUE : JNI_FALSE;
+    return ::hasVendorFunctions(moduleOf(module).functions()) ? JNI_TRUE : JNI_FALSE;
 }
 
 jbyteArray natives::slots(JNIEnv* env, jobject call, jlong module, jboolean tokens)
@@ -129,7 +136,7 @@ jlong natives::openSession(JNIEnv* env, jobject call, jlong module, jlong slot)
 {
     CK_SESSION_HANDLE handle = CK_INVALID_HANDLE;
     run(env, call, [&](const Diagnostics&) {
-        return openSession(moduleOf(module).functions(), static_cast<CK_SLOT_ID>(slot), handle);
+        return ::openSession(moduleOf(module).functions(), static_cast<CK_SLOT_ID>(slot), handle);
     });
     return static_cast<jlong>(handle);
 }
@@ -167,7 +174,7 @@ void natives::changePin(JNIEnv* env, jobject call, jlong module, jlong session, 
 
 void natives::resetReader(JNIEnv* env, jobject call, jbyteArray name)
 {
-    run(env, call, [&](const Diagnostics& lines) { return resetReader(ByteArray(env, name).cString(), lines); });
+    run(env, call, [&](const Diagnostics& lines) { return ::resetReader(ByteArray(env, name).cString(), lines); });
 }
 
 jbyteArray natives::pcscReaders(JNIEnv* env, jobject call)

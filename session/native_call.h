@@ -31,7 +31,12 @@ public:
     ByteArray(JNIEnv* env, jbyteArray array);
 
     ByteRun run() { return {firstByte(bytes_), bytes_.size()}; }
-    std::string_view text() const { return {reinterpret_cast<const char*>(bytes_.data()), bytes_.size()}; }
+
+    /// Never without a pointer, which would tell a job that there is no text.
+    std::string_view text() const
+    {
+        return bytes_.empty() ? "" : std::string_view(reinterpret_cast<const char*>(bytes_.data()), bytes_.size());
+    }
 
     /// The same with a NUL behind it.
     const char* cString();

@@ -104,7 +104,7 @@ TEST(Exports, EveryAddressIsResolvedAtLoadingAndThenReadOnly)
 #ifdef BRANCH_TARGETS_ARE_MARKED
 TEST(Exports, IndirectBranchesHaveMarkedTargets)
 {
-    const std::string marked = outputOf(OBJDUMP " -d '" LIBRARY "' | grep -c endbr64");
+    const std::string marked = scripted::outputOf(OBJDUMP " -d '" LIBRARY "' | grep -c endbr64");
     EXPECT_GT(std::stoul(marked), javaMethods.size() + wrapperMembers.size());
 }
 #endif
