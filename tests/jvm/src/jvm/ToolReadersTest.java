@@ -64,8 +64,10 @@ class ToolReadersTest extends ScriptedToken {
     }
 
     @Test
-    void theServiceMayBeMissing() throws Exception {
+    void theServiceAndTheLibraryOfTheNativeMethodsMayBeMissing() throws Exception {
         Result result = new ChildJvm().environment("PCSCLITE_CSOCK_NAME", "/nonexistent/pcscd.comm")
+                .options("-Dvornixtoken.library=/nonexistent/natives.so", "-Dvornixtoken.sessionLibrary="
+                        + System.getProperty("java.library.path") + "/libvornixtoken_session.so")
                 .options("-jar", JAR, "readers", "-m", module).launch();
 
         assertTrue(result.out.endsWith("\nPC/SC readers\nNone can be listed: watching readers: "

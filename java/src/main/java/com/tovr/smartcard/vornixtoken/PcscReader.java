@@ -75,7 +75,7 @@ public final class PcscReader {
     }
 
     private static List<PcscReader> ask(List<PcscReader> known, long milliseconds) throws Pkcs11Exception {
-        NativeLibrary.load();
+        NativeLibrary.loadSessions();
         byte[][] names = known.stream().map(each -> each.name.getBytes(StandardCharsets.UTF_8)).toArray(byte[][]::new);
         long[] states = known.stream().mapToLong(each -> each.state).toArray();
         Attempt attempt = new Attempt(() -> "watching readers", Attempt.Manner.DEFAULT);
