@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What is told of a module's slots and of the PC/SC service's readers.
 #include "tests/session/scene.h"
+#include "tests/support/watched_heap.h"
 
 namespace {
 
@@ -120,6 +121,7 @@ TEST_F(Slots, ThatNeverFitAreAFailureAtLast)
 
 TEST_F(Slots, MoreThanMemoryHoldsAreAnOutOfMemoryError)
 {
+    const AllocationLimit limit(std::size_t{1} << 40); // a sanitizer would end the program
     for (const CK_ULONG many : {CK_ULONG{1} << 55, ~CK_ULONG{0}}) {
         module.C_GetSlotList = [=](CK_BBOOL, CK_SLOT_ID*, CK_ULONG* count) {
             *count = many;

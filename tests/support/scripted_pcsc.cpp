@@ -78,34 +78,34 @@ LONG SCardDisconnect(SCARDHANDLE card, DWORD disposition)
                    &ScriptedPcsc::disconnectResult, nothing);
 }
 
-LONG SCardListReaders(SCARDCONTEXT context, LPCSTR groups, LPSTR names, LPDWORD length)
+LONG SCardListReaders(SCARDCONTEXT context, LPCSTR groups, LPSTR readers, LPDWORD cchReaders)
 {
     return perform("SCardListReaders(context " + std::to_string(context) + ", " + pointerText(groups) + ", names " +
-                       pointerText(names) + ")",
+                       pointerText(readers) + ")",
                    &ScriptedPcsc::listResult, [&](const ScriptedPcsc& service) {
                        std::string list;
                        for (const std::string& reader : service.readers)
                            list += reader + '\0';
                        list += '\0';
-                       if (names != nullptr)
-                           list.copy(names, *length);
-                       *length = list.size();
-                       return " -> length " + std::to_string(*length);
+                       if (readers != nullptr)
+                           list.copy(readers, *cchReaders);
+                       *cchReaders = list.size();
+                       return " -> length " + std::to_string(*cchReaders);
                    });
 }
 
-LONG SCardGetStatusChange(SCARDCONTEXT context, DWORD timeout, SCARD_READERSTATE* states, DWORD count)
+LONG SCardGetStatusChange(SCARDCONTEXT context, DWORD timeout, SCARD_READERSTATE* states, DWORD readers)
 {
     std::string call =
         "SCardGetStatusChange(context " + std::to_string(context) + ", timeout " + std::to_string(timeout) + ", {";
-    for (DWORD i = 0; i < count; ++i)
+    for (DWORD i = 0; i < readers; ++i)
         call += (i == 0 ? "" : ", ") + stringText(states[i].szReader) + " " + hexNumber(states[i].dwCurrentState);
     ScriptedPcsc* const service = currentService;
     if (service == nullptr) {
         forbiddenCall(call);
         return SCARD_E_NO_SERVICE;
     }
-    const LONG code = service->statusChange(states, count);
+    const LONG code = service->statusChange(states, readers);
     service->transcript.add(call + "}): " + std::to_string(code));
     return code;
 }
