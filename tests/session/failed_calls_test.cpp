@@ -67,6 +67,7 @@ TEST(FailedCall, OfANativeOfOneCallIsReported)
     EXPECT_THAT(failures("tokenInfo"), ElementsAre("C_GetTokenInfo > > CKR_DEVICE_ERROR in C_GetTokenInfo"));
     EXPECT_THAT(failures("openSession"), ElementsAre("C_OpenSession > > CKR_DEVICE_ERROR in C_OpenSession"));
     EXPECT_THAT(failures("login"), ElementsAre("C_Login > > CKR_DEVICE_ERROR in C_Login; Login failed. Code: 48"));
+    EXPECT_THAT(failures("sessionState"), ElementsAre("C_GetSessionInfo > > CKR_DEVICE_ERROR in C_GetSessionInfo"));
     EXPECT_THAT(failures("closeSession"), ElementsAre("C_CloseSession > > CKR_DEVICE_ERROR in C_CloseSession"));
     EXPECT_THAT(failures("changePin"), ElementsAre("C_SetPIN > > CKR_DEVICE_ERROR in C_SetPIN"));
     EXPECT_THAT(failures("initializeToken"),

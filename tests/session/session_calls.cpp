@@ -55,6 +55,8 @@ std::vector<SessionCall> allSessionCalls()
              scene.call(scene.natives.login, scene.loaded, scene.session, jlong{CKU_USER}, scene.bytes(pin));
          },
          1},
+        {"sessionState",
+         [](Scene& scene, auto&, auto&) { scene.call(scene.natives.sessionState, scene.loaded, scene.session); }},
         {"closeSession", [](Scene& scene, auto&, auto&) { inSession(scene, scene.natives.closeSession); }},
         {"changePin",
          [](Scene& scene, const Bytes& pin, const Bytes& newPin) {

@@ -17,7 +17,6 @@ void forbidAll(CK_FUNCTION_LIST& list)
     FORBID(C_GetMechanismInfo);
     FORBID(C_InitPIN);
     FORBID(C_CloseAllSessions);
-    FORBID(C_GetSessionInfo);
     FORBID(C_GetOperationState);
     FORBID(C_SetOperationState);
     FORBID(C_Logout);

@@ -41,6 +41,8 @@ void ScriptedModule::setDefaults()
     C_OpenSession = locked([this](CK_SLOT_ID id, CK_FLAGS, void*, CK_NOTIFY, CK_SESSION_HANDLE* session) {
         return openSession(id, session);
     });
+    C_GetSessionInfo =
+        locked([this](CK_SESSION_HANDLE session, CK_SESSION_INFO* info) { return sessionInfo(session, info); });
     C_CloseSession = locked([this](CK_SESSION_HANDLE session) { return closeSession(session); });
     C_Login = locked([this](CK_SESSION_HANDLE session, CK_USER_TYPE type, CK_BYTE* pin, CK_ULONG length) {
         return login(session, type, textOf(pin, length));

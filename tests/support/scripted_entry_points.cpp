@@ -89,6 +89,12 @@ CK_RV openSession(CK_SLOT_ID slot, CK_FLAGS flags, void* application, CK_NOTIFY 
         [&] { return " -> session " + count(session); });
 }
 
+CK_RV getSessionInfo(CK_SESSION_HANDLE session, CK_SESSION_INFO* info)
+{
+    return perform("C_GetSessionInfo(" + in(session) + ")",
+                   [&](auto& module) { return module.C_GetSessionInfo(session, info); });
+}
+
 CK_RV closeSession(CK_SESSION_HANDLE session)
 {
     return perform("C_CloseSession(" + in(session) + ")", [&](auto& module) { return module.C_CloseSession(session); });
@@ -250,6 +256,7 @@ CK_TOVR_FUNCTION_LIST makeList()
     list.standard.C_GetTokenInfo = getTokenInfo;
     list.standard.C_InitToken = initToken;
     list.standard.C_OpenSession = openSession;
+    list.standard.C_GetSessionInfo = getSessionInfo;
     list.standard.C_CloseSession = closeSession;
     list.standard.C_Login = login;
     list.standard.C_SetPIN = setPin;

@@ -164,6 +164,18 @@ CK_RV ScriptedModule::openSession(CK_SLOT_ID id, CK_SESSION_HANDLE* session)
     return CKR_OK;
 }
 
+CK_RV ScriptedModule::sessionInfo(CK_SESSION_HANDLE session, CK_SESSION_INFO* info)
+{
+    if (sessions_.count(session) == 0)
+        return CKR_SESSION_HANDLE_INVALID;
+    *info = {};
+    if (!user_)
+        info->state = CKS_RW_PUBLIC_SESSION;
+    else
+        info->state = *user_ == CKU_SO ? CKS_RW_SO_FUNCTIONS : CKS_RW_USER_FUNCTIONS;
+    return CKR_OK;
+}
+
 CK_RV ScriptedModule::closeSession(CK_SESSION_HANDLE session)
 {
     if (sessions_.erase(session) == 0)

@@ -90,6 +90,7 @@ public:
     Function<CK_C_GetTokenInfo> C_GetTokenInfo;
     Function<CK_C_InitToken> C_InitToken;
     Function<CK_C_OpenSession> C_OpenSession;
+    Function<CK_C_GetSessionInfo> C_GetSessionInfo;
     Function<CK_C_CloseSession> C_CloseSession;
     Function<CK_C_Login> C_Login;
     Function<CK_C_SetPIN> C_SetPIN;
@@ -137,6 +138,7 @@ private:
     [[nodiscard]] CK_RV tokenInfo(CK_SLOT_ID id, CK_TOKEN_INFO* info);
     [[nodiscard]] CK_RV initToken(CK_SLOT_ID id, const std::string& soPin, const std::string& label);
     [[nodiscard]] CK_RV openSession(CK_SLOT_ID id, CK_SESSION_HANDLE* session);
+    [[nodiscard]] CK_RV sessionInfo(CK_SESSION_HANDLE session, CK_SESSION_INFO* info);
     [[nodiscard]] CK_RV closeSession(CK_SESSION_HANDLE session);
     [[nodiscard]] CK_RV login(CK_SESSION_HANDLE session, CK_USER_TYPE type, const std::string& pin);
     [[nodiscard]] CK_RV setPin(CK_SESSION_HANDLE session, const std::string& oldPin, const std::string& newPin);

@@ -15,6 +15,7 @@ import java.net.InetAddress;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
+import java.security.AuthProvider;
 import java.security.KeyStore;
 import java.security.PrivateKey;
 import java.security.Provider;
@@ -77,6 +78,11 @@ public final class BesideTheProvider {
         list();
         handshake();
         expect(refused(Pin.of("00000000".toCharArray())) == null, "the provider's login is everybody's");
+        try (TokenSession session = token.open(pin)) {
+            expect(sought(session) == Reason.NO_SUCH_OBJECT, "a search beside the login");
+            ((AuthProvider) provider).logout();
+            expect(sought(session) == Reason.REMOVED, "a search without the login");
+        }
     }
 
     /** As somebody who uses the provider does. */
@@ -95,6 +101,16 @@ public final class BesideTheProvider {
     private Reason refused(Pin wrong) {
         try {
             token.listObjects(wrong);
+            return null;
+        } catch (Pkcs11Exception failure) {
+            return failure.getReason();
+        }
+    }
+
+    /** Why a certificate is not found that nobody has. */
+    private static Reason sought(TokenSession session) {
+        try {
+            session.readCertificateBytes("nobody", new byte[0]);
             return null;
         } catch (Pkcs11Exception failure) {
             return failure.getReason();

@@ -63,6 +63,9 @@ final class NativeCall {
      */
     native boolean login(long module, long session, long userType, byte[] pin) throws NativeFailure;
 
+    /** The session's state: 0 and 2 are those without a login. */
+    native long sessionState(long module, long session) throws NativeFailure;
+
     native void closeSession(long module, long session) throws NativeFailure;
 
     /** Initialises the token. Needs no session. */

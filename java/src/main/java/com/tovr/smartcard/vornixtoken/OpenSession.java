@@ -135,7 +135,7 @@ final class OpenSession implements TokenSession {
 
     private <T> T run(Turn turn, Job.Work<T> work) throws NativeFailure {
         try {
-            return session.run(turn, work);
+            return session.runLater(turn, work);
         } catch (NativeFailure failure) {
             if (session.isGone()) {
                 end = ended(failure, "the token or its session is gone");
