@@ -11,6 +11,9 @@ find_file(VORNIX_GOST_ENGINE gost.so PATHS /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE
           DOC "OpenSSL's GOST engine")
 find_program(VORNIX_CERTTOOL certtool DOC "GnuTLS's certificate program")
 find_program(VORNIX_PKCS11_TOOL pkcs11-tool DOC "OpenSC's PKCS #11 program")
+find_file(VORNIX_OPENSC_MODULE opensc-pkcs11.so
+          PATHS /usr/lib/${CMAKE_LIBRARY_ARCHITECTURE} /usr/lib64 /usr/lib /usr/local/lib
+          DOC "OpenSC's module")
 find_library(VORNIX_P11_KIT_LIBRARY p11-kit DOC "p11-kit, which shows the modules of a machine")
 find_program(VORNIX_KEYTOOL keytool HINTS ENV JAVA_HOME PATH_SUFFIXES bin DOC "The JDK's key store program")
 
@@ -19,6 +22,7 @@ set(package_of_SOFTHSM2_UTIL softhsm2)
 set(package_of_OPENSSL openssl)
 set(package_of_CERTTOOL gnutls-bin)
 set(package_of_PKCS11_TOOL opensc)
+set(package_of_OPENSC_MODULE opensc)
 set(package_of_KEYTOOL default-jdk-headless)
 set(package_of_P11_KIT_LIBRARY libp11-kit-dev)
 

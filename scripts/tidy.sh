@@ -9,7 +9,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh ci
-cmake --preset release -B build/clang -DCMAKE_CXX_COMPILER=clang++ -DVORNIX_JAVA=OFF -DVORNIX_BENCH=ON >/dev/null
+cmake --preset release -B build/clang -DCMAKE_CXX_COMPILER=clang++ -DVORNIX_JAVA=ON -DVORNIX_BENCH=ON >/dev/null
 
 if [ $# -eq 0 ]; then
     # One source must not compile, and one belongs to another project.

@@ -18,7 +18,7 @@
 
 namespace {
 
-/// A program's standard output, line by line.
+/// A pipe for lines of text between this program and another.
 class Lines {
 public:
     Lines()
@@ -31,18 +31,33 @@ public:
     }
     ~Lines()
     {
-        (void)close(input_); // nothing is written to it
+        end();
         (void)fclose(output_);
     }
     Lines(const Lines&) = delete;
     Lines& operator=(const Lines&) = delete;
 
     int input() const { return input_; }
+    int output() const { return fileno(output_); }
 
     std::string next()
     {
         std::array<char, 2000> line{};
         return std::fgets(line.data(), line.size(), output_) == nullptr ? "(end)" : line.data();
+    }
+
+    void send(const std::string& line) const
+    {
+        if (write(input_, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
+            throw std::runtime_error("nobody reads the pipe");
+    }
+
+    /// Nothing more is sent.
+    void end()
+    {
+        if (input_ != -1)
+            (void)close(input_); // all was written
+        input_ = -1;
     }
 
 private:
@@ -68,6 +83,27 @@ TEST(ReaderWatch, TellsOfACardThatComesAndGoes)
     card.reset();
     EXPECT_EQ(lines.next(), virtualReader + std::string(": no card, 0 bytes\n"));
     EXPECT_EQ(lines.next(), "nothing more\n");
+    EXPECT_EQ(application.wait(), 0);
+}
+
+// OpenSC's module does not know the card, so its slots stay empty.
+TEST(ReaderWatch, AReaderThatComesLaterIsASlotOfTheNextCall)
+{
+    Lines orders;
+    Lines lines;
+    ChildProcess application(java({"ListSlots", OPENSC_MODULE}), orders.output(), lines.input(), STDERR_FILENO);
+    const auto firstSlot = [&] {
+        orders.send("list\n");
+        const std::string first = lines.next();
+        for (std::string line = first; line != "\n" && line != "(end)";)
+            line = lines.next();
+        return first;
+    };
+
+    EXPECT_EQ(firstSlot(), "\n"); // without the service there is none
+    const PcscService service;
+    EXPECT_EQ(firstSlot(), virtualReader + std::string(": no card\n"));
+    orders.end();
     EXPECT_EQ(application.wait(), 0);
 }
 
