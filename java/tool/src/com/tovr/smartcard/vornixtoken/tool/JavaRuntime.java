@@ -9,9 +9,9 @@ final class JavaRuntime {
     private JavaRuntime() {
     }
 
+    /** The release's number. Java 8 has no class that tells it; its class files have version 52, and so on. */
     static int release() {
-        String release = System.getProperty("java.specification.version");
-        return Integer.parseInt(release.startsWith("1.") ? release.substring(2) : release);
+        return (int) Double.parseDouble(System.getProperty("java.class.version")) - 44;
     }
 
     /** Tells whether native libraries may be loaded without a warning. By reflection, because Java 8 has no modules. */
