@@ -26,17 +26,26 @@ void enterChild()
 /// ThreadSanitizer would call a function given to std::atexit after that.
 class Closer {
 public:
-    Closer() = default;
-    ~Closer() { reach = Reach::none; }
+    explicit Closer(void (*finalise)()) : finalise_(finalise) {}
+    ~Closer()
+    {
+        const Reach reached = reach.exchange(Reach::none);
+        // When a process ends, another thread may be in the middle of a call.
+        if (const std::unique_lock lock(gate, std::try_to_lock); lock && reached != Reach::none)
+            finalise_();
+    }
     Closer(const Closer&) = delete;
     Closer& operator=(const Closer&) = delete;
+
+private:
+    void (*const finalise_)();
 };
 
 } // namespace
 
-void closeBeforeSoftHsmGoes()
+void closeBeforeSoftHsmGoes(void (*finalise)())
 {
-    [[maybe_unused]] static Closer closer;
+    [[maybe_unused]] static const Closer closer(finalise);
 }
 
 } // namespace softtoken

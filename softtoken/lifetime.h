@@ -19,8 +19,9 @@ enum class Reach {
 
 inline std::atomic<Reach> reach{Reach::full};
 
-/// Registers an exit handler that lets no more calls reach SoftHSM2. Call it once SoftHSM2 and all it needs are loaded:
-/// exit handlers run last registered first, so this one then runs before theirs.
-void closeBeforeSoftHsmGoes();
+/// Registers an exit handler, which also runs when this module is unloaded. It lets no more calls reach SoftHSM2 and,
+/// if none is in it, runs `finalise`. Call it once SoftHSM2 and all it needs are loaded: exit handlers run last
+/// registered first, so this one then runs before theirs.
+void closeBeforeSoftHsmGoes(void (*finalise)());
 
 } // namespace softtoken

@@ -27,8 +27,10 @@ void keepLoaded(Function* function)
         (void)dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE); // without it all is slower, not wrong
 }
 
-/// SoftHSM2 for as long as this module is loaded. A program that unloads the module without C_Finalize thus finds it
-/// uninitialised when it loads it again.
+void finaliseAtEnd();
+
+/// SoftHSM2 for as long as this module is loaded, or longer: a program may have loaded it too, and as GCC 14 builds it,
+/// it has a symbol that must be unique and is never unloaded.
 class Library {
 public:
     Library() = default;
@@ -61,7 +63,7 @@ private:
         check(getList(&list_));
         // Something that SoftHSM2 would ask for later, so that OpenSSL stands ready until the module has closed.
         require(OPENSSL_init_crypto(OPENSSL_INIT_ADD_ALL_DIGESTS, nullptr), CKR_GENERAL_ERROR);
-        closeBeforeSoftHsmGoes();
+        closeBeforeSoftHsmGoes(finaliseAtEnd);
     }
 
     void* handle_ = nullptr;
@@ -69,6 +71,16 @@ private:
 };
 
 Library library;
+
+/// Whether SoftHSM2 runs because this module has started it, in this process or in the one that it was forked from.
+bool started = false;
+
+/// A program that unloads the module without C_Finalize finds it uninitialised when it loads it again.
+void finaliseAtEnd()
+{
+    if (started)
+        (void)library.functions().C_Finalize(nullptr); // nobody is left to be told
+}
 
 bool isConfigured(const std::string& configuration)
 {
@@ -87,6 +99,7 @@ void start(const CK_FUNCTION_LIST& softHsm, CK_VOID_PTR arguments)
     store.lock.record.writing = 0;
     store.lock.save();
     check(softHsm.C_Initialize(arguments)); // last of what may fail: SoftHSM2 must not run without the lock
+    started = true;
     store.hasRead();
     store.lock.release();
 }
@@ -131,6 +144,7 @@ void initialise(const CK_FUNCTION_LIST& softHsm, CK_VOID_PTR arguments)
 void finalise(const CK_FUNCTION_LIST& softHsm, CK_VOID_PTR reserved)
 {
     check(softHsm.C_Finalize(reserved));
+    started = false;
     openedStore().lock.close();
 }
 

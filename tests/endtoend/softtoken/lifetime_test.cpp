@@ -151,6 +151,21 @@ TEST_F(Fork, OfAForkedChildWorksLikewise)
               0);
 }
 
+TEST_F(Fork, LetsTheChildStartAfreshWithTheModuleLoadedAnew)
+{
+    void* const softHsm = dlopen(SOFTHSM2_MODULE, RTLD_NOW); // stays, as it may
+    EXPECT_EQ(inChild(
+                  [&] {
+                      void* const handle = dlopen(SOFTTOKEN_FILE, RTLD_NOW);
+                      if (dlclose(handle) != 0 || dlclose(handle) != 0) // the parent's too
+                          return 1;
+                      return static_cast<int>(load()->C_Initialize(nullptr));
+                  },
+                  _exit),
+              0);
+    EXPECT_EQ(dlclose(softHsm), 0);
+}
+
 // Fork waits for nobody, so a child finds the other thread where it was, with what it had locked. It must not exit as
 // usual, since destructors would run on what that thread had in hand.
 TEST_F(Fork, InTheMiddleOfACallEndsTheModuleForTheChild)

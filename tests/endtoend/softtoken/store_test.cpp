@@ -268,17 +268,43 @@ TEST_F(Store, LeavesTheProgramsOwnSoftHsmAlone)
     EXPECT_EQ(dlclose(handle), 0);
 }
 
+/// A life of the module that ends without C_Finalize, with the user logged in.
+void liveUnfinalised()
+{
+    void* const handle = dlopen(SOFTTOKEN_FILE, RTLD_NOW);
+    ASSERT_TRUE(handle) << dlerror();
+    const auto getList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(handle, "C_GetFunctionList"));
+    CK_FUNCTION_LIST* list = nullptr;
+    ASSERT_CKR(getList(&list), CKR_OK);
+    EXPECT_CKR(list->C_Initialize(nullptr), CKR_OK);
+    CK_UTF8CHAR text[32] = {'1', '2', '3', '4'};
+    EXPECT_CKR(list->C_InitToken(1, text, 4, text), CKR_OK);
+    CK_SESSION_HANDLE session = 0;
+    EXPECT_CKR(list->C_OpenSession(1, CKF_SERIAL_SESSION, nullptr, nullptr, &session), CKR_OK);
+    std::string pin = userPin;
+    EXPECT_CKR(list->C_Login(session, CKU_USER, reinterpret_cast<CK_BYTE_PTR>(pin.data()), pin.size()), CKR_OK);
+    EXPECT_EQ(dlclose(handle), 0);
+}
+
 TEST_F(Store, StartsAfreshAfterAnUnloadWithoutFinalize)
 {
-    for (int i = 0; i < 3; ++i) {
-        void* handle = dlopen(SOFTTOKEN_FILE, RTLD_NOW);
-        ASSERT_TRUE(handle) << dlerror();
-        const auto getList = reinterpret_cast<CK_C_GetFunctionList>(dlsym(handle, "C_GetFunctionList"));
-        CK_FUNCTION_LIST* list = nullptr;
-        ASSERT_CKR(getList(&list), CKR_OK);
-        EXPECT_CKR(list->C_Initialize(nullptr), CKR_OK);
-        EXPECT_EQ(dlclose(handle), 0);
-    }
+    for (int i = 0; i < 3; ++i)
+        liveUnfinalised();
+}
+
+TEST_F(Store, StartsAfreshLikewiseWhereSoftHsmStays)
+{
+    void* const softHsm = dlopen(SOFTHSM2_MODULE, RTLD_NOW);
+    for (int i = 0; i < 3; ++i)
+        liveUnfinalised();
+    EXPECT_EQ(dlclose(softHsm), 0);
+}
+
+// Some libraries that come along stay to the end of the process, and could keep what they look up.
+TEST_F(Store, IsGoneOnceUnloaded)
+{
+    liveUnfinalised();
+    EXPECT_FALSE(dlopen(SOFTTOKEN_FILE, RTLD_NOW | RTLD_NOLOAD));
 }
 
 TEST_F(Store, SurvivesAnExitWithoutFinalize)
