@@ -10,6 +10,8 @@
 
 #include <charconv>
 #include <cstdint>
+#include <memory>
+#include <string>
 
 namespace {
 
@@ -19,17 +21,26 @@ std::string processPrefix()
     return std::to_string(getpid()) + ":";
 }
 
+/// A new reference. Where there is no room for it, a virtual machine may tell so by null alone.
+jobject made(JNIEnv* env, jobject reference)
+{
+    throwIfPending(env);
+    if (reference == nullptr)
+        throw std::bad_alloc();
+    return reference;
+}
+
 } // namespace
 
-jbyteArray natives::keepShared(JNIEnv* env, jobject call, jobject object)
+jbyteArray natives::keepShared(JNIEnv* env, jobject, jobject object)
 {
-    return fetch(env, call, [&](const Diagnostics&, Bytes& name) {
-        const jobject reference = env->NewGlobalRef(object); // for good: others find it until the process ends
-        if (reference == nullptr)
-            throw std::bad_alloc();
-        const std::string text = processPrefix() + std::to_string(reinterpret_cast<std::uintptr_t>(reference));
-        name.assign(text.begin(), text.end());
-        return Outcome(CKR_OK, "NewGlobalRef");
+    return guarded(env, [&] {
+        const auto release = [env](jobject reference) { env->DeleteGlobalRef(reference); };
+        std::unique_ptr<_jobject, decltype(release)> reference(made(env, env->NewGlobalRef(object)), release);
+        const std::string name = processPrefix() + std::to_string(reinterpret_cast<std::uintptr_t>(reference.get()));
+        const jbyteArray bytes = newByteArray(env, reinterpret_cast<const unsigned char*>(name.data()), name.size());
+        (void)reference.release(); // kept for good: others find it until the process ends
+        return bytes;
     });
 }
 
@@ -48,6 +59,6 @@ jobject natives::findShared(JNIEnv* env, jobject, jbyteArray name)
         if (parsed.ec != std::errc() || parsed.ptr != end)
             return nullptr;
         const auto reference = reinterpret_cast<jobject>(number); // NOLINT(performance-no-int-to-ptr)
-        return env->GetObjectRefType(reference) == JNIGlobalRefType ? env->NewLocalRef(reference) : nullptr;
+        return env->GetObjectRefType(reference) == JNIGlobalRefType ? made(env, env->NewLocalRef(reference)) : nullptr;
     });
 }

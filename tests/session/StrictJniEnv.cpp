@@ -78,17 +78,16 @@ struct StrictJniEnv::Entries {
 
     static jboolean JNICALL ExceptionCheck(JNIEnv* env) { return of(env).exception.empty() ? JNI_FALSE : JNI_TRUE; }
 
-    static void JNICALL DeleteLocalRef(JNIEnv* env, jobject object)
+    static void JNICALL DeleteLocalRef(JNIEnv* env, jobject object) { erase(env, object, Kind::local); }
+
+    /// Releases a reference; beside a pending exception too.
+    static void erase(JNIEnv* env, jobject object, Kind kind)
     {
-        const auto isIt = [=](const Reference& r) {
-            return reinterpret_cast<jobject>(const_cast<Reference*>(&r)) == object;
-        };
-        auto& references = of(env).references_;
-        const auto found = std::find_if(references.begin(), references.end(), isIt);
-        if (found == references.end() || found->kind != Kind::local)
-            ADD_FAILURE() << "DeleteLocalRef of a reference that the native has not made";
+        const Reference* const reference = of(env).referenceOf(object);
+        if (reference == nullptr || reference->kind != kind)
+            ADD_FAILURE() << "release of a reference that the native has not made";
         else
-            references.erase(found);
+            of(env).references_.remove_if([=](const Reference& r) { return &r == reference; });
     }
 
     static jsize JNICALL GetArrayLength(JNIEnv* env, jarray array)
@@ -135,12 +134,14 @@ struct StrictJniEnv::Entries {
 
     static jobject JNICALL NewGlobalRef(JNIEnv* env, jobject object)
     {
-        return another(enter(env, "NewGlobalRef"), object, Kind::global);
+        return another(enter(env, "NewGlobalRef"), "NewGlobalRef", object, Kind::global);
     }
+
+    static void JNICALL DeleteGlobalRef(JNIEnv* env, jobject object) { erase(env, object, Kind::global); }
 
     static jobject JNICALL NewLocalRef(JNIEnv* env, jobject object)
     {
-        return another(enter(env, "NewLocalRef"), object, Kind::local);
+        return another(enter(env, "NewLocalRef"), "NewLocalRef", object, Kind::local);
     }
 
     /// Any number can be asked for: that is what the function is for.
@@ -152,11 +153,13 @@ struct StrictJniEnv::Entries {
         return reference->kind == Kind::global ? JNIGlobalRefType : JNILocalRefType;
     }
 
-    static jobject another(StrictJniEnv& java, jobject object, Kind kind)
+    static jobject another(StrictJniEnv& java, const char* entry, jobject object, Kind kind)
     {
         const Reference* const reference = java.referenceOf(object);
         EXPECT_NE(reference, nullptr) << "another reference to nothing";
-        return reference == nullptr ? nullptr : java.refer<jobject>(reference->object, kind);
+        if (reference == nullptr || java.outOfReferences || java.fails(entry))
+            return nullptr;
+        return java.refer<jobject>(reference->object, kind);
     }
 
     static jobject JNICALL GetObjectArrayElement(JNIEnv* env, jobjectArray array, jsize index)
@@ -248,6 +251,7 @@ const JNINativeInterface_& StrictJniEnv::functionTable()
         JNINativeInterface_ entries = refusingFunctionTable();
         entries.ExceptionCheck = Entries::ExceptionCheck;
         entries.DeleteLocalRef = Entries::DeleteLocalRef;
+        entries.DeleteGlobalRef = Entries::DeleteGlobalRef;
         entries.GetArrayLength = Entries::GetArrayLength;
         entries.GetByteArrayRegion = Entries::GetByteArrayRegion;
         entries.SetByteArrayRegion = Entries::SetByteArrayRegion;
@@ -304,6 +308,12 @@ std::optional<StrictJniEnv::Bytes> StrictJniEnv::content(jbyteArray array) const
     if (array == nullptr)
         return std::nullopt;
     return std::get<Bytes>(reinterpret_cast<const Reference*>(array)->object);
+}
+
+std::size_t StrictJniEnv::globalReferences() const
+{
+    return static_cast<std::size_t>(std::count_if(references_.begin(), references_.end(),
+                                                  [](const Reference& r) { return r.kind == Kind::global; }));
 }
 
 void StrictJniEnv::resetReferences()

@@ -74,6 +74,12 @@ public:
     /// Whether that call has come.
     [[nodiscard]] bool hasFailed() const { return untilFailure_ == 0; }
 
+    /// Lets no reference be made any more, which is told by null alone.
+    bool outOfReferences = false;
+
+    /// How many global references there are.
+    [[nodiscard]] std::size_t globalReferences() const;
+
     /// Is told address and length of every copy that a native takes of a byte array.
     std::function<void(const void* copy, std::size_t length)> onCopy;
 

@@ -32,6 +32,12 @@ jbyteArray texts(Scene& scene, std::initializer_list<const char*> texts)
     return scene.bytes(run);
 }
 
+std::optional<Bytes> keepShared(Scene& scene)
+{
+    const jobject object = scene.bytes("object");
+    return scene.fetch(scene.natives.keepShared, object);
+}
+
 } // namespace
 
 std::vector<SessionCall> allSessionCalls()
@@ -55,8 +61,6 @@ std::vector<SessionCall> allSessionCalls()
              scene.call(scene.natives.login, scene.loaded, scene.session, jlong{CKU_USER}, scene.bytes(pin));
          },
          1},
-        {"sessionState",
-         [](Scene& scene, auto&, auto&) { scene.call(scene.natives.sessionState, scene.loaded, scene.session); }},
         {"closeSession", [](Scene& scene, auto&, auto&) { inSession(scene, scene.natives.closeSession); }},
         {"changePin",
          [](Scene& scene, const Bytes& pin, const Bytes& newPin) {
@@ -120,6 +124,12 @@ std::vector<SessionCall> allSessionCalls()
              (void)scene.fetch(scene.natives.awaitReaderChange,
                                scene.java.byteArrays({scripted::bytesOf("Scripted Reader 0")}), scene.java.longs({2}),
                                jlong{50});
+         }},
+        {"keepShared", [](Scene& scene, auto&, auto&) { (void)keepShared(scene); }},
+        {"findShared",
+         [](Scene& scene, auto&, auto&) {
+             if (const std::optional<Bytes> name = keepShared(scene))
+                 scene.call(scene.natives.findShared, scene.bytes(*name));
          }},
         {"finish", [](Scene& scene, auto&, auto&) { scene.call(scene.natives.finish, scene.loaded); }},
     };

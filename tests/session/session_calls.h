@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Every native that calls the module or the PC/SC service, with arguments with which it succeeds on the sample objects:
-// for tests of what holds for all of them.
+// Every native that calls the module, the PC/SC service or can run out of memory, with arguments with which it succeeds
+// on the sample objects: for tests of what holds for all of them.
 #pragma once
 
 #include "tests/session/scene.h"

@@ -40,4 +40,30 @@ TEST_F(SharedObject, IsNotFoundByWhatIsNoName)
         EXPECT_EQ(found(name), std::nullopt) << name;
 }
 
+TEST_F(SharedObject, IsNotKeptWhereItsNameCannotBeDelivered)
+{
+    const jobject kept = bytes(object);
+    for (unsigned n = 1;; ++n) {
+        java.failCall(n);
+        const bool delivered = fetch(natives.keepShared, kept).has_value();
+        EXPECT_EQ(java.globalReferences(), delivered ? 1U : 0U);
+        if (delivered)
+            break;
+        EXPECT_THAT(thrown, testing::StartsWith("thrown by "));
+    }
+}
+
+TEST_F(SharedObject, IsNotTakenForOneThatIsMissingWhereNoReferenceCanBeMade)
+{
+    const jobject kept = bytes(object);
+    const std::optional<Bytes> name = fetch(natives.keepShared, kept);
+    ASSERT_TRUE(name);
+    java.outOfReferences = true;
+    const std::string outOfMemory = "java/lang/OutOfMemoryError: native memory";
+    EXPECT_EQ(call(natives.findShared, bytes(*name)), nullptr);
+    EXPECT_EQ(thrown, outOfMemory);
+    EXPECT_EQ(fetch(natives.keepShared, kept), std::nullopt);
+    EXPECT_EQ(thrown, outOfMemory);
+}
+
 } // namespace
