@@ -169,7 +169,7 @@ final class Access {
             try {
                 return undertaking.in(attempt, progress);
             } catch (NativeFailure failure) {
-                if (failure.code != ReturnCodes.CKR_CRYPTOKI_NOT_INITIALIZED || progress.loggedIn) {
+                if (progress.loggedIn || !isTooEarlyForAnyPin(failure)) {
                     throw failure;
                 }
                 return undertaking.in(attempt, progress);
@@ -179,6 +179,11 @@ final class Access {
         } finally {
             attempt.tell();
         }
+    }
+
+    /** A C_InitToken that did not end well has perhaps looked at its PUK, which is not sent again. */
+    private static boolean isTooEarlyForAnyPin(NativeFailure failure) {
+        return failure.code == ReturnCodes.CKR_CRYPTOKI_NOT_INITIALIZED && !failure.step.equals("C_InitToken");
     }
 
     /** Tells whether the other gets to the same token, however long it may wait. */
