@@ -48,6 +48,13 @@ std::vector<CK_OBJECT_HANDLE> findAll()
     return objects;
 }
 
+/// Asks whether the login is there, as the open token does behind a search.
+void askForLogin()
+{
+    CK_SESSION_INFO info{};
+    (void)list->C_GetSessionInfo(session, &info); // as above
+}
+
 /// One object of a listing, as the natives return it: four texts.
 class Description {
 public:
@@ -122,6 +129,7 @@ JNIEXPORT jobject JNICALL Java_bench_PlainJni_listObjects(JNIEnv* env, jclass)
         for (jstring text : texts)
             env->DeleteLocalRef(text);
     }
+    askForLogin();
     return all;
 }
 
@@ -143,6 +151,7 @@ JNIEXPORT jbyteArray JNICALL Java_bench_PlainJni_readCertificate(JNIEnv* env, jc
     value.pValue = certificate.data();
     (void)list->C_GetAttributeValue(session, object, &value, 1);
     (void)list->C_FindObjectsFinal(session);
+    askForLogin();
     const auto length = static_cast<jsize>(certificate.size());
     jbyteArray array = env->NewByteArray(length);
     env->SetByteArrayRegion(array, 0, length, reinterpret_cast<const jbyte*>(certificate.data()));

@@ -27,7 +27,6 @@ extern "C" JNIEXPORT void JNICALL Java_com_tovr_smartcard_vornixtoken_NativeCall
         entry("tokenInfo", "(JJ)[B", natives::tokenInfo),
         entry("openSession", "(JJ)J", natives::openSession),
         entry("login", "(JJJ[B)Z", natives::login),
-        entry("sessionState", "(JJ)J", natives::sessionState),
         entry("closeSession", "(JJ)V", natives::closeSession),
         entry("initializeToken", "(JJ[B)V", natives::initializeToken),
         entry("changePin", "(JJ[B[B)V", natives::changePin),

@@ -3,13 +3,14 @@
 #include "session/certificate_listing.h"
 #include "session/native_call.h"
 #include "session/natives.h"
+#include "session/user_login.h"
 
 namespace {
 
 Outcome packCertificates(const Session& session, Bytes& output)
 {
     std::vector<ListedCertificate> certificates;
-    const Outcome outcome = jobs::listCertificates(session, certificates);
+    const Outcome outcome = complete(session, jobs::listCertificates(session, certificates));
     Packing packing(output);
     for (const ListedCertificate& certificate : certificates) {
         packing.bytes(certificate.label);
@@ -24,7 +25,7 @@ Outcome packPublicKey(const Session& session, std::string_view label, ByteRun id
 {
     Bytes modulus;
     Bytes exponent;
-    const Outcome outcome = jobs::readPublicKey(session, label, id, modulus, exponent);
+    const Outcome outcome = complete(session, jobs::readPublicKey(session, label, id, modulus, exponent));
     Packing packing(output);
     packing.bytes(modulus);
     packing.bytes(exponent);
@@ -44,8 +45,9 @@ jbyteArray natives::readCertificate(JNIEnv* env, jobject call, jlong module, jlo
                                     jbyteArray id)
 {
     return fetch(env, call, [&](const Diagnostics& lines, Bytes& output) {
-        return jobs::readCertificate(sessionOf(module, session, lines), ByteArray(env, label).text(),
-                                     ByteArray(env, id).run(), output);
+        const Session opened = sessionOf(module, session, lines);
+        return complete(opened,
+                        jobs::readCertificate(opened, ByteArray(env, label).text(), ByteArray(env, id).run(), output));
     });
 }
 

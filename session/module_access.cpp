@@ -156,16 +156,6 @@ jboolean natives::login(JNIEnv* env, jobject call, jlong module, jlong session, 
     return lookedAt ? JNI_TRUE : JNI_FALSE;
 }
 
-jlong natives::sessionState(JNIEnv* env, jobject call, jlong module, jlong session)
-{
-    CK_SESSION_INFO info{};
-    run(env, call, [&](const Diagnostics& lines) {
-        const Session opened = sessionOf(module, session, lines);
-        return Outcome(opened.functions->C_GetSessionInfo(opened.handle, &info), "C_GetSessionInfo");
-    });
-    return static_cast<jlong>(info.state);
-}
-
 void natives::closeSession(JNIEnv* env, jobject call, jlong module, jlong session)
 {
     run(env, call, [&](const Diagnostics& lines) {

@@ -16,7 +16,6 @@ jboolean hasVendorFunctions(JNIEnv* env, jobject call, jlong module);
 jbyteArray slots(JNIEnv* env, jobject call, jlong module, jboolean tokens);
 jlong openSession(JNIEnv* env, jobject call, jlong module, jlong slot);
 jboolean login(JNIEnv* env, jobject call, jlong module, jlong session, jlong userType, jbyteArray pin);
-jlong sessionState(JNIEnv* env, jobject call, jlong module, jlong session);
 void closeSession(JNIEnv* env, jobject call, jlong module, jlong session);
 void changePin(JNIEnv* env, jobject call, jlong module, jlong session, jbyteArray oldPin, jbyteArray newPin);
 void resetReader(JNIEnv* env, jobject call, jbyteArray name);

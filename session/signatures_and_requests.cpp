@@ -2,15 +2,18 @@
 // Natives: messages and certificate requests.
 #include "session/native_call.h"
 #include "session/natives.h"
+#include "session/user_login.h"
 
 jbyteArray natives::sign(JNIEnv* env, jobject call, jlong module, jlong session, jbyteArray data,
                          jbyteArray certificateId, jbyteArray privateKeyId, jobjectArray furtherCertificateIds,
                          jlong flags)
 {
     return fetch(env, call, [&](const Diagnostics& lines, Bytes& output) {
-        return jobs::signMessage(sessionOf(module, session, lines), ByteArray(env, data).run(),
-                                 ByteArray(env, certificateId).run(), ByteArray(env, privateKeyId).run(),
-                                 readByteArrays(env, furtherCertificateIds), static_cast<CK_ULONG>(flags), output);
+        const Session opened = sessionOf(module, session, lines);
+        return explained(
+            opened, jobs::signMessage(opened, ByteArray(env, data).run(), ByteArray(env, certificateId).run(),
+                                      ByteArray(env, privateKeyId).run(), readByteArrays(env, furtherCertificateIds),
+                                      static_cast<CK_ULONG>(flags), output));
     });
 }
 
@@ -28,9 +31,11 @@ jbyteArray natives::createRequest(JNIEnv* env, jobject call, jlong module, jlong
                                   jlong extensionCount)
 {
     return fetch(env, call, [&](const Diagnostics& lines, Bytes& output) {
-        return jobs::createRequest(sessionOf(module, session, lines), ByteArray(env, publicKeyId).run(),
-                                   ByteArray(env, privateKeyId).run(), ByteArray(env, subject).groups(subjectCount, 2),
-                                   ByteArray(env, attributes).groups(attributeCount, 2),
-                                   ByteArray(env, extensions).groups(extensionCount, 3), output);
+        const Session opened = sessionOf(module, session, lines);
+        return explained(opened, jobs::createRequest(opened, ByteArray(env, publicKeyId).run(),
+                                                     ByteArray(env, privateKeyId).run(),
+                                                     ByteArray(env, subject).groups(subjectCount, 2),
+                                                     ByteArray(env, attributes).groups(attributeCount, 2),
+                                                     ByteArray(env, extensions).groups(extensionCount, 3), output));
     });
 }

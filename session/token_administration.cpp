@@ -2,6 +2,7 @@
 // Natives: the token as a whole.
 #include "session/native_call.h"
 #include "session/natives.h"
+#include "session/user_login.h"
 
 namespace {
 
@@ -21,13 +22,20 @@ Outcome packTokenInfo(CK_FUNCTION_LIST_PTR functions, CK_SLOT_ID slotId, Bytes& 
 Outcome packListing(const Session& session, Bytes& output)
 {
     std::vector<ObjectAttr> objects;
-    const Outcome outcome = jobs::listObjects(session, objects);
+    const Outcome outcome = complete(session, jobs::listObjects(session, objects));
     Packing packing(output);
     for (const ObjectAttr& object : objects) {
         for (const std::string& field : {object.type, object.label, object.id, object.keyType})
             packing.text(field);
     }
     return outcome;
+}
+
+/// Without the login it would destroy the public objects alone.
+Outcome destroyAllObjects(const Session& session)
+{
+    const Outcome login = checkUserLogin(session);
+    return login.code == CKR_OK ? complete(session, jobs::destroyObjects(session)) : login;
 }
 
 } // namespace
@@ -49,7 +57,7 @@ void natives::initializeToken(JNIEnv* env, jobject call, jlong module, jlong slo
 
 void natives::destroyObjects(JNIEnv* env, jobject call, jlong module, jlong session)
 {
-    run(env, call, [&](const Diagnostics& lines) { return jobs::destroyObjects(sessionOf(module, session, lines)); });
+    run(env, call, [&](const Diagnostics& lines) { return destroyAllObjects(sessionOf(module, session, lines)); });
 }
 
 jbyteArray natives::listObjects(JNIEnv* env, jobject call, jlong module, jlong session)

@@ -58,7 +58,6 @@ BoundNatives::BoundNatives(StrictJniEnv& java)
     find(java, "tokenInfo", tokenInfo);
     find(java, "openSession", openSession);
     find(java, "login", login);
-    find(java, "sessionState", sessionState);
     find(java, "closeSession", closeSession);
     find(java, "initializeToken", initializeToken);
     find(java, "changePin", changePin);

@@ -23,7 +23,6 @@ struct BoundNatives {
     decltype(&natives::tokenInfo) tokenInfo = nullptr;
     decltype(&natives::openSession) openSession = nullptr;
     decltype(&natives::login) login = nullptr;
-    decltype(&natives::sessionState) sessionState = nullptr;
     decltype(&natives::closeSession) closeSession = nullptr;
     decltype(&natives::initializeToken) initializeToken = nullptr;
     decltype(&natives::changePin) changePin = nullptr;

@@ -103,6 +103,9 @@ protected:
 /// What `told` is for a failure.
 [[nodiscard]] std::string failure(CK_RV code, const std::string& step, const std::string& lines = "");
 
+/// How a job asks whether the login is still there.
+inline const std::string loginAskedFor = "C_GetSessionInfo(session 41): CKR_OK\n";
+
 // --- Packed results ---
 
 /// The fields of a packed result.

@@ -46,13 +46,6 @@ TEST_F(Sessions, LogInTheUser)
     EXPECT_EQ(story + told + thrown, stories::login(stories::userAndPin));
 }
 
-TEST_F(Sessions, TellWhetherTheyHaveALogin)
-{
-    EXPECT_EQ(call(natives.sessionState, loaded, session), jlong{CKS_RW_PUBLIC_SESSION});
-    EXPECT_TRUE(login("12345678"));
-    EXPECT_EQ(call(natives.sessionState, loaded, session), jlong{CKS_RW_USER_FUNCTIONS});
-}
-
 TEST_F(Sessions, LogInTheSecurityOfficer)
 {
     EXPECT_TRUE(login("87654321", CKU_SO));

@@ -75,6 +75,19 @@ const Slot* ScriptedModule::slot(CK_SLOT_ID id) const
     return found == slots.end() ? nullptr : &*found;
 }
 
+void ScriptedModule::logout()
+{
+    const std::lock_guard<std::recursive_mutex> lock(mutex_);
+    user_.reset();
+}
+
+/// Without a login private keys are not to be seen (PKCS #11 v2.40, section 2.4).
+bool ScriptedModule::isVisible(const Object& object) const
+{
+    const auto objectClass = object.find(CKA_CLASS);
+    return user_ == CKU_USER || objectClass == object.end() || objectClass->second != bytesOf(CKO_PRIVATE_KEY);
+}
+
 CK_RV ScriptedModule::checkLogin(CK_SESSION_HANDLE session) const
 {
     if (sessions_.count(session) == 0)
@@ -212,13 +225,13 @@ CK_RV ScriptedModule::setPin(CK_SESSION_HANDLE session, const std::string& oldPi
 
 CK_RV ScriptedModule::startSearch(CK_SESSION_HANDLE session, const CK_ATTRIBUTE* attributes, CK_ULONG count)
 {
-    if (const CK_RV code = checkLogin(session); code != CKR_OK)
-        return code;
+    if (sessions_.count(session) == 0)
+        return CKR_SESSION_HANDLE_INVALID;
     Session& state = sessions_[session];
     state.searching = true;
     state.found.clear();
     for (auto object = objects.rbegin(); object != objects.rend(); ++object)
-        if (matches(object->second, attributes, count))
+        if (isVisible(object->second) && matches(object->second, attributes, count))
             state.found.push_back(object->first);
     return CKR_OK;
 }
@@ -251,10 +264,10 @@ CK_RV ScriptedModule::endSearch(CK_SESSION_HANDLE session)
 CK_RV ScriptedModule::readAttributes(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object, CK_ATTRIBUTE* attributes,
                                      CK_ULONG count)
 {
-    if (const CK_RV code = checkLogin(session); code != CKR_OK)
-        return code;
+    if (sessions_.count(session) == 0)
+        return CKR_SESSION_HANDLE_INVALID;
     const auto found = objects.find(object);
-    if (found == objects.end())
+    if (found == objects.end() || !isVisible(found->second))
         return CKR_OBJECT_HANDLE_INVALID;
     CK_RV result = CKR_OK;
     for (CK_ULONG i = 0; i < count; ++i)
@@ -265,9 +278,13 @@ CK_RV ScriptedModule::readAttributes(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE
 
 CK_RV ScriptedModule::destroy(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object)
 {
-    if (const CK_RV code = checkLogin(session); code != CKR_OK)
-        return code;
-    return objects.erase(object) == 0 ? CKR_OBJECT_HANDLE_INVALID : CKR_OK;
+    if (sessions_.count(session) == 0)
+        return CKR_SESSION_HANDLE_INVALID;
+    const auto found = objects.find(object);
+    if (found == objects.end() || !isVisible(found->second))
+        return CKR_OBJECT_HANDLE_INVALID;
+    objects.erase(found);
+    return CKR_OK;
 }
 
 CK_RV ScriptedModule::generate(CK_SESSION_HANDLE session, const CK_MECHANISM& mechanism,

@@ -78,6 +78,9 @@ public:
     /// Adds sampleObjects().
     void addSampleObjects();
 
+    /// Ends the login, as a C_Logout does that somebody else in the process calls.
+    void logout();
+
     // --- The functions, each replaceable ---
 
     template <class Pointer>
@@ -158,6 +161,7 @@ private:
 
     [[nodiscard]] const Slot* slot(CK_SLOT_ID id) const;
     [[nodiscard]] CK_RV checkLogin(CK_SESSION_HANDLE session) const;
+    [[nodiscard]] bool isVisible(const Object& object) const;
 
     std::recursive_mutex mutex_;
     bool initialized_ = false;

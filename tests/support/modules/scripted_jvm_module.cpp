@@ -13,6 +13,7 @@
 //     C_Login 0xA4 2       the second from now on does
 //     * 0x32 17            the 17th call of any function does
 //     slot 8 Some Reader   there is another slot, with the same token
+//     logout               the login ends
 //
 // Every call is appended as a line to the file that SCRIPTED_MODULE_TRANSCRIPT names, if it is set. A function that the
 // library must never call ends the process.
@@ -83,6 +84,10 @@ private:
         std::string function;
         std::string number;
         order >> function >> number >> std::ws;
+        if (function == "logout") {
+            module_.logout();
+            return;
+        }
         if (function == "slot") {
             std::string description;
             std::getline(order, description);

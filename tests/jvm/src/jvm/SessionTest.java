@@ -12,6 +12,7 @@ import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
 import com.tovr.smartcard.vornixtoken.Reason;
 import com.tovr.smartcard.vornixtoken.RequestContent;
+import com.tovr.smartcard.vornixtoken.ReturnCodes;
 import com.tovr.smartcard.vornixtoken.Token;
 import com.tovr.smartcard.vornixtoken.TokenCertificate;
 import com.tovr.smartcard.vornixtoken.TokenSession;
@@ -27,6 +28,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.function.Executable;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.MethodSource;
 
 import java.security.cert.X509Certificate;
 import java.util.Arrays;
@@ -34,6 +36,7 @@ import java.util.Collections;
 import java.util.List;
 import java.util.Random;
 import java.util.stream.Collectors;
+import java.util.stream.Stream;
 
 @Tag("sessions")
 class SessionTest extends ScriptedToken {
@@ -75,7 +78,7 @@ class SessionTest extends ScriptedToken {
 
         assertEquals(Arrays.asList("C_GetSlotList", "C_GetSlotList", "C_GetSlotInfo", "C_OpenSession", "C_Login",
                 "C_FindObjectsInit", "C_FindObjects", "C_GetAttributeValue", "C_GetAttributeValue",
-                "C_FindObjectsFinal", "C_CloseSession"), names(calls));
+                "C_FindObjectsFinal", "C_GetSessionInfo", "C_CloseSession"), names(calls));
     }
 
     @Test
@@ -170,6 +173,40 @@ class SessionTest extends ScriptedToken {
         Token.unload(module);
     }
 
+    /** What is left to see is not all. */
+    @ParameterizedTest
+    @MethodSource
+    void aLoginThatIsGoneEndsASession(SessionJob job) throws Exception {
+        TokenSession session = token.open(pin);
+        order("logout");
+
+        List<String> calls = Transcript.during(() -> {
+            Pkcs11Exception failure = refused(() -> job.on(session));
+            assertEquals(Reason.REMOVED, failure.getReason());
+            assertTrue(failure.getMessage().contains("called C_Logout"), failure.getMessage());
+            assertEquals("C_GetSessionInfo", failure.getStep());
+            assertEquals(ReturnCodes.CKR_USER_NOT_LOGGED_IN, failure.getCode());
+        });
+
+        assertFalse(session.isOpen());
+        assertEquals(Collections.emptyList(), only(calls, "Login|DestroyObject|TOVR_.*"));
+        assertEquals(1, only(calls, "CloseSession").size());
+        assertEquals(6, token.listObjects(pin).size());
+    }
+
+    static Stream<SessionJob> aLoginThatIsGoneEndsASession() {
+        return Stream.of(TokenSession::listObjects, TokenSession::listCertificates, TokenSession::clean,
+                session -> session.readCertificateBytes("alice", NONE), session -> session.readPublicKey("alice"),
+                session -> session.readCertificateBytes("nobody", NONE),
+                session -> session.sign(ALICE, ALICE, ALICE, 0),
+                session -> session.createRequest(ALICE, ALICE, RequestContent.builder().build()));
+    }
+
+    /** A job of a session. */
+    private interface SessionJob {
+        void on(TokenSession session) throws Exception;
+    }
+
     @Test
     void aFailureThatConcernsTheJobAloneLeavesTheSession() throws Exception {
         try (TokenSession session = token.open(pin)) {
@@ -219,6 +256,7 @@ class SessionTest extends ScriptedToken {
                 () -> assertEquals(Reason.REMOVED, refused(() -> token.listObjects(pin)).getReason()));
 
         assertEquals(initialisations, only(calls, "Initialize").size());
+        assertTrue(only(calls, "Login").stream().filter(call -> call.endsWith("CKR_OK")).count() <= 1, calls::toString);
         order();
         assertEquals(6, token.listObjects(pin).size());
     }

@@ -40,6 +40,8 @@ import javax.net.ssl.TrustManagerFactory;
  * jar to sign.
  */
 public final class BesideTheProvider {
+    private static final byte[] NONE = {};
+
     private final String[] arguments;
     private final Token token;
     private final Pin pin;
@@ -79,9 +81,39 @@ public final class BesideTheProvider {
         handshake();
         expect(refused(Pin.of("00000000".toCharArray())) == null, "the provider's login is everybody's");
         try (TokenSession session = token.open(pin)) {
-            expect(sought(session) == Reason.NO_SUCH_OBJECT, "a search beside the login");
+            expect(reason(() -> session.readCertificateBytes("nobody", NONE)) == Reason.NO_SUCH_OBJECT, "a search");
+        }
+        afterLogout("a search", session -> session.readCertificateBytes("nobody", NONE));
+        afterLogout("reading", session -> session.readCertificateBytes(alias(), NONE));
+        afterLogout("a listing", TokenSession::listObjects);
+        afterLogout("a listing of certificates", TokenSession::listCertificates);
+        afterLogout("cleaning", TokenSession::clean);
+        list();
+    }
+
+    /** Does a job that does not see all objects any more. */
+    private void afterLogout(String what, SessionJob job) throws Exception {
+        try (TokenSession session = token.open(pin)) {
             ((AuthProvider) provider).logout();
-            expect(sought(session) == Reason.REMOVED, "a search without the login");
+            expect(reason(() -> job.on(session)) == Reason.REMOVED, what + " without the login");
+        }
+    }
+
+    private interface SessionJob {
+        void on(TokenSession session) throws Exception;
+    }
+
+    private interface Work {
+        void run() throws Exception;
+    }
+
+    /** Why it is refused; null: it is not. */
+    private static Reason reason(Work work) throws Exception {
+        try {
+            work.run();
+            return null;
+        } catch (Pkcs11Exception failure) {
+            return failure.getReason();
         }
     }
 
@@ -98,23 +130,8 @@ public final class BesideTheProvider {
         expect(token.listCertificates(pin).get(0).getCertificate().isPresent(), "the certificate");
     }
 
-    private Reason refused(Pin wrong) {
-        try {
-            token.listObjects(wrong);
-            return null;
-        } catch (Pkcs11Exception failure) {
-            return failure.getReason();
-        }
-    }
-
-    /** Why a certificate is not found that nobody has. */
-    private static Reason sought(TokenSession session) {
-        try {
-            session.readCertificateBytes("nobody", new byte[0]);
-            return null;
-        } catch (Pkcs11Exception failure) {
-            return failure.getReason();
-        }
+    private Reason refused(Pin wrong) throws Exception {
+        return reason(() -> token.listObjects(wrong));
     }
 
     private String alias() throws Exception {

@@ -10,6 +10,9 @@ import java.nio.charset.StandardCharsets;
  * check neither, take no lock and print nothing. Texts are UTF-8, without a NUL at the end. An array is never
  * {@code null} unless a comment says so; an ID of length 0 names no object. Results of several fields are packed: each
  * field is its length (4 bytes) and its bytes, a number is a field of 8 bytes; all big-endian ({@link Fields}).
+ *
+ * <p>A session that has lost its login sees the public objects alone, and its search succeeds. So a job that looks for
+ * objects asks the session, and fails with CKR_USER_NOT_LOGGED_IN from {@code C_GetSessionInfo}.
  */
 final class NativeCall {
     private String diagnostics = "";
@@ -63,9 +66,6 @@ final class NativeCall {
      */
     native boolean login(long module, long session, long userType, byte[] pin) throws NativeFailure;
 
-    /** The session's state: 0 and 2 are those without a login. */
-    native long sessionState(long module, long session) throws NativeFailure;
-
     native void closeSession(long module, long session) throws NativeFailure;
 
     /** Initialises the token. Needs no session. */
@@ -74,6 +74,7 @@ final class NativeCall {
     /** Changes the code of the user who is logged in. */
     native void changePin(long module, long session, byte[] oldPin, byte[] newPin) throws NativeFailure;
 
+    /** Destroys nothing where the login is gone already. */
     native void destroyObjects(long module, long session) throws NativeFailure;
 
     /** Four fields an object: type, label, ID in hexadecimal, key type. Type and key type may be empty. */

@@ -6,9 +6,6 @@ final class NativeSession {
     static final long SECURITY_OFFICER = 0;
     static final long USER = 1;
 
-    private static final long READ_ONLY_PUBLIC = 0;
-    private static final long READ_WRITE_PUBLIC = 2;
-
     final int generation;
     private final long handle;
     /** The module has closed the session, or has forgotten it. Its number may be another session's by now. */
@@ -40,26 +37,6 @@ final class NativeSession {
     /** Does a job whose arguments are ready. */
     <T> T run(Turn turn, Job.Work<T> work) throws NativeFailure {
         return use(turn, natives -> work.on(natives, turn.module.handle, handle));
-    }
-
-    /**
-     * Does a job long after the login. Where the login is gone, a search finds no private object and does not say why,
-     * so the session is asked.
-     */
-    <T> T runLater(Turn turn, Job.Work<T> work) throws NativeFailure {
-        try {
-            return run(turn, work);
-        } catch (NativeFailure failure) {
-            if (failure.reason() == Reason.NO_SUCH_OBJECT && !isLoggedIn(turn)) {
-                throw new NativeFailure(ReturnCodes.CKR_USER_NOT_LOGGED_IN, failure.step, failure.diagnostics);
-            }
-            throw failure;
-        }
-    }
-
-    private boolean isLoggedIn(Turn turn) throws NativeFailure {
-        long state = use(turn, natives -> natives.sessionState(turn.module.handle, handle));
-        return state != READ_ONLY_PUBLIC && state != READ_WRITE_PUBLIC;
     }
 
     private <T> T use(Turn turn, Attempt.Call<T> call) throws NativeFailure {

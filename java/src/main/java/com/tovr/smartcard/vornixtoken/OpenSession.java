@@ -135,7 +135,7 @@ final class OpenSession implements TokenSession {
 
     private <T> T run(Turn turn, Job.Work<T> work) throws NativeFailure {
         try {
-            return session.runLater(turn, work);
+            return session.run(turn, work);
         } catch (NativeFailure failure) {
             if (session.isGone()) {
                 end = ended(failure, "the token or its session is gone");
