@@ -120,9 +120,12 @@ void natives::unload(JNIEnv*, jobject, jlong module)
     const std::unique_ptr<Module> owner(&moduleOf(module));
 }
 
-jboolean natives::hasVendorFunctions(JNIEnv*, jobject, jlong module)
+jboolean natives::hasVendorFunctions(JNIEnv* env, jobject call, jlong module)
 {
-    return ::hasVendorFunctions(moduleOf(module).functions()) ? JNI_TRUE : JNI_FALSE;
+    bool found = false;
+    run(env, call,
+        [&](const Diagnostics& lines) { return findVendorFunctions(moduleOf(module).functions(), lines, found); });
+    return found ? JNI_TRUE : JNI_FALSE;
 }
 
 jbyteArray natives::slots(JNIEnv* env, jobject call, jlong module, jboolean tokens)

@@ -9,26 +9,41 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
+#include <system_error>
 
 namespace {
 
 using Entries = std::array<std::uintptr_t, 5>;
 static_assert(sizeof(CK_TOVR_FUNCTION_LIST) == sizeof(CK_FUNCTION_LIST) + sizeof(Entries));
 
-/// Copies memory that may not be there. The kernel reads it into a pipe, and answers EFAULT where a plain copy would
-/// end the process.
-bool readSafely(const void* address, void* copy, std::size_t count)
-{
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0)
-        return false;
-    const auto whole = static_cast<ssize_t>(count);
-    const bool complete = write(ends[1], address, count) == whole && read(ends[0], copy, count) == whole;
-    (void)close(ends[0]); // nothing is kept in the pipe
-    (void)close(ends[1]);
-    return complete;
-}
+/// Copies memory that may not be there, by a pipe: the kernel answers EFAULT where a plain copy would end the process.
+class Pipe {
+public:
+    Pipe() : open_(pipe2(ends_.data(), O_CLOEXEC | O_NONBLOCK) == 0) {}
+    ~Pipe()
+    {
+        if (!open_)
+            return;
+        (void)close(ends_[0]); // nothing is kept in the pipe
+        (void)close(ends_[1]);
+    }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    bool isOpen() const { return open_; }
+
+    [[nodiscard]] bool copy(const void* from, void* to, std::size_t count) const
+    {
+        const auto whole = static_cast<ssize_t>(count);
+        return write(ends_[1], from, count) == whole && read(ends_[0], to, count) == whole;
+    }
+
+private:
+    std::array<int, 2> ends_{};
+    bool open_;
+};
 
 /// What is looked for among the loaded files: the one that has `code`, and whether the entries are code of it.
 struct Query {
@@ -58,11 +73,18 @@ int visitFile(dl_phdr_info* file, std::size_t, void* data)
 
 } // namespace
 
-bool hasVendorFunctions(CK_FUNCTION_LIST_PTR functions)
+Outcome findVendorFunctions(CK_FUNCTION_LIST_PTR functions, const Diagnostics& lines, bool& found)
 {
+    found = false;
+    const Pipe pipe;
+    if (!pipe.isOpen()) {
+        diagnose(lines, "No pipe to look for vendor functions with: ", std::generic_category().message(errno));
+        return {CKR_HOST_MEMORY, "pipe2"};
+    }
     Query query{reinterpret_cast<std::uintptr_t>(functions->C_Initialize), {}, false};
-    if (!readSafely(functions + 1, query.entries.data(), sizeof query.entries))
-        return false;
-    (void)dl_iterate_phdr(visitFile, &query); // the query holds the answer
-    return query.answer;
+    if (pipe.copy(functions + 1, query.entries.data(), sizeof query.entries)) {
+        (void)dl_iterate_phdr(visitFile, &query); // the query holds the answer
+        found = query.answer;
+    }
+    return {CKR_OK, "pipe2"};
 }

@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -103,6 +104,21 @@ TEST_P(ListAtTheEndOfAPage, IsReadWithoutRisk)
 {
     EndingPage page;
     EXPECT_FALSE(areIn(page.place(list, sizeof list - GetParam())));
+}
+
+TEST_F(VendorFunctions, AreNotLookedForWithoutAFileDescriptor)
+{
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
+    const rlimit none{0, usual.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    // Directly, because the scene needs descriptors itself.
+    const jboolean answer = natives.hasVendorFunctions(java.get(), java.call(), loaded);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &usual), 0);
+    EXPECT_EQ(answer, JNI_FALSE);
+    ASSERT_EQ(java.reports.size(), 1U);
+    EXPECT_EQ(java.reports[0].code, CKR_HOST_MEMORY);
+    EXPECT_EQ(java.reports[0].lines, "No pipe to look for vendor functions with: Too many open files\n");
 }
 
 TEST_F(VendorFunctions, AreReadToTheLastByteOfAPage)
