@@ -28,20 +28,42 @@ DWORD readerState()
 
 std::vector<std::string> command()
 {
-    std::vector<std::string> words = {PCSCD, "--foreground", "--critical", "--config", READER_CONFIGURATION};
-    const char* const option = WITHOUT_POLKIT;
-    if (*option != '\0') // else the service does not know the option
-        words.emplace_back(option);
+    return {PCSCD, "--foreground", "--critical", "--config", READER_CONFIGURATION};
+}
+
+std::vector<std::string> commandWithoutPolkit()
+{
+    std::vector<std::string> words = command();
+#ifdef PCSCD_WITHOUT_POLKIT
+    words.emplace_back(PCSCD_WITHOUT_POLKIT);
+#endif
     return words;
 }
 
 } // namespace
 
 // What the daemon writes is of interest when a test fails; standard output is the command's.
-PcscService::PcscService() : daemon_(command(), STDIN_FILENO, STDERR_FILENO, STDERR_FILENO)
+PcscService::PcscService(const std::vector<std::string>& command)
+    : daemon_(command, STDIN_FILENO, STDERR_FILENO, STDERR_FILENO)
+{
+}
+
+PcscService::PcscService() : PcscService(commandWithoutPolkit())
 {
     waitForReader([](DWORD state) { return (state & (SCARD_STATE_EMPTY | SCARD_STATE_PRESENT)) != 0; });
 }
+
+#ifdef PCSCD_WITHOUT_POLKIT
+std::unique_ptr<PcscService> PcscService::thatRefusesItsClients()
+{
+    std::unique_ptr<PcscService> service(new PcscService(command()));
+    service->waitUntil([] {
+        SCARDCONTEXT context = 0;
+        return SCardEstablishContext(SCARD_SCOPE_SYSTEM, nullptr, nullptr, &context) == SCARD_W_SECURITY_VIOLATION;
+    });
+    return service;
+}
+#endif
 
 PcscService::~PcscService()
 {
@@ -53,10 +75,21 @@ void PcscService::waitUntilEmpty()
     waitForReader([](DWORD state) { return (state & SCARD_STATE_EMPTY) != 0; });
 }
 
+void PcscService::waitUntilMute()
+{
+    waitForReader([](DWORD state) { return (state & SCARD_STATE_MUTE) != 0; });
+}
+
 void PcscService::waitForReader(bool (*condition)(DWORD state))
 {
+    waitUntil([condition] { return condition(readerState()); });
+}
+
+template <typename Condition>
+void PcscService::waitUntil(Condition condition)
+{
     const auto end = std::chrono::steady_clock::now() + patience;
-    while (!condition(readerState())) {
+    while (!condition()) {
         if (!daemon_.running())
             throw std::runtime_error("pcscd ended with status " + std::to_string(daemon_.wait()));
         if (std::chrono::steady_clock::now() > end)

@@ -6,12 +6,22 @@
 
 #include <winscard.h>
 
+#include <memory>
+#include <string>
+#include <vector>
+
 constexpr const char* virtualReader = "Virtual PCD 00 00";
+
+constexpr const char* pcscSocket = "/run/pcscd/pcscd.comm";
 
 /// Runs from construction to stop() or destruction. Construction returns when clients can see the reader.
 class PcscService {
 public:
     PcscService();
+#ifdef PCSCD_WITHOUT_POLKIT
+    /// Returns a service that asks polkit about its clients. There is no polkit to answer, so it refuses them all.
+    static std::unique_ptr<PcscService> thatRefusesItsClients();
+#endif
     ~PcscService();
     PcscService(const PcscService&) = delete;
     PcscService& operator=(const PcscService&) = delete;
@@ -19,10 +29,17 @@ public:
     /// Waits until the service has noticed that there is no card in the reader. Throws when it does not.
     void waitUntilEmpty();
 
+    /// Waits until the service has noticed that the card does not answer. Throws when it does not.
+    void waitUntilMute();
+
     void stop();
 
 private:
+    explicit PcscService(const std::vector<std::string>& command);
+
     void waitForReader(bool (*condition)(DWORD state));
+    template <typename Condition>
+    void waitUntil(Condition condition);
 
     ChildProcess daemon_;
 };

@@ -23,7 +23,9 @@ enum Control : unsigned char { powerOff = 0, powerOn = 1, reset = 2, getAtr = 4 
 // Messages both ways begin with their length in two bytes, the high one first.
 using Header = std::array<unsigned char, 2>;
 
-constexpr std::array<unsigned char, 4> atr = {0, 2, 0x3B, 0x00};                  // T=0, no historical bytes
+constexpr std::array<unsigned char, 4> atr = {0, 2, 0x3B, 0x00}; // T=0, no historical bytes
+// Longer than any card's, so the reader does not take it. Without any answer the card would count as taken out.
+constexpr std::array<unsigned char, 66> noAtr = {0, 64, 0x3B};
 constexpr std::array<unsigned char, 4> instructionNotSupported = {0, 2, 0x6D, 0}; // ISO 7816-4
 
 int connectToReader()
@@ -43,7 +45,9 @@ int connectToReader()
 
 } // namespace
 
-VirtualCard::VirtualCard() : connection_(connectToReader()), thread_([this] { obey(); }) {}
+VirtualCard::VirtualCard(Manner manner) : manner_(manner), connection_(connectToReader()), thread_([this] { obey(); })
+{
+}
 
 VirtualCard::~VirtualCard()
 {
@@ -95,6 +99,8 @@ void VirtualCard::obey()
     const auto answer = [this](const auto& message) {
         return send(connection_, message.data(), message.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(message.size());
     };
+    // The reader asks for the ATR when it has powered the card, but also to see whether the card is there.
+    bool powered = false;
     Header header{};
     bool connected = true;
     while (connected && receive(header.data(), header.size())) {
@@ -107,9 +113,15 @@ void VirtualCard::obey()
         }
         switch (message[0]) {
         case powerOff: note(off); break;
-        case powerOn: note("power on"); break;
+        case powerOn:
+            note("power on");
+            powered = true;
+            break;
         case reset: note("reset"); break;
-        case getAtr: connected = answer(atr); break;
+        case getAtr:
+            connected = powered && manner_ == Manner::mute ? answer(noAtr) : answer(atr);
+            powered = false;
+            break;
         default: break;
         }
     }

@@ -16,8 +16,11 @@ constexpr std::chrono::seconds patience{20};
 /// switched.
 class VirtualCard {
 public:
+    /// A mute card, as one that lies upside down, gives no answer when it is powered.
+    enum class Manner { answering, mute };
+
     /// Throws when there is no reader.
-    VirtualCard();
+    explicit VirtualCard(Manner manner = Manner::answering);
     ~VirtualCard();
     VirtualCard(const VirtualCard&) = delete;
     VirtualCard& operator=(const VirtualCard&) = delete;
@@ -34,6 +37,7 @@ private:
     bool receive(unsigned char* bytes, std::size_t count) const;
     void note(const char* event);
 
+    Manner manner_;
     int connection_;
     std::mutex mutex_;
     std::condition_variable changed_;

@@ -49,7 +49,9 @@ class ToolDiagnosticsTest extends ScriptedToken {
         Result result = tool("reset-terminal", "-t", "Reader of no such name");
 
         assertEquals("", result.out);
-        assertTrue(result.err.contains("SCARD_E_NO_SERVICE (0x8010001D) from SCardEstablishContext\n"), result::toString);
+        assertTrue(result.err.contains("SCARD_E_NO_SERVICE (0x8010001D) from SCardEstablishContext\n"
+                + "no PC/SC service runs here, for there is no socket /nonexistent/pcscd.comm (SCARD_E_NO_SERVICE): for a reader"),
+                result::toString);
         assertEquals(1, result.status);
     }
 

@@ -221,7 +221,13 @@ public final class ReturnCodes {
         return Long.compareUnsigned(code, VENDOR_DEFINED) >= 0;
     }
 
-    static String name(long code) {
+    /**
+     * Names a code.
+     *
+     * @param code the code
+     * @return its name here; its number where it has none
+     */
+    public static String name(long code) {
         if (isVendorDefined(code)) {
             return "CKR_VENDOR_DEFINED + " + hex(code - VENDOR_DEFINED);
         }

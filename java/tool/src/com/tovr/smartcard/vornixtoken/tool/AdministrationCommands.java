@@ -2,6 +2,7 @@
 package com.tovr.smartcard.vornixtoken.tool;
 
 import com.tovr.smartcard.vornixtoken.Pin;
+import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
 import com.tovr.smartcard.vornixtoken.Token;
 import com.tovr.smartcard.vornixtoken.TokenInfo;
 
@@ -133,6 +134,12 @@ final class AdministrationCommands {
         @Override
         void run() throws Exception {
             Token.resetTerminal(terminal.toString());
+        }
+
+        @Override
+        String advice(Pkcs11Exception refused) {
+            PcscFailure failure = PcscFailure.of(refused);
+            return failure.message + ": " + failure.remedy;
         }
     }
 }

@@ -23,6 +23,7 @@ final class Doctor extends ToolCommand.OnModules {
     @Override
     void run() throws Exception {
         JavaCheck.run(on("Java"), on("library"));
+        PcscService service = PcscService.ask();
         KnownModules known = KnownModules.ofThisMachine();
         List<TriedModule> tried = tryModules(terminal == null ? null : terminal.toString());
         if (tried.isEmpty()) {
@@ -31,12 +32,12 @@ final class Doctor extends ToolCommand.OnModules {
                     "install the module of the token's maker, or name its file by --module or VORNIX_MODULE");
         }
         for (TriedModule each : tried) {
-            new ModuleCheck(each, on("module " + each.module.file)).run(known);
+            new ModuleCheck(each, service, on("module " + each.module.file)).run(known);
             if (terminal != null && each.reason == null) {
-                new TerminalCheck(each, on("name '" + terminal + "'")).run(terminal.toString());
+                new TerminalCheck(each, service, on("name '" + terminal + "'")).run(terminal.toString());
             }
         }
-        PcscCheck.run(on("PC/SC"));
+        PcscCheck.run(service, on("PC/SC"));
         put("ok", healthy);
         put("findings", findings);
     }

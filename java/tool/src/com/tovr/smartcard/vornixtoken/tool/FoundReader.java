@@ -2,6 +2,7 @@
 package com.tovr.smartcard.vornixtoken.tool;
 
 import com.tovr.smartcard.vornixtoken.Reader;
+import com.tovr.smartcard.vornixtoken.ReturnCodes;
 import com.tovr.smartcard.vornixtoken.TokenInfo;
 import com.tovr.smartcard.vornixtoken.TokenInfo.Flag;
 
@@ -21,8 +22,8 @@ final class FoundReader {
     final String name;
     final String manufacturer;
     final boolean tokenPresent;
-    /** The module's code where it could not describe the token; 0 where it could, or there is none. */
-    final long tokenCode;
+    /** The name of the module's code where it could not describe the token; empty where it could, or there is none. */
+    final String tokenCodeName;
     final String label;
     final String model;
     final String serialNumber;
@@ -34,7 +35,7 @@ final class FoundReader {
         name = words.next();
         manufacturer = words.next();
         tokenPresent = Boolean.parseBoolean(words.next());
-        tokenCode = Long.parseLong(words.next());
+        tokenCodeName = words.next();
         label = words.next();
         model = words.next();
         serialNumber = words.next();
@@ -47,7 +48,7 @@ final class FoundReader {
         TokenInfo token = reader.getToken().orElse(null);
         List<String> words = new ArrayList<>(Arrays.asList(Long.toUnsignedString(reader.getSlot()), reader.getName(),
                 reader.getManufacturer(), String.valueOf(reader.isTokenPresent()),
-                String.valueOf(reader.isTokenPresent() ? reader.getTokenCode() : 0),
+                reader.isTokenPresent() && token == null ? ReturnCodes.name(reader.getTokenCode()) : "",
                 token == null ? "" : token.getLabel(), token == null ? "" : token.getModel(),
                 token == null ? "" : token.getSerialNumber()));
         if (token != null) {
@@ -61,8 +62,8 @@ final class FoundReader {
         if (!tokenPresent) {
             return "no token";
         }
-        if (tokenCode != 0) {
-            return "token cannot be read (0x" + Long.toHexString(tokenCode).toUpperCase() + ")";
+        if (!isReadable()) {
+            return "token cannot be read (" + tokenCodeName + ")";
         }
         if (isBlank()) {
             return "blank";
@@ -77,7 +78,7 @@ final class FoundReader {
     }
 
     boolean isReadable() {
-        return tokenPresent && tokenCode == 0;
+        return tokenPresent && tokenCodeName.isEmpty();
     }
 
     PinState pinState() {

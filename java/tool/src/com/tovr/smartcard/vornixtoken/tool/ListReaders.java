@@ -84,12 +84,12 @@ final class ListReaders extends ToolCommand.OnModules {
     private void print(PcscService service) {
         say("PC/SC readers");
         if (service.failure != null) {
-            say("None can be listed: " + service.failure);
+            say("None can be listed: " + service.failure.message);
         } else if (service.readers.isEmpty()) {
             say("None is connected.");
         }
         for (PcscReader reader : service.readers) {
-            say(reader.getName() + (reader.isCardPresent() ? ", with a card" : ", empty"));
+            say(reader.getName() + ", " + PcscService.content(reader));
         }
     }
 }

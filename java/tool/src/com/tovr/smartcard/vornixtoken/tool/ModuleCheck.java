@@ -8,11 +8,15 @@ import java.util.List;
 
 /** A module: whether it works, and what it shows. */
 final class ModuleCheck {
+    private static final String UNKNOWN_CARD = "CKR_TOKEN_NOT_RECOGNIZED";
+
     private final TriedModule tried;
+    private final PcscService service;
     private final Findings findings;
 
-    ModuleCheck(TriedModule tried, Findings findings) {
+    ModuleCheck(TriedModule tried, PcscService service, Findings findings) {
         this.tried = tried;
+        this.service = service;
         this.findings = findings;
     }
 
@@ -42,7 +46,8 @@ final class ModuleCheck {
 
     private void readers() {
         if (tried.readers.isEmpty()) {
-            findings.warn("it shows no reader", "connect the reader; see what PC/SC shows below");
+            findings.warn("it shows no reader", service.failure == null && service.readers.isEmpty() ? "connect the reader"
+                    : "see PC/SC below: a reader that stands there without any finding is not one of this module's");
         }
         for (FoundReader reader : tried.readers) {
             String what = "reader " + reader + (reader.isReadable() && !reader.isBlank()
@@ -51,7 +56,9 @@ final class ModuleCheck {
             if (!reader.tokenPresent) {
                 findings.note(what, null);
             } else if (!reader.isReadable()) {
-                findings.warn(what, "take the card out and put it in again; it may be no card of this module's");
+                findings.warn(what, reader.tokenCodeName.equals(UNKNOWN_CARD)
+                        ? "the module does not know this card: take the module of the card's maker"
+                        : "take the card out and put it in again; it may be no card of this module's");
             } else if (reader.isBlank()) {
                 findings.note(what, "\"vornixtoken-tool init\" initialises it");
             } else {

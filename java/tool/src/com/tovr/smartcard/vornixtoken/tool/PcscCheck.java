@@ -8,33 +8,20 @@ final class PcscCheck {
     private PcscCheck() {
     }
 
-    static void run(Findings findings) throws InterruptedException {
-        PcscService service = PcscService.ask();
+    static void run(PcscService service, Findings findings) {
         if (service.failure != null) {
-            findings.warn(service.failure, remedy(service.codeName));
+            findings.warn(service.failure.message, service.failure.remedy);
         } else if (service.readers.isEmpty()) {
             findings.note("the service runs, and no reader is connected",
                     "connect the reader; if lsusb shows it, its driver is missing: libccid serves most");
         }
         for (PcscReader reader : service.readers) {
+            String what = "reader '" + reader.getName() + "', " + PcscService.content(reader);
             if (reader.isCardMute()) {
-                findings.warn("reader '" + reader.getName() + "' has a card that does not answer",
-                        "turn the card round, or clean it; \"vornixtoken-tool reset-terminal\" powers it down");
+                findings.warn(what, PcscFailure.TURN_THE_CARD);
             } else {
-                findings.ok("reader '" + reader.getName() + "', " + (reader.isCardPresent() ? "with a card" : "empty"));
+                findings.ok(what);
             }
-        }
-    }
-
-    private static String remedy(String codeName) {
-        switch (codeName) {
-            case "SCARD_E_NO_SERVICE":
-                return "for a reader that is connected: install pcscd, and start it by \"systemctl start pcscd.socket\"";
-            case "SCARD_E_NO_ACCESS":
-            case "SCARD_W_SECURITY_VIOLATION":
-                return "you may not use the service: ask for a rule of polkit for org.debian.pcsc-lite.access_pcsc";
-            default:
-                return "see what the service says: \"journalctl -u pcscd\"; starting it anew may help";
         }
     }
 }

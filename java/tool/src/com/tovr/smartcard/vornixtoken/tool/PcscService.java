@@ -15,11 +15,10 @@ final class PcscService {
 
     final List<PcscReader> readers = new ArrayList<>();
     /** Why there is no list; null: there is one. */
-    String failure;
-    /** The name of the service's code. */
-    String codeName = "";
+    PcscFailure failure;
 
-    private PcscService() {
+    /** A service without readers. */
+    PcscService() {
     }
 
     /** Asks the service in a thread of its own, which is left alone if the service does not answer. */
@@ -33,7 +32,7 @@ final class PcscService {
             return answer[0];
         }
         PcscService silent = new PcscService();
-        silent.failure = "the service does not answer within " + LIMIT_IN_MILLISECONDS / 1000 + " s";
+        silent.failure = PcscFailure.silent(LIMIT_IN_MILLISECONDS / 1000);
         return silent;
     }
 
@@ -42,12 +41,21 @@ final class PcscService {
         try {
             service.readers.addAll(PcscReader.list());
         } catch (Pkcs11Exception refused) {
-            service.failure = refused.getMessage();
-            service.codeName = refused.getCodeName();
+            service.failure = PcscFailure.of(refused);
         } catch (UnsatisfiedLinkError missing) {
-            service.failure = "the native library is missing";
+            service.failure = PcscFailure.libraryMissing();
         }
         return service;
+    }
+
+    /** The reader of this name, as a module has it too; null: none. */
+    PcscReader reader(String name) {
+        return readers.stream().filter(each -> each.getName().equals(name)).findFirst().orElse(null);
+    }
+
+    /** What is in a reader, in words. */
+    static String content(PcscReader reader) {
+        return reader.isCardMute() ? "with a card that does not answer" : reader.isCardPresent() ? "with a card" : "empty";
     }
 
     Map<String, Object> members() {
@@ -57,10 +65,11 @@ final class PcscService {
             Map<String, Object> one = new LinkedHashMap<>();
             one.put("name", reader.getName());
             one.put("cardPresent", reader.isCardPresent());
+            one.put("cardMute", reader.isCardMute());
             all.add(one);
         }
         members.put("readers", all);
-        members.put("failure", failure);
+        members.put("failure", failure == null ? null : failure.message);
         return members;
     }
 }

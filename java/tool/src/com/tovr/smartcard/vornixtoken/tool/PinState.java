@@ -9,7 +9,8 @@ import java.util.Set;
 enum PinState {
     LOCKED("locked"),
     LAST_TRY("last try"),
-    FEW_TRIES_LEFT("few tries left"),
+    /** A wrong one was given since the last right one. The flags do not tell whether the token ever locks. */
+    TRIES_USED("tries used"),
     NOT_SET("not set"),
     TO_BE_CHANGED("to be changed"),
     /** The flags tell nothing. */
@@ -41,7 +42,7 @@ enum PinState {
             return LAST_TRY;
         }
         if (flags.contains(countLow)) {
-            return FEW_TRIES_LEFT;
+            return TRIES_USED;
         }
         return flags.contains(toBeChanged) ? TO_BE_CHANGED : READY;
     }
@@ -54,8 +55,8 @@ enum PinState {
                         + " \"vornixtoken-tool init\" starts over, and all objects are lost";
             case LAST_TRY:
                 return "last try: another wrong PIN locks it, so do not guess, and ask whoever issued the token";
-            case FEW_TRIES_LEFT:
-                return "few tries left: make sure of the PIN before the next one, because wrong ones lock it";
+            case TRIES_USED:
+                return triesUsed("PIN");
             case NOT_SET:
                 return "not set: whoever has the PUK sets the first PIN with the token maker's software";
             case TO_BE_CHANGED:
@@ -72,13 +73,18 @@ enum PinState {
                 return "locked: only the token's maker can help";
             case LAST_TRY:
                 return "last try: another wrong PUK locks it for good, so do not guess, and ask whoever issued the token";
-            case FEW_TRIES_LEFT:
-                return "few tries left: make sure of the PUK before the next one, because wrong ones lock it";
+            case TRIES_USED:
+                return triesUsed("PUK");
             case TO_BE_CHANGED:
                 return "to be changed: it is the default one or has expired; use \"vornixtoken-tool change-puk\"";
             default:
                 return null;
         }
+    }
+
+    private static String triesUsed(String secret) {
+        return "few tries may be left: a wrong " + secret + " was given since the last right one, and a token commonly"
+                + " locks it after a few more; make sure of it before the next try";
     }
 
     @Override

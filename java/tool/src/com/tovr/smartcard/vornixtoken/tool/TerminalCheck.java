@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.tovr.smartcard.vornixtoken.tool;
 
+import com.tovr.smartcard.vornixtoken.PcscReader;
+
 import java.nio.charset.StandardCharsets;
 import java.util.Arrays;
 import java.util.List;
@@ -12,19 +14,24 @@ final class TerminalCheck {
     private static final int MANUFACTURER_WIDTH = 32;
 
     private final TriedModule tried;
+    private final PcscService service;
     private final Findings findings;
 
-    TerminalCheck(TriedModule tried, Findings findings) {
+    TerminalCheck(TriedModule tried, PcscService service, Findings findings) {
         this.tried = tried;
+        this.service = service;
         this.findings = findings;
     }
 
     void run(String name) {
         if (tried.chosen == null) {
             findings.add(tried.module.isNamedByUser() ? Finding.Level.PROBLEM : Finding.Level.NOTE, tried.notChosen,
-                    "give the whole name of one of the module's readers");
+                    remedy(service.reader(name)));
         } else {
             findings.ok("it chooses reader " + tried.chosen + " of " + tried.module.file);
+            if (!tried.chosen.tokenPresent) {
+                findings.warn("there is no card in that reader", "put the card in");
+            }
         }
         List<FoundReader> matching = tried.readers.stream().filter(reader -> matches(reader, name))
                 .collect(Collectors.toList());
@@ -40,6 +47,16 @@ final class TerminalCheck {
             findings.note("for the native methods it matches " + matching.stream().map(FoundReader::toString)
                     .collect(Collectors.joining(", ")) + "; the last one wins", null);
         }
+    }
+
+    /** What to do when the module shows no reader of the name, but PC/SC perhaps does. */
+    private static String remedy(PcscReader connected) {
+        if (connected == null) {
+            return "give the whole name of one of the module's readers";
+        }
+        return connected.isCardMute()
+                ? "the reader is connected, but its card does not answer: " + PcscFailure.TURN_THE_CARD
+                : "the reader is connected, but the module does not show it: it may be made for other readers or cards";
     }
 
     /** The native methods' rule: one is the beginning of the other, and the manufacturer's name counts too. */

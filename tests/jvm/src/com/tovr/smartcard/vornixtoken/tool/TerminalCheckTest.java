@@ -12,6 +12,7 @@ import java.util.List;
 
 /** Where the native methods choose another reader than the class Token does. */
 class TerminalCheckTest {
+    private String tokenPresent = "true";
     private final TriedModule tried = new TriedModule(new KnownModule("module.so"));
     private final List<String> found = new ArrayList<>();
 
@@ -52,13 +53,24 @@ class TerminalCheckTest {
         assertEquals(Collections.singletonList("ok: it chooses reader 'Reader 1' (slot 1) of module.so"), found);
     }
 
+    @Test
+    void anEmptyOneWantsItsCard() {
+        tokenPresent = "false";
+        tried.chosen = reader("1", "Reader 1", "Works");
+
+        check("Reader 1");
+
+        assertEquals(Arrays.asList("ok: it chooses reader 'Reader 1' (slot 1) of module.so",
+                "warning: there is no card in that reader"), found);
+    }
+
     private FoundReader reader(String slot, String name, String manufacturer) {
-        FoundReader reader = new FoundReader(Arrays.asList(slot, name, manufacturer, "false", "0", "", "", "").iterator());
+        FoundReader reader = new FoundReader(Arrays.asList(slot, name, manufacturer, tokenPresent, "", "", "", "").iterator());
         tried.readers.add(reader);
         return reader;
     }
 
     private void check(String name) {
-        new TerminalCheck(tried, new Findings(each -> found.add(each.level + ": " + each.message), "name")).run(name);
+        new TerminalCheck(tried, new PcscService(), new Findings(each -> found.add(each.level + ": " + each.message), "name")).run(name);
     }
 }
