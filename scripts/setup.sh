@@ -21,7 +21,8 @@ demo=("${build[@]}" openssl libbcpkix-java pcscd vsmartcard-vpcd iproute2 util-l
 test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin pkg-config git
       fish libnss3 mandoc p11-kit-modules zsh)
 docs=("${build[@]}" mkdocs doxygen)
-ci=("${test[@]}" mkdocs doxygen clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck
+# Xvfb and a Java with windows bring a whole graphics stack, for one test.
+ci=("${test[@]}" default-jre xvfb mkdocs doxygen clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck
     maven libmaven-compiler-plugin-java libmaven-resources-plugin-java libexec-maven-plugin-java)
 release=("${build[@]}" binutils debootstrap dpkg-dev file git gpg lintian)
 

@@ -16,6 +16,7 @@ import java.util.Arrays;
 import java.util.Optional;
 import java.util.concurrent.FutureTask;
 
+import javax.swing.JDialog;
 import javax.swing.JOptionPane;
 import javax.swing.JPasswordField;
 import javax.swing.SwingUtilities;
@@ -25,7 +26,7 @@ import javax.swing.text.PlainDocument;
 import javax.swing.text.Segment;
 
 /**
- * Asks a person for the PIN in a window, says how many tries the token's flags still promise, and opens a session. Use it
+ * Asks a person for the PIN in a window, says what the token's flags tell of wrong ones, and opens a session. Use it
  * in a desktop program; the typed characters are wiped in the field, in the array and in the {@link Pin}. What asks is an
  * interface, so that the program can be tested without a screen.
  */
@@ -74,7 +75,7 @@ public final class DesktopPrompt {
 
     private static String question(TokenInfo token) {
         String tries = token.getFlags().contains(Flag.USER_PIN_FINAL_TRY) ? "This is the last try. "
-                : token.getFlags().contains(Flag.USER_PIN_COUNT_LOW) ? "Few tries are left. " : "";
+                : token.getFlags().contains(Flag.USER_PIN_COUNT_LOW) ? "Few tries may be left. " : "";
         return tries + "PIN of " + token.getLabel() + " (" + token.getSerialNumber() + "):";
     }
 
@@ -84,10 +85,20 @@ public final class DesktopPrompt {
         public char[] ask(String question) throws Exception {
             FutureTask<char[]> asking = new FutureTask<>(() -> {
                 JPasswordField field = newField();
-                int answer = JOptionPane.showConfirmDialog(null, new Object[] {question, field}, "Token",
-                        JOptionPane.OK_CANCEL_OPTION, JOptionPane.QUESTION_MESSAGE);
+                JOptionPane pane = new JOptionPane(new Object[] {question, field}, JOptionPane.QUESTION_MESSAGE,
+                        JOptionPane.OK_CANCEL_OPTION) {
+                    /** Else the person would type at the button. */
+                    @Override
+                    public void selectInitialValue() {
+                        super.selectInitialValue();
+                        field.requestFocusInWindow();
+                    }
+                };
+                JDialog dialog = pane.createDialog("Token");
+                dialog.setVisible(true); // until it is answered
+                dialog.dispose();
                 char[] typed = take(field);
-                if (answer == JOptionPane.OK_OPTION) {
+                if (Integer.valueOf(JOptionPane.OK_OPTION).equals(pane.getValue())) {
                     return typed;
                 }
                 Arrays.fill(typed, '\0');

@@ -76,16 +76,17 @@ class DocumentationTest {
     }
 
     @Test
-    void examplesOfPackagesAreQuotedFromTestedFiles() throws IOException {
+    void examplesOfClassesAndPackagesAreQuotedFromTestedFiles() throws IOException {
         int examples = 0;
-        for (String source : Documents.files("java/src", "package-info.java")) {
-            for (String example : found("(?s)<pre>\n(.*?) \\* </pre>", Documents.text(source))) {
-                String text = example.replaceAll("(?m)^ *\\* ?", "").replace("&lt;", "<").replace("&gt;", ">");
+        for (String source : Documents.files("java/src", ".java")) {
+            for (String example : found("(?s)<pre>(.*?)</pre>", Documents.text(source))) {
+                String text = example.replaceAll("(?m)^ *\\* ?", "").trim().replaceAll("(?s)^\\{@code\\s(.*)}$", "$1").trim()
+                        .replace("&lt;", "<").replace("&gt;", ">").replace("&amp;", "&");
                 assertTrue(isQuoted(text, tested("java")), () -> source + ":\n" + text);
                 examples++;
             }
         }
-        assertTrue(examples > 0);
+        assertTrue(examples >= 10, examples + " examples");
     }
 
     @Test
@@ -188,7 +189,9 @@ class DocumentationTest {
     private static List<String> tested(String language) throws IOException {
         switch (language) {
             case "java":
-                return Documents.files("java/examples", ".java");
+                List<String> programs = new ArrayList<>(Documents.files("java/examples", ".java"));
+                programs.addAll(Documents.files("java/recipes", ".java"));
+                return programs;
             case "cpp":
                 return Documents.files("tests/packaging", ".cpp");
             case "cmake":
