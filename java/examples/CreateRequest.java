@@ -21,6 +21,7 @@ public final class CreateRequest {
         Token token = new Token(arguments[0], arguments[1]);
         RequestContent content = RequestContent.builder()
                 .subject("CN", "Alice")
+                .alternativeName("email", "alice@host.example")
                 .keyUsage(KeyUsage.DIGITAL_SIGNATURE)
                 .build();
         try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray());

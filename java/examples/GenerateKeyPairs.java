@@ -11,7 +11,9 @@ public final class GenerateKeyPairs {
 
     public static void main(String[] arguments) throws Exception {
         Usage.check(GenerateKeyPairs.class, arguments, "MODULE READER");
-        Token token = new Token(arguments[0], arguments[1]);
+        String module = arguments[0];
+        String reader = arguments[1];
+        Token token = new Token(module, reader);
         try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray())) {
             token.generateRsaKeyPair(pin, 2048, "my RSA key", new byte[] {1});
             token.generateGostKeyPair(pin, "my GOST key", new byte[] {2});

@@ -14,7 +14,7 @@ import java.util.Objects;
  *
  * <pre>
  * List&lt;PcscReader&gt; readers = PcscReader.list();
- * while (readers.stream().noneMatch(PcscReader::isCardPresent)) {
+ * while (readers.stream().anyMatch(each -&gt; each.getName().startsWith(reader) &amp;&amp; each.isCardPresent()) != present) {
  *     readers = PcscReader.awaitChange(readers, Duration.ofMinutes(1));
  * }
  * </pre>

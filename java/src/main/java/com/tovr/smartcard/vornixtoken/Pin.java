@@ -11,8 +11,9 @@ import java.util.Objects;
  * A PIN or PUK for as long as it is needed. It takes over what it is made of and wipes its own copy when it is closed:
  *
  * <pre>
- * try (Pin pin = Pin.of(System.console().readPassword("PIN: "))) {
- *     token.clean(pin);
+ * try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray());
+ *         Pin chosen = Pin.of(System.getenv("VORNIX_NEW_PIN").toCharArray())) {
+ *     token.changePin(pin, chosen);
  * }
  * </pre>
  *

@@ -15,11 +15,10 @@ import javax.security.auth.x500.X500Principal;
  * names or dotted object identifiers:
  *
  * <pre>
- * RequestContent.builder()
- *         .subject(new X500Principal("CN=Alice, O=Example, C=NO"))
- *         .alternativeName("DNS", "host.example")
+ * RequestContent content = RequestContent.builder()
+ *         .subject("CN", "Alice")
+ *         .alternativeName("email", "alice@host.example")
  *         .keyUsage(KeyUsage.DIGITAL_SIGNATURE)
- *         .attribute("challengePassword", "word")
  *         .build();
  * </pre>
  *

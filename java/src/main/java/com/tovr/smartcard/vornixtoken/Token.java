@@ -14,9 +14,10 @@ import java.util.Objects;
  * A smart-card token: a PKCS #11 module, and the reader that holds the card.
  *
  * <pre>
- * Token token = new Token("/usr/lib/libtovr_pkcs11_main.so", "Reader 0");
- * try (Pin pin = Pin.of(System.console().readPassword("PIN: ")); TokenSession session = token.open(pin)) {
- *     X509Certificate certificate = session.readCertificate("my certificate");
+ * Token token = new Token(module, reader);
+ * try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray())) {
+ *     token.generateRsaKeyPair(pin, 2048, "my RSA key", new byte[] {1});
+ *     token.generateGostKeyPair(pin, "my GOST key", new byte[] {2});
  * }
  * </pre>
  *

@@ -9,10 +9,7 @@ import java.util.function.Consumer;
  * Names a token in more ways than by its reader, and says how calls behave:
  *
  * <pre>
- * Token token = Token.in("/usr/lib/libtovr_pkcs11_main.so")
- *         .serialNumber("0123456789abcdef")
- *         .waitingAtMost(Duration.ofSeconds(10))
- *         .build();
+ * token = Token.in(module).reader(reader).waitingAtMost(patience).build();
  * </pre>
  */
 public final class TokenBuilder {

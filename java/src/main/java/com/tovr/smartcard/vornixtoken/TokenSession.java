@@ -12,10 +12,14 @@ import java.util.List;
  * An open token, logged in, for many jobs with one PIN. {@link Token#open} makes it:
  *
  * <pre>
- * try (TokenSession session = token.open(pin)) {
- *     for (TokenCertificate each : session.listCertificates()) {
- *         System.out.println(each);
+ * try (Pin pin = Pin.of(System.getenv("VORNIX_USER_PIN").toCharArray());
+ *         TokenSession session = token.open(pin)) {
+ *     for (TokenCertificate certificate : session.listCertificates()) {
+ *         System.out.println(certificate.getLabel() + ": "
+ *                 + certificate.getSubject().orElse("no X.509 certificate")
+ *                 + (certificate.hasPrivateKey() ? ", with its private key" : ""));
  *     }
+ *     System.out.println(session.listObjects().size() + " objects");
  * }
  * </pre>
  *

@@ -24,6 +24,7 @@
  * <pre>
  * RequestContent content = RequestContent.builder()
  *         .subject("CN", "Alice")
+ *         .alternativeName("email", "alice@host.example")
  *         .keyUsage(KeyUsage.DIGITAL_SIGNATURE)
  *         .build();
  * </pre>
