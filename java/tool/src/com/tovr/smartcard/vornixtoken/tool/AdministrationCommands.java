@@ -91,12 +91,6 @@ final class AdministrationCommands {
         private Erasure erasure;
 
         @Override
-        void run(Token token) throws Exception {
-            erasure.askFor(token, terminal);
-            super.run(token);
-        }
-
-        @Override
         void run(Token token, Pin puk) throws Exception {
             token.initialize(puk);
         }
@@ -107,12 +101,6 @@ final class AdministrationCommands {
     static final class Clean extends ToolCommand.AsUser {
         @Mixin
         private Erasure erasure;
-
-        @Override
-        void run(Token token) throws Exception {
-            erasure.askFor(token, terminal);
-            super.run(token);
-        }
 
         @Override
         void run(Token token, Pin pin) throws Exception {

@@ -12,7 +12,7 @@ import picocli.CommandLine.Spec;
 import java.io.Console;
 import java.io.IOException;
 
-/** Asks before all objects of a token are lost. */
+/** A mixin of commands by which all objects of a token are lost: it asks before they begin. */
 final class Erasure {
     @Option(names = "--yes", description = "Do not ask whether all objects may be lost.")
     private boolean allowed;

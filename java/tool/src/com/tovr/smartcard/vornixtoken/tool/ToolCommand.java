@@ -108,6 +108,10 @@ abstract class ToolCommand implements Callable<Integer> {
         return tool;
     }
 
+    CommandSpec spec() {
+        return spec;
+    }
+
     /** A DER structure: base64 for JSON; otherwise into a file, to standard output for "-", or as PEM. */
     void putDer(String name, byte[] der, String pemType, Path file) throws IOException {
         put(name, Base64.getEncoder().encodeToString(der));
@@ -178,6 +182,11 @@ abstract class ToolCommand implements Callable<Integer> {
         @Override
         void run() throws Exception {
             token = Token.in(module).reader(terminal.toString()).diagnostics(tool()::tell).build();
+            for (CommandSpec mixin : spec().mixins().values()) {
+                if (mixin.userObject() instanceof Erasure) {
+                    ((Erasure) mixin.userObject()).askFor(token, terminal);
+                }
+            }
             run(token);
         }
 
