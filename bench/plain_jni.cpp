@@ -48,11 +48,13 @@ std::vector<CK_OBJECT_HANDLE> findAll()
     return objects;
 }
 
-/// Asks whether the login is there, as the open token does behind a search.
-void askForLogin()
+/// Asks whether login and card are there, as the open token does behind a search.
+void checkSession()
 {
     CK_SESSION_INFO info{};
     (void)list->C_GetSessionInfo(session, &info); // as above
+    CK_SLOT_INFO slot{};
+    (void)list->C_GetSlotInfo(info.slotID, &slot);
 }
 
 /// One object of a listing, as the natives return it: four texts.
@@ -129,7 +131,7 @@ JNIEXPORT jobject JNICALL Java_bench_PlainJni_listObjects(JNIEnv* env, jclass)
         for (jstring text : texts)
             env->DeleteLocalRef(text);
     }
-    askForLogin();
+    checkSession();
     return all;
 }
 
@@ -151,7 +153,7 @@ JNIEXPORT jbyteArray JNICALL Java_bench_PlainJni_readCertificate(JNIEnv* env, jc
     value.pValue = certificate.data();
     (void)list->C_GetAttributeValue(session, object, &value, 1);
     (void)list->C_FindObjectsFinal(session);
-    askForLogin();
+    checkSession();
     const auto length = static_cast<jsize>(certificate.size());
     jbyteArray array = env->NewByteArray(length);
     env->SetByteArrayRegion(array, 0, length, reinterpret_cast<const jbyte*>(certificate.data()));

@@ -3,7 +3,7 @@
 #include "session/certificate_listing.h"
 #include "session/native_call.h"
 #include "session/natives.h"
-#include "session/user_login.h"
+#include "session/session_check.h"
 
 namespace {
 

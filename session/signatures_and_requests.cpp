@@ -2,7 +2,7 @@
 // Natives: messages and certificate requests.
 #include "session/native_call.h"
 #include "session/natives.h"
-#include "session/user_login.h"
+#include "session/session_check.h"
 
 jbyteArray natives::sign(JNIEnv* env, jobject call, jlong module, jlong session, jbyteArray data,
                          jbyteArray certificateId, jbyteArray privateKeyId, jobjectArray furtherCertificateIds,

@@ -2,7 +2,7 @@
 // Natives: the token as a whole.
 #include "session/native_call.h"
 #include "session/natives.h"
-#include "session/user_login.h"
+#include "session/session_check.h"
 
 namespace {
 
@@ -31,11 +31,11 @@ Outcome packListing(const Session& session, Bytes& output)
     return outcome;
 }
 
-/// Without the login it would destroy the public objects alone.
+/// Without the login the public objects alone would be destroyed.
 Outcome destroyAllObjects(const Session& session)
 {
-    const Outcome login = checkUserLogin(session);
-    return login.code == CKR_OK ? complete(session, jobs::destroyObjects(session)) : login;
+    const Outcome before = checkSession(session);
+    return before.code == CKR_OK ? complete(session, jobs::destroyObjects(session)) : before;
 }
 
 } // namespace

@@ -59,7 +59,9 @@ std::vector<std::string> failures(const std::string& name)
 // What a search adds to a failure, and what follows it.
 const std::string searchEnded = " > C_FindObjectsFinal > ";
 const std::string askedForTheLogin = "C_GetSessionInfo > > CKR_DEVICE_ERROR in C_GetSessionInfo";
+const std::string askedForTheCard = "C_GetSlotInfo > > CKR_DEVICE_ERROR in C_GetSlotInfo";
 const std::string inSessionInfo = "C_GetSessionInfo CKR_DEVICE_ERROR in C_GetSessionInfo";
+const std::string inSlotInfo = "C_GetSlotInfo CKR_DEVICE_ERROR in C_GetSlotInfo";
 const std::string inFindObjects = "CKR_DEVICE_ERROR in C_FindObjects; C_FindObjects failed";
 
 TEST(FailedCall, OfANativeOfOneCallIsReported)
@@ -104,7 +106,7 @@ TEST(FailedCall, OfReadingACertificateEndsItsSearch)
                         "CKR_DEVICE_ERROR in C_GetAttributeValue; C_GetAttributeValue failed for 101. Code: 48",
                     "C_GetAttributeValue" + searchEnded +
                         "CKR_DEVICE_ERROR in C_GetAttributeValue; C_GetAttributeValue failed #2 for 101. Code: 48",
-                    "C_FindObjectsFinal > C_GetSessionInfo > ", askedForTheLogin));
+                    "C_FindObjectsFinal > C_GetSessionInfo C_GetSlotInfo > ", askedForTheLogin, askedForTheCard));
 }
 
 TEST(FailedCall, OfReadingAPublicKeyEndsItsSearch)
@@ -117,7 +119,7 @@ TEST(FailedCall, OfReadingAPublicKeyEndsItsSearch)
                         "CKR_DEVICE_ERROR in C_GetAttributeValue; C_GetAttributeValue failed for 102. Code: 48",
                     "C_GetAttributeValue" + searchEnded +
                         "CKR_DEVICE_ERROR in C_GetAttributeValue; C_GetAttributeValue failed #2 for 102. Code: 48",
-                    "C_FindObjectsFinal > C_GetSessionInfo > ", askedForTheLogin));
+                    "C_FindObjectsFinal > C_GetSessionInfo C_GetSlotInfo > ", askedForTheLogin, askedForTheCard));
 }
 
 /// A search for one object among `number`ed ones, which `next` follows.
@@ -169,7 +171,7 @@ std::vector<std::string> ending(const std::vector<std::string>& all)
 TEST(FailedCall, OfAListing)
 {
     const auto all = failures("listObjects");
-    ASSERT_EQ(all.size(), 22u); // 9 of the search, 2 for each of 6 objects, 1 for the login
+    ASSERT_EQ(all.size(), 23u); // 9 of the search, 2 for each of 6 objects, 2 of the check
     EXPECT_THAT(
         ending(all),
         ElementsAre("C_FindObjectsInit CKR_DEVICE_ERROR in C_FindObjectsInit; C_FindObjectsInit failed. Code: 48",
@@ -177,7 +179,7 @@ TEST(FailedCall, OfAListing)
                     "for 106. Code: 48",
                     "C_GetAttributeValue CKR_DEVICE_ERROR in C_GetAttributeValue; C_GetAttributeValue #2 "
                     "failed for 106. Code: 48",
-                    inSessionInfo))
+                    inSessionInfo, inSlotInfo))
         << "only the last object's";
     EXPECT_THAT(all[9], testing::EndsWith("> C_GetAttributeValue failed for 101. Code: 48"));
     EXPECT_THAT(all[8], testing::EndsWith("> C_FindObjectsFinal failed. Code: 48"));
@@ -186,15 +188,15 @@ TEST(FailedCall, OfAListing)
 TEST(FailedCall, OfDestroying)
 {
     const auto all = failures("destroyObjects");
-    ASSERT_EQ(all.size(), 17u);
+    ASSERT_EQ(all.size(), 19u);
     EXPECT_THAT(
         ending(all),
-        ElementsAre(inSessionInfo,
+        ElementsAre(inSessionInfo, inSlotInfo,
                     "C_FindObjectsInit CKR_DEVICE_ERROR in C_FindObjectsInit; C_FindObjectsInit failed. Code: 48",
                     "C_DestroyObject CKR_DEVICE_ERROR in C_DestroyObject; C_DestroyObject failed for 106. "
                     "Code: 48",
-                    inSessionInfo));
-    EXPECT_THAT(all[10], testing::EndsWith("> C_DestroyObject failed for 101. Code: 48"));
+                    inSessionInfo, inSlotInfo));
+    EXPECT_THAT(all[11], testing::EndsWith("> C_DestroyObject failed for 101. Code: 48"));
 }
 
 TEST(FailedCall, OfAListingOfCertificates)
@@ -211,7 +213,7 @@ TEST(FailedCall, OfAListingOfCertificates)
                     "for 101. Code: 48",
                     "C_GetAttributeValue CKR_DEVICE_ERROR in C_GetAttributeValue; C_GetAttributeValue #2 "
                     "failed for 101. Code: 48",
-                    inSessionInfo));
+                    inSessionInfo, inSlotInfo));
 }
 
 TEST(FailedCall, KeepsTheSixtyFourBitsOfItsCode)

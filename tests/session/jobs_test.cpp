@@ -113,7 +113,7 @@ TEST_F(Jobs, TellThatNothingWasFound)
 {
     EXPECT_EQ(job(natives.readCertificate, bytes("nobody"), bytes(none)), std::nullopt);
     EXPECT_EQ(told, failure(CKR_FUNCTION_FAILED, "search", "C_FindObjects object not found. Code: 0\n"));
-    EXPECT_THAT(story, testing::EndsWith(stories::searchEnded + loginAskedFor));
+    EXPECT_THAT(story, testing::EndsWith(stories::searchEnded + loginAskedFor + cardAskedFor));
 }
 
 TEST_F(Jobs, SearchForLabelsWithANulInThem)

@@ -103,8 +103,9 @@ protected:
 /// What `told` is for a failure.
 [[nodiscard]] std::string failure(CK_RV code, const std::string& step, const std::string& lines = "");
 
-/// How a job asks whether the login is still there.
+/// How a job asks whether the login is still there, and then whether the card is.
 inline const std::string loginAskedFor = "C_GetSessionInfo(session 41): CKR_OK\n";
+inline const std::string cardAskedFor = "C_GetSlotInfo(slot 7): CKR_OK\n";
 
 // --- Packed results ---
 

@@ -182,6 +182,7 @@ CK_RV ScriptedModule::sessionInfo(CK_SESSION_HANDLE session, CK_SESSION_INFO* in
     if (sessions_.count(session) == 0)
         return CKR_SESSION_HANDLE_INVALID;
     *info = {};
+    info->slotID = sessions_[session].slot;
     if (!user_)
         info->state = CKS_RW_PUBLIC_SESSION;
     else

@@ -78,7 +78,7 @@ class SessionTest extends ScriptedToken {
 
         assertEquals(Arrays.asList("C_GetSlotList", "C_GetSlotList", "C_GetSlotInfo", "C_OpenSession", "C_Login",
                 "C_FindObjectsInit", "C_FindObjects", "C_GetAttributeValue", "C_GetAttributeValue",
-                "C_FindObjectsFinal", "C_GetSessionInfo", "C_CloseSession"), names(calls));
+                "C_FindObjectsFinal", "C_GetSessionInfo", "C_GetSlotInfo", "C_CloseSession"), names(calls));
     }
 
     @Test

@@ -11,8 +11,9 @@ import java.nio.charset.StandardCharsets;
  * {@code null} unless a comment says so; an ID of length 0 names no object. Results of several fields are packed: each
  * field is its length (4 bytes) and its bytes, a number is a field of 8 bytes; all big-endian ({@link Fields}).
  *
- * <p>A session that has lost its login sees the public objects alone, and its search succeeds. So a job that looks for
- * objects asks the session, and fails with CKR_USER_NOT_LOGGED_IN from {@code C_GetSessionInfo}.
+ * <p>A session that has lost its login sees the public objects alone, and its search succeeds; a module may remember the
+ * objects of a card that is out. So a job that looks for objects asks session and slot, and fails with
+ * CKR_USER_NOT_LOGGED_IN from {@code C_GetSessionInfo} or CKR_DEVICE_REMOVED from {@code C_GetSlotInfo}.
  */
 final class NativeCall {
     private String diagnostics = "";

@@ -30,8 +30,9 @@ import java.util.List;
  * <p><b>Its end.</b> When the card is taken out or reset, when somebody else in the process calls {@code C_Logout}, or
  * finalises the module, the job that meets this fails with {@link Reason#REMOVED}, and so does each later one. Then
  * {@link Token#open} makes a new session. A job on a closed session causes an {@link IllegalStateException}. After a
- * {@code C_Logout} a token still shows its public objects: so a listing, a search and {@link #clean} ask whether the
- * login is there, and what is left is neither returned as the whole nor destroyed.
+ * {@code C_Logout} a token still shows its public objects, and a module may remember those of a card that is out. So a
+ * listing, a search and {@link #clean} ask for login and card; what is left is neither returned as the whole nor
+ * destroyed.
  *
  * <p><b>The login belongs to the process.</b> While this session is open, whatever else opens the same token, through
  * this library or not, finds the login there, and its PIN is not looked at. A job that the token allows only without

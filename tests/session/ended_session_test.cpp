@@ -6,7 +6,7 @@ namespace {
 
 using namespace scripted;
 
-class LostLogin : public SessionTest {
+class EndedSession : public SessionTest {
 protected:
     void SetUp() override
     {
@@ -27,7 +27,7 @@ protected:
     const Bytes alice = {0x01};
 };
 
-TEST_F(LostLogin, IsToldInPlaceOfTheObjectsThatAreLeft)
+TEST_F(EndedSession, IsToldInPlaceOfTheObjectsThatAreLeft)
 {
     module.logout();
     expectTold(natives.listObjects);
@@ -36,7 +36,7 @@ TEST_F(LostLogin, IsToldInPlaceOfTheObjectsThatAreLeft)
     expectTold(natives.readPublicKey, bytes("alice"), bytes(alice));
 }
 
-TEST_F(LostLogin, IsToldInPlaceOfAnObjectThatIsNotFound)
+TEST_F(EndedSession, IsToldInPlaceOfAnObjectThatIsNotFound)
 {
     module.logout();
     expectTold(natives.readCertificate, bytes("nobody"), bytes(alice));
@@ -46,7 +46,7 @@ TEST_F(LostLogin, IsToldInPlaceOfAnObjectThatIsNotFound)
     EXPECT_EQ(told, goneLogin + "C_FindObjects object not found #2. Code: 0\n");
 }
 
-TEST_F(LostLogin, IsToldOfAnObjectThatGoesWhileItIsRead)
+TEST_F(EndedSession, IsToldOfAnObjectThatGoesWhileItIsRead)
 {
     module.C_GetAttributeValue = [this, original = module.C_GetAttributeValue](auto... arguments) {
         module.logout();
@@ -57,7 +57,7 @@ TEST_F(LostLogin, IsToldOfAnObjectThatGoesWhileItIsRead)
     expectTold(natives.readCertificate, bytes("alice"), bytes(alice));
 }
 
-TEST_F(LostLogin, KeepsAllObjectsFromBeingDestroyed)
+TEST_F(EndedSession, KeepsAllObjectsFromBeingDestroyed)
 {
     module.logout();
     call(natives.destroyObjects, loaded, session);
@@ -65,7 +65,7 @@ TEST_F(LostLogin, KeepsAllObjectsFromBeingDestroyed)
     EXPECT_EQ(module.objects.size(), 6U);
 }
 
-TEST_F(LostLogin, IsToldWhereItGoesWhileObjectsAreDestroyed)
+TEST_F(EndedSession, IsToldWhereItGoesWhileObjectsAreDestroyed)
 {
     module.C_FindObjectsInit = [this, original = module.C_FindObjectsInit](auto... arguments) {
         module.logout();
@@ -76,29 +76,44 @@ TEST_F(LostLogin, IsToldWhereItGoesWhileObjectsAreDestroyed)
     EXPECT_EQ(module.objects.size(), 2U) << "the private keys";
 }
 
-TEST_F(LostLogin, IsNotReplacedByTheSecurityOfficers)
+TEST_F(EndedSession, IsNotReplacedByTheSecurityOfficers)
 {
     module.logout();
     call(natives.login, loaded, session, jlong{CKU_SO}, bytes(module.token.soPin));
     expectTold(natives.listObjects);
 }
 
-TEST_F(LostLogin, IsNotAskedForBehindWhatCannotBeDoneWithout)
+TEST_F(EndedSession, IsNotAskedForBehindWhatCannotBeDoneWithout)
 {
     EXPECT_TRUE(
         fetch(natives.sign, loaded, session, bytes("data"), bytes(alice), bytes(alice), java.byteArrays({}), jlong{0}));
     EXPECT_THAT(story, testing::Not(testing::HasSubstr("C_GetSessionInfo")));
 }
 
-TEST_F(LostLogin, IsToldByAModuleThatOpensSessionsForReadingToo)
+TEST_F(EndedSession, IsToldByAModuleThatOpensSessionsForReadingToo)
 {
     for (const CK_STATE state : {CKS_RO_PUBLIC_SESSION, CKS_RO_USER_FUNCTIONS}) {
         module.C_GetSessionInfo = [=](CK_SESSION_HANDLE, CK_SESSION_INFO* info) {
-            info->state = state;
+            *info = {7, state, CKF_SERIAL_SESSION, 0};
             return CKR_OK;
         };
         EXPECT_EQ(fetch(natives.listObjects, loaded, session).has_value(), state == CKS_RO_USER_FUNCTIONS);
     }
+}
+
+// A module may remember the objects of a card that is out.
+TEST_F(EndedSession, TellsThatItsCardIsOut)
+{
+    module.C_GetSlotInfo = [original = module.C_GetSlotInfo](CK_SLOT_ID slot, CK_SLOT_INFO* info) {
+        const CK_RV code = original(slot, info);
+        info->flags &= ~CK_FLAGS{CKF_TOKEN_PRESENT};
+        return code;
+    };
+    EXPECT_EQ(fetch(natives.listObjects, loaded, session), std::nullopt);
+    EXPECT_EQ(told, failure(CKR_DEVICE_REMOVED, "C_GetSlotInfo"));
+    call(natives.destroyObjects, loaded, session);
+    EXPECT_EQ(story, loginAskedFor + cardAskedFor);
+    EXPECT_EQ(module.objects.size(), 6U);
 }
 
 } // namespace
