@@ -23,10 +23,13 @@ enum Control : unsigned char { powerOff = 0, powerOn = 1, reset = 2, getAtr = 4 
 // Messages both ways begin with their length in two bytes, the high one first.
 using Header = std::array<unsigned char, 2>;
 
-constexpr std::array<unsigned char, 4> atr = {0, 2, 0x3B, 0x00}; // T=0, no historical bytes
+const std::vector<unsigned char> atr = {0x3B, 0x00}; // T=0, no historical bytes
 // Longer than any card's, so the reader does not take it. Without any answer the card would count as taken out.
-constexpr std::array<unsigned char, 66> noAtr = {0, 64, 0x3B};
-constexpr std::array<unsigned char, 4> instructionNotSupported = {0, 2, 0x6D, 0}; // ISO 7816-4
+const std::vector<unsigned char> noAtr = [] {
+    std::vector<unsigned char> bytes(64);
+    bytes[0] = 0x3B;
+    return bytes;
+}();
 
 int connectToReader()
 {
@@ -45,7 +48,13 @@ int connectToReader()
 
 } // namespace
 
-VirtualCard::VirtualCard(Manner manner) : manner_(manner), connection_(connectToReader()), thread_([this] { obey(); })
+std::vector<unsigned char> knowsNoCommand(const std::vector<unsigned char>&)
+{
+    return {0x6D, 0x00};
+}
+
+VirtualCard::VirtualCard(Manner manner, CardAnswer answer)
+    : manner_(manner), answer_(std::move(answer)), connection_(connectToReader()), thread_([this] { obey(); })
 {
 }
 
@@ -96,8 +105,11 @@ bool VirtualCard::receive(unsigned char* bytes, std::size_t count) const
 
 void VirtualCard::obey()
 {
-    const auto answer = [this](const auto& message) {
-        return send(connection_, message.data(), message.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(message.size());
+    const auto send = [this](std::vector<unsigned char> message) {
+        const auto length = message.size();
+        message.insert(message.begin(), {static_cast<unsigned char>(length >> 8), static_cast<unsigned char>(length)});
+        return ::send(connection_, message.data(), message.size(), MSG_NOSIGNAL) ==
+               static_cast<ssize_t>(message.size());
     };
     // The reader asks for the ATR when it has powered the card, but also to see whether the card is there.
     bool powered = false;
@@ -108,7 +120,7 @@ void VirtualCard::obey()
         if (!receive(message.data(), message.size()))
             return;
         if (message.size() != 1) {
-            connected = answer(instructionNotSupported);
+            connected = send(answer_(message));
             continue;
         }
         switch (message[0]) {
@@ -119,7 +131,7 @@ void VirtualCard::obey()
             break;
         case reset: note("reset"); break;
         case getAtr:
-            connected = powered && manner_ == Manner::mute ? answer(noAtr) : answer(atr);
+            connected = send(powered && manner_ == Manner::mute ? noAtr : atr);
             powered = false;
             break;
         default: break;

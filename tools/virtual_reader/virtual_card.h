@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -12,15 +13,20 @@
 /// Time limit of every wait, long enough for a machine under load.
 constexpr std::chrono::seconds patience{20};
 
-/// The card is in the reader from construction to destruction. It knows no commands and records how its power is
-/// switched.
+/// What a card answers a command, with the status word behind it (ISO 7816-4).
+using CardAnswer = std::function<std::vector<unsigned char>(const std::vector<unsigned char>& command)>;
+
+/// The answer of a card that knows no commands.
+[[nodiscard]] std::vector<unsigned char> knowsNoCommand(const std::vector<unsigned char>& command);
+
+/// The card is in the reader from construction to destruction. It records how its power is switched.
 class VirtualCard {
 public:
     /// A mute card, as one that lies upside down, gives no answer when it is powered.
     enum class Manner { answering, mute };
 
-    /// Throws when there is no reader.
-    explicit VirtualCard(Manner manner = Manner::answering);
+    /// Throws when there is no reader. `answer` is called by another thread.
+    explicit VirtualCard(Manner manner = Manner::answering, CardAnswer answer = knowsNoCommand);
     ~VirtualCard();
     VirtualCard(const VirtualCard&) = delete;
     VirtualCard& operator=(const VirtualCard&) = delete;
@@ -37,7 +43,8 @@ private:
     bool receive(unsigned char* bytes, std::size_t count) const;
     void note(const char* event);
 
-    Manner manner_;
+    const Manner manner_;
+    const CardAnswer answer_;
     int connection_;
     std::mutex mutex_;
     std::condition_variable changed_;
