@@ -46,8 +46,7 @@ jbyteArray natives::readCertificate(JNIEnv* env, jobject call, jlong module, jlo
 {
     return fetch(env, call, [&](const Diagnostics& lines, Bytes& output) {
         const Session opened = sessionOf(module, session, lines);
-        return complete(opened,
-                        jobs::readCertificate(opened, ByteArray(env, label).text(), ByteArray(env, id).run(), output));
+        return complete(opened, jobs::readCertificate(opened, Name(env, label).text(), Name(env, id).run(), output));
     });
 }
 
@@ -55,8 +54,7 @@ jbyteArray natives::readPublicKey(JNIEnv* env, jobject call, jlong module, jlong
                                   jbyteArray id)
 {
     return fetch(env, call, [&](const Diagnostics& lines, Bytes& output) {
-        return packPublicKey(sessionOf(module, session, lines), ByteArray(env, label).text(), ByteArray(env, id).run(),
-                             output);
+        return packPublicKey(sessionOf(module, session, lines), Name(env, label).text(), Name(env, id).run(), output);
     });
 }
 
@@ -64,8 +62,8 @@ void natives::importCertificate(JNIEnv* env, jobject call, jlong module, jlong s
                                 jbyteArray certificate)
 {
     run(env, call, [&](const Diagnostics& lines) {
-        return jobs::importCertificate(sessionOf(module, session, lines), ByteArray(env, label).cString(),
-                                       ByteArray(env, id).run(), ByteArray(env, certificate).run());
+        return jobs::importCertificate(sessionOf(module, session, lines), Name(env, label).cString(),
+                                       Name(env, id).run(), ByteArray(env, certificate).run());
     });
 }
 
@@ -82,7 +80,7 @@ void natives::generateRsaKeyPair(JNIEnv* env, jobject call, jlong module, jlong 
 {
     run(env, call, [&](const Diagnostics& lines) {
         return jobs::generateRsaKeyPair(sessionOf(module, session, lines), static_cast<CK_ULONG>(modulusBits),
-                                        ByteArray(env, label).text(), ByteArray(env, id).run());
+                                        Name(env, label).text(), Name(env, id).run());
     });
 }
 
@@ -90,7 +88,7 @@ void natives::generateGostKeyPair(JNIEnv* env, jobject call, jlong module, jlong
                                   jbyteArray id)
 {
     run(env, call, [&](const Diagnostics& lines) {
-        return jobs::generateGostKeyPair(sessionOf(module, session, lines), ByteArray(env, label).text(),
-                                         ByteArray(env, id).run());
+        return jobs::generateGostKeyPair(sessionOf(module, session, lines), Name(env, label).text(),
+                                         Name(env, id).run());
     });
 }

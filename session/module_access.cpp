@@ -92,8 +92,7 @@ std::vector<PcscReader> readReaders(JNIEnv* env, jobjectArray names, jlongArray 
 jlong natives::load(JNIEnv* env, jobject call, jbyteArray path)
 {
     std::unique_ptr<Module> module;
-    run(env, call,
-        [&](const Diagnostics& lines) { return Module::load(ByteArray(env, path).cString(), lines, module); });
+    run(env, call, [&](const Diagnostics& lines) { return Module::load(Name(env, path).cString(), lines, module); });
     return reinterpret_cast<jlong>(module.release());
 }
 
@@ -177,7 +176,7 @@ void natives::changePin(JNIEnv* env, jobject call, jlong module, jlong session, 
 
 void natives::resetReader(JNIEnv* env, jobject call, jbyteArray name)
 {
-    run(env, call, [&](const Diagnostics& lines) { return ::resetReader(ByteArray(env, name).cString(), lines); });
+    run(env, call, [&](const Diagnostics& lines) { return ::resetReader(Name(env, name).cString(), lines); });
 }
 
 jbyteArray natives::pcscReaders(JNIEnv* env, jobject call)

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "session/native_call.h"
 
-#include <cstring>
 #include <limits>
 
 void throwIfPending(JNIEnv* env)
@@ -18,10 +17,13 @@ ByteArray::ByteArray(JNIEnv* env, jbyteArray array)
         env->GetByteArrayRegion(array, 0, length, reinterpret_cast<jbyte*>(bytes_.data()));
 }
 
-const char* ByteArray::cString()
+Name::Name(JNIEnv* env, jbyteArray array) : size_(static_cast<std::size_t>(env->GetArrayLength(array)))
 {
-    bytes_.push_back('\0');
-    return reinterpret_cast<const char*>(bytes_.data());
+    if (size_ >= short_.size())
+        long_.reset(new unsigned char[size_ + 1]); // make_unique would fill it first
+    if (size_ != 0)
+        env->GetByteArrayRegion(array, 0, static_cast<jsize>(size_), reinterpret_cast<jbyte*>(bytes()));
+    bytes()[size_] = '\0';
 }
 
 std::vector<Bytes> readByteArrays(JNIEnv* env, jobjectArray arrays)
@@ -43,7 +45,8 @@ jbyteArray newByteArray(JNIEnv* env, const unsigned char* bytes, std::size_t cou
     if (count > static_cast<std::size_t>(std::numeric_limits<jsize>::max()))
         throw std::bad_alloc(); // Java has no array for it
     const jbyteArray array = env->NewByteArray(static_cast<jsize>(count));
-    throwIfPending(env);
+    if (array == nullptr)
+        throw PendingJavaException();
     env->SetByteArrayRegion(array, 0, static_cast<jsize>(count), reinterpret_cast<const jbyte*>(bytes));
     return array;
 }

@@ -15,9 +15,13 @@
 
 #include <jni.h>
 
+#include <array>
+#include <cstddef>
+#include <memory>
 #include <new>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// Thrown where a JNI function has left a Java exception: the native returns, and Java goes on with it.
@@ -25,27 +29,38 @@ struct PendingJavaException {};
 
 void throwIfPending(JNIEnv* env);
 
-/// A copy of a byte[], wiped at the end. It may hold a PIN. A null array has no bytes.
+/// A copy of a byte[], wiped at the end: it may hold a PIN. A null array has no bytes.
 class ByteArray {
 public:
     ByteArray(JNIEnv* env, jbyteArray array);
 
     ByteRun run() { return {firstByte(bytes_), bytes_.size()}; }
 
-    /// Never without a pointer, which would tell a job that there is no text.
-    std::string_view text() const
-    {
-        return bytes_.empty() ? "" : std::string_view(reinterpret_cast<const char*>(bytes_.data()), bytes_.size());
-    }
-
-    /// The same with a NUL behind it.
-    const char* cString();
-
     /// The same as a run of texts in groups.
-    TextRun groups(jlong texts, jlong groupSize) { return {firstByte(bytes_), CK_ULONG(texts / groupSize)}; }
+    TextRun groups(jlong texts, jlong groupSize) { return {run().first, CK_ULONG(texts / groupSize)}; }
 
 private:
     SecretBytes bytes_;
+};
+
+/// A copy of a byte[] that names something and is no secret: a label, an ID, a file. A short one costs no allocation.
+class Name {
+public:
+    Name(JNIEnv* env, jbyteArray array);
+
+    ByteRun run() { return {size_ == 0 ? nullptr : bytes(), size_}; }
+
+    /// Never without a pointer, which would tell a job that there is no text.
+    std::string_view text() { return {cString(), size_}; }
+
+    const char* cString() { return reinterpret_cast<const char*>(bytes()); }
+
+private:
+    unsigned char* bytes() { return long_ == nullptr ? short_.data() : long_.get(); }
+
+    std::size_t size_;
+    std::array<unsigned char, 64> short_; ///< with a NUL behind the name, as the other one
+    std::unique_ptr<unsigned char[]> long_;
 };
 
 /// Copies of a byte[][]'s elements.

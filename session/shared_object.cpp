@@ -47,7 +47,7 @@ jbyteArray natives::keepShared(JNIEnv* env, jobject, jobject object)
 jobject natives::findShared(JNIEnv* env, jobject, jbyteArray name)
 {
     return guarded(env, [&]() -> jobject {
-        const ByteArray copy(env, name);
+        Name copy(env, name);
         const std::string prefix = processPrefix();
         std::string_view text = copy.text();
         if (text.substr(0, prefix.size()) != prefix)

@@ -10,10 +10,10 @@ jbyteArray natives::sign(JNIEnv* env, jobject call, jlong module, jlong session,
 {
     return fetch(env, call, [&](const Diagnostics& lines, Bytes& output) {
         const Session opened = sessionOf(module, session, lines);
-        return explained(
-            opened, jobs::signMessage(opened, ByteArray(env, data).run(), ByteArray(env, certificateId).run(),
-                                      ByteArray(env, privateKeyId).run(), readByteArrays(env, furtherCertificateIds),
-                                      static_cast<CK_ULONG>(flags), output));
+        return explained(opened,
+                         jobs::signMessage(opened, ByteArray(env, data).run(), Name(env, certificateId).run(),
+                                           Name(env, privateKeyId).run(), readByteArrays(env, furtherCertificateIds),
+                                           static_cast<CK_ULONG>(flags), output));
     });
 }
 
@@ -32,10 +32,10 @@ jbyteArray natives::createRequest(JNIEnv* env, jobject call, jlong module, jlong
 {
     return fetch(env, call, [&](const Diagnostics& lines, Bytes& output) {
         const Session opened = sessionOf(module, session, lines);
-        return explained(opened, jobs::createRequest(opened, ByteArray(env, publicKeyId).run(),
-                                                     ByteArray(env, privateKeyId).run(),
-                                                     ByteArray(env, subject).groups(subjectCount, 2),
-                                                     ByteArray(env, attributes).groups(attributeCount, 2),
-                                                     ByteArray(env, extensions).groups(extensionCount, 3), output));
+        return explained(opened,
+                         jobs::createRequest(opened, Name(env, publicKeyId).run(), Name(env, privateKeyId).run(),
+                                             ByteArray(env, subject).groups(subjectCount, 2),
+                                             ByteArray(env, attributes).groups(attributeCount, 2),
+                                             ByteArray(env, extensions).groups(extensionCount, 3), output));
     });
 }
