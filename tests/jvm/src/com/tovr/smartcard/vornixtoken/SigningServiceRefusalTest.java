@@ -39,7 +39,7 @@ class SigningServiceRefusalTest extends ScriptedToken {
     void whoWaitsForTooLongIsToldToComeLater() throws Exception {
         try (SigningService service = service(PIN, Duration.ofMillis(50))) {
             assertEquals(200, status(service));
-            Semaphore lock = LoadedModule.of(module, new Attempt(() -> "looking", Attempt.Manner.DEFAULT)).shared
+            Semaphore lock = LoadedModule.of(module, new Attempt(Attempt.Manner.DEFAULT)).shared
                     .lock(SLOT);
             lock.acquire();
             assertEquals(503, status(service));

@@ -16,6 +16,7 @@ import org.junit.jupiter.api.Test;
 import java.time.Duration;
 import java.util.List;
 import java.util.concurrent.Callable;
+import java.util.concurrent.ExecutionException;
 import java.util.concurrent.FutureTask;
 import java.util.concurrent.Semaphore;
 
@@ -31,7 +32,7 @@ class WaitingTest extends ScriptedToken {
     void takeTheSlot() throws Exception {
         pin = Pin.of(PIN.clone());
         token(Duration.ofMinutes(1)).listObjects(pin);
-        shared = LoadedModule.of(module, new Attempt(() -> "looking", Attempt.Manner.DEFAULT)).shared;
+        shared = LoadedModule.of(module, new Attempt(Attempt.Manner.DEFAULT)).shared;
         lock = shared.lock(SLOT);
         lock.acquire();
     }
@@ -73,6 +74,27 @@ class WaitingTest extends ScriptedToken {
     }
 
     @Test
+    void aSessionThatIsLostWhileItsJobWaitsCallsNothing() throws Exception {
+        lock.release();
+        TokenSession session = token(Duration.ofMinutes(1)).open(pin);
+        lock.acquire();
+        FutureTask<List<TokenObject>> job = new FutureTask<>(session::listObjects);
+
+        List<String> calls = Transcript.during(() -> {
+            startWaiting(job);
+            shared.lose(shared.generation.get());
+            lock.release();
+            Throwable failure = assertThrows(ExecutionException.class, job::get).getCause();
+            assertEquals(Reason.REMOVED, ((Pkcs11Exception) failure).getReason());
+        });
+
+        assertTrue(calls.isEmpty(), calls::toString);
+        shared.state.set(SharedModule.TAKES_SEVERAL_THREADS);
+        session.close();
+        lock.acquire();
+    }
+
+    @Test
     void anInterruptIsKeptForLater() {
         Thread.currentThread().interrupt();
 
@@ -93,11 +115,7 @@ class WaitingTest extends ScriptedToken {
         });
 
         List<String> calls = Transcript.during(() -> {
-            new Thread(failure).start();
-            while (!lock.hasQueuedThreads()) {
-                assertFalse(failure.isDone(), "it did not wait");
-                Thread.yield();
-            }
+            startWaiting(failure);
             pin.close();
             lock.release();
             try {
@@ -118,11 +136,7 @@ class WaitingTest extends ScriptedToken {
             return null;
         });
 
-        new Thread(reset).start();
-        while (!lock.hasQueuedThreads()) {
-            assertFalse(reset.isDone(), "it did not wait");
-            Thread.yield();
-        }
+        startWaiting(reset);
         lock.release();
         assertTrue(assertThrows(Exception.class, reset::get).getMessage().contains("SCARD_"));
         lock.acquire();
@@ -136,6 +150,15 @@ class WaitingTest extends ScriptedToken {
 
         assertEquals(Reason.IN_USE, failure.getReason());
         shared.gate.release();
+    }
+
+    /** Starts what will wait for the slot, and returns when it does. */
+    private void startWaiting(FutureTask<?> task) {
+        new Thread(task).start();
+        while (!lock.hasQueuedThreads()) {
+            assertFalse(task.isDone(), "it did not wait");
+            Thread.yield();
+        }
     }
 
     private Token token(Duration patience) {

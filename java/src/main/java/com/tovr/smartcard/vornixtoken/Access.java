@@ -112,19 +112,24 @@ final class Access {
         });
     }
 
-    /** Makes the attempt for a job of an open session. */
-    Attempt begin(Supplier<String> action) {
-        return new Attempt(() -> action.get() + ", " + this, manner);
+    /** Makes an attempt to do something. */
+    Attempt begin() {
+        return new Attempt(manner);
+    }
+
+    /** The exception for a failure, which tells what was tried where. */
+    Pkcs11Exception refuse(Attempt attempt, NativeFailure failure, Supplier<String> action) {
+        return attempt.refuse(failure, action.get() + ", " + this);
     }
 
     /** Powers a card down while no call of this library works with its reader. */
     static void resetReader(String name) throws Pkcs11Exception {
-        Attempt attempt = new Attempt(() -> "resetting reader '" + name + "'", Attempt.Manner.DEFAULT);
+        Attempt attempt = new Attempt(Attempt.Manner.DEFAULT);
         try {
             byte[] reader = Texts.encodeWithoutNul(name);
             reset(reader, SharedModule.locksOf(ReaderChoice.trimmed(name)), attempt);
         } catch (NativeFailure failure) {
-            throw attempt.refuse(failure);
+            throw attempt.refuse(failure, "resetting reader '" + name + "'");
         }
     }
 
@@ -150,7 +155,7 @@ final class Access {
                 turn.require(vendorFunction);
             }
             long slot = choice.slot(turn);
-            turn.take(slot);
+            turn.take(turn.module.shared.lock(slot));
             return work.on(turn, slot, progress);
         });
     }
@@ -163,7 +168,7 @@ final class Access {
 
     /** Begins once more where somebody had finalised the module and nothing was done yet. */
     private <T> T attempt(Supplier<String> action, Undertaking<T> undertaking) throws Pkcs11Exception {
-        Attempt attempt = begin(action);
+        Attempt attempt = begin();
         Progress progress = new Progress();
         try {
             try {
@@ -175,7 +180,7 @@ final class Access {
                 return undertaking.in(attempt, progress);
             }
         } catch (NativeFailure failure) {
-            throw attempt.refuse(failure);
+            throw refuse(attempt, failure, action);
         } finally {
             attempt.tell();
         }

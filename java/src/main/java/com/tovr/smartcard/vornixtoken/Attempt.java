@@ -2,24 +2,21 @@
 package com.tovr.smartcard.vornixtoken;
 
 import java.time.Duration;
+import java.util.Arrays;
 import java.util.concurrent.Semaphore;
 import java.util.concurrent.TimeUnit;
 import java.util.function.Consumer;
-import java.util.function.Supplier;
 
-/** One call of the API while it runs: what it tries, how long it may wait, what the natives had to say. */
+/** One call of the API while it runs: how long it may wait, what the natives had to say. */
 final class Attempt {
     /** More nanoseconds do not fit into a number. */
     private static final Duration FOR_EVER = Duration.ofNanos(Long.MAX_VALUE);
 
-    /** What is tried, in words. They are put together only when somebody asks. */
-    private final Supplier<String> action;
     private final Manner manner;
-    private final StringBuilder lines = new StringBuilder(0);
+    private String lines = "";
     private long deadline;
 
-    Attempt(Supplier<String> action, Manner manner) {
-        this.action = action;
+    Attempt(Manner manner) {
         this.manner = manner;
     }
 
@@ -53,7 +50,7 @@ final class Attempt {
         try {
             return call.on(natives);
         } finally {
-            lines.append(natives.diagnostics());
+            lines = lines.concat(natives.diagnostics());
         }
     }
 
@@ -99,17 +96,15 @@ final class Attempt {
         return deadline - now;
     }
 
-    /** The exception for a failure. */
-    Pkcs11Exception refuse(NativeFailure failure) {
-        return new Pkcs11Exception(failure, action.get(), lines.toString());
+    /** The exception for the failure of what was tried. */
+    Pkcs11Exception refuse(NativeFailure failure, String action) {
+        return new Pkcs11Exception(failure, action, lines);
     }
 
     /** Hands the lines to whoever listens. Holds no lock. */
     void tell() {
-        if (lines.length() > 0) {
-            for (String line : lines.toString().split("\n")) {
-                manner.listener.accept(line);
-            }
+        if (!lines.isEmpty()) {
+            Arrays.asList(lines.split("\n")).forEach(manner.listener);
         }
     }
 }

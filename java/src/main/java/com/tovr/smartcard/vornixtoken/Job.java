@@ -5,7 +5,7 @@ import java.util.function.Supplier;
 
 /** One job for a session. Its arguments are checked when it is made, but not yet encoded. */
 final class Job<T> {
-    /** What it does, in words. */
+    /** What it does, in words. They are put together only when somebody asks. */
     final Supplier<String> action;
     /** The function beyond PKCS #11 that it needs; null: none. */
     final String vendorFunction;

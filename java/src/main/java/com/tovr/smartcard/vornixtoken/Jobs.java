@@ -62,8 +62,8 @@ final class Jobs {
     }
 
     static Job<byte[]> readCertificate(String label, byte[] id) {
-        return new Search<>("certificate", label, id, (natives, module, session, name) ->
-                delivered(natives.readCertificate(module, session, name, id), "C_GetAttributeValue")).job();
+        return search("certificate", label, id, (natives, module, session, name) ->
+                delivered(natives.readCertificate(module, session, name, id), "C_GetAttributeValue"));
     }
 
     static X509Certificate certificate(byte[] bytes) throws CertificateException {
@@ -72,11 +72,11 @@ final class Jobs {
     }
 
     static Job<RSAPublicKeySpec> readPublicKey(String label, byte[] id) {
-        return new Search<>("public key", label, id, (natives, module, session, name) -> {
+        return search("public key", label, id, (natives, module, session, name) -> {
             Fields fields = new Fields(natives.readPublicKey(module, session, name, id));
             BigInteger modulus = new BigInteger(1, delivered(fields.bytes(), "C_GetAttributeValue"));
             return new RSAPublicKeySpec(modulus, new BigInteger(1, fields.bytes()));
-        }).job();
+        });
     }
 
     static RSAPublicKey publicKey(RSAPublicKeySpec key) throws GeneralSecurityException {
@@ -150,6 +150,12 @@ final class Jobs {
                 }
             };
         });
+    }
+
+    private static <T> Job<T> search(String kind, String label, byte[] id, Search.Read<T> read) {
+        Objects.requireNonNull(label, "label");
+        Objects.requireNonNull(id, "id");
+        return new Job<>(() -> "reading " + kind + " '" + label + "'", null, () -> Search.by(label, read));
     }
 
     /** A job without a result. */

@@ -8,12 +8,14 @@ import java.security.cert.X509Certificate;
 import java.security.interfaces.RSAPublicKey;
 import java.util.List;
 import java.util.Objects;
+import java.util.concurrent.Semaphore;
 
 /** The session that {@link Token#open} makes. Each job waits for its turn on the slot. */
 final class OpenSession implements TokenSession {
     private final Access access;
     private final LoadedModule module;
     private final long slot;
+    private final Semaphore lock;
     private final NativeSession session;
     private volatile boolean closed;
     /** Why the session ended by itself; null: it did not. Written in a turn. */
@@ -23,6 +25,7 @@ final class OpenSession implements TokenSession {
         this.access = access;
         this.module = module;
         this.slot = slot;
+        lock = module.shared.lock(slot);
         this.session = session;
     }
 
@@ -115,19 +118,19 @@ final class OpenSession implements TokenSession {
     }
 
     private <T> T run(Job<T> job) throws Pkcs11Exception {
-        Attempt attempt = access.begin(job.action);
+        Attempt attempt = access.begin();
         try {
             checkOpen();
             Job.Work<T> work = job.prepare();
-            try (Turn turn = turn(attempt)) {
-                checkOpen();
+            try (Turn turn = Turn.again(module, lock, attempt)) {
+                checkOpen(turn);
                 if (job.vendorFunction != null) {
                     turn.require(job.vendorFunction);
                 }
                 return run(turn, work);
             }
         } catch (NativeFailure failure) {
-            throw attempt.refuse(failure);
+            throw access.refuse(attempt, failure, job.action);
         } finally {
             attempt.tell();
         }
@@ -151,14 +154,13 @@ final class OpenSession implements TokenSession {
         }
     }
 
-    private Turn turn(Attempt attempt) throws NativeFailure {
-        Turn turn = Turn.again(module, session.generation, slot, attempt);
-        if (turn == null) {
+    private void checkOpen(Turn turn) throws NativeFailure {
+        checkOpen();
+        if (!turn.isOf(session.generation)) {
             end = new Refusal(Reason.REMOVED, ReturnCodes.CKR_SESSION_CLOSED,
                     "the session has ended: somebody finalised the module");
             throw end;
         }
-        return turn;
     }
 
     private void checkOpen() throws NativeFailure {
@@ -182,13 +184,13 @@ final class OpenSession implements TokenSession {
     @Override
     public void close() throws Pkcs11Exception {
         closed = true;
-        Attempt attempt = access.begin(() -> "closing a session");
-        try (Turn turn = Turn.again(module, session.generation, slot, attempt)) {
-            if (turn != null) {
+        Attempt attempt = access.begin();
+        try (Turn turn = Turn.again(module, lock, attempt)) {
+            if (turn.isOf(session.generation)) {
                 session.close(turn);
             }
         } catch (NativeFailure failure) {
-            throw attempt.refuse(failure);
+            throw access.refuse(attempt, failure, () -> "closing a session");
         } finally {
             attempt.tell();
         }

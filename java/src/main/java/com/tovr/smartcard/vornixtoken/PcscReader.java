@@ -78,7 +78,7 @@ public final class PcscReader {
         NativeLibrary.loadSessions();
         byte[][] names = known.stream().map(each -> each.name.getBytes(StandardCharsets.UTF_8)).toArray(byte[][]::new);
         long[] states = known.stream().mapToLong(each -> each.state).toArray();
-        Attempt attempt = new Attempt(() -> "watching readers", Attempt.Manner.DEFAULT);
+        Attempt attempt = new Attempt(Attempt.Manner.DEFAULT);
         try {
             Fields fields = new Fields(
                     attempt.call(natives -> natives.awaitReaderChange(names, states, milliseconds)));
@@ -88,7 +88,7 @@ public final class PcscReader {
             }
             return Collections.unmodifiableList(readers);
         } catch (NativeFailure failure) {
-            throw attempt.refuse(failure);
+            throw attempt.refuse(failure, "watching readers");
         }
     }
 

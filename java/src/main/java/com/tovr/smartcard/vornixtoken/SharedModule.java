@@ -121,10 +121,10 @@ final class SharedModule {
         List<Map.Entry<Semaphore, Integer>> all = new ArrayList<>();
         for (ConcurrentMap<String, Object> record : new TreeMap<>(MODULES).values()) {
             SharedModule module = new SharedModule(record);
+            int permits = module.permits();
             for (Map.Entry<Long, Semaphore> slot : module.locks.entrySet()) {
                 if (Arrays.equals(module.readers.get(slot.getKey()), reader)) {
-                    all.add(new SimpleEntry<>(
-                            module.permits() == 1 ? slot.getValue() : module.gate, module.permits()));
+                    all.add(new SimpleEntry<>(permits == 1 ? slot.getValue() : module.gate, permits));
                 }
             }
         }

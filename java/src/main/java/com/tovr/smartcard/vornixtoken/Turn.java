@@ -8,7 +8,6 @@ final class Turn implements AutoCloseable {
     final LoadedModule module;
     private final Attempt attempt;
     private final int permits;
-    private final int generation;
     /** Of the slot that the turn is about; null: none yet, or alone in the module. */
     private Semaphore lock;
 
@@ -16,7 +15,6 @@ final class Turn implements AutoCloseable {
         this.module = module;
         this.attempt = attempt;
         this.permits = permits;
-        generation = module.shared.generation.get();
     }
 
     /** Waits for a turn in a file's module, which is loaded and initialised where it is not. */
@@ -33,9 +31,11 @@ final class Turn implements AutoCloseable {
                         module.initialize(attempt);
                     }
                     // Else the state has changed while this thread waited, and it waits once more.
-                    if (shared.state.get() != SharedModule.UNKNOWN && permits >= shared.permits()) {
-                        kept = shared.permits();
-                        return new Turn(module, attempt, kept);
+                    int needed = shared.permits();
+                    if (shared.state.get() != SharedModule.UNKNOWN && permits >= needed) {
+                        Turn turn = new Turn(module, attempt, needed);
+                        kept = needed;
+                        return turn;
                     }
                 }
             } finally {
@@ -44,36 +44,35 @@ final class Turn implements AutoCloseable {
         }
     }
 
-    /** Waits for a turn in a module as it was initialised before; null when that is gone. */
-    static Turn again(LoadedModule module, int generation, long slot, Attempt attempt) throws NativeFailure {
-        SharedModule shared = module.shared;
-        int permits = shared.permits();
-        attempt.acquire(shared.gate, permits);
-        if (shared.state.get() == SharedModule.UNKNOWN || shared.generation.get() != generation) {
-            shared.gate.release(permits);
-            return null;
-        }
-        Turn turn = new Turn(module, attempt, permits);
+    /** Waits for a turn in a module, however it is by now, and on a slot. */
+    static Turn again(LoadedModule module, Semaphore lock, Attempt attempt) throws NativeFailure {
+        Turn turn = new Turn(module, attempt, module.shared.permits());
+        attempt.acquire(module.shared.gate, turn.permits);
         try {
-            turn.take(slot);
+            turn.take(lock);
             return turn;
-        } catch (NativeFailure failure) {
+        } catch (Throwable failure) {
             turn.close();
             throw failure;
         }
     }
 
     /** Waits for the slot. */
-    void take(long slot) throws NativeFailure {
+    void take(Semaphore wanted) throws NativeFailure {
         if (permits == 1) {
-            Semaphore wanted = module.shared.lock(slot);
             attempt.acquire(wanted, 1);
             lock = wanted;
         }
     }
 
+    /** Stays the same as long as anybody has a turn. */
     int generation() {
-        return generation;
+        return module.shared.generation.get();
+    }
+
+    /** Tells whether the module is still initialised as it was then. */
+    boolean isOf(int earlierGeneration) {
+        return generation() == earlierGeneration && module.shared.state.get() != SharedModule.UNKNOWN;
     }
 
     /** Makes a call inside the module. */
@@ -82,7 +81,7 @@ final class Turn implements AutoCloseable {
             return attempt.call(call);
         } catch (NativeFailure failure) {
             if (failure.code == ReturnCodes.CKR_CRYPTOKI_NOT_INITIALIZED) {
-                module.shared.lose(generation);
+                module.shared.lose(generation());
             }
             throw failure;
         }
