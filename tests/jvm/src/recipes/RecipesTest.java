@@ -28,6 +28,7 @@ import java.util.Arrays;
 import java.util.Collections;
 import java.util.List;
 import java.util.Optional;
+import java.util.function.UnaryOperator;
 
 /** The recipes around messages and cards, judged by OpenSSL where it can. */
 @Tag("softtoken")
@@ -124,13 +125,11 @@ class RecipesTest extends IssuedToken {
     @Test
     void aTimestampForAnotherSignatureIsRefused() throws Exception {
         byte[] message = sign(SignatureMode.DETACHED);
-        try (TimestampAuthority clock = new TimestampAuthority(folder) {
-            @Override
-            protected byte[] query(byte[] query) {
-                query[query.length - 20] ^= 1;
-                return query;
-            }
-        }) {
+        UnaryOperator<byte[]> another = query -> {
+            query[query.length - 20] ^= 1;
+            return query;
+        };
+        try (TimestampAuthority clock = new TimestampAuthority(folder, another)) {
             assertThrows(SignatureException.class, () -> AddTimestamp.stamp(message, clock.url(), authority()));
         }
     }

@@ -11,14 +11,22 @@ import java.net.URI;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Arrays;
+import java.util.function.UnaryOperator;
 
 /** OpenSSL as a timestamping authority on this machine, certified by the {@link Authority} of the same folder. */
-public class TimestampAuthority implements AutoCloseable {
+public final class TimestampAuthority implements AutoCloseable {
     private final Path folder;
+    private final UnaryOperator<byte[]> query;
     private final HttpServer server;
 
     public TimestampAuthority(Path folder) throws IOException, InterruptedException {
+        this(folder, query -> query);
+    }
+
+    /** @param query turns each query into what is answered in its place */
+    public TimestampAuthority(Path folder, UnaryOperator<byte[]> query) throws IOException, InterruptedException {
         this.folder = folder;
+        this.query = query;
         Files.write(folder.resolve("tsa.cnf"), Arrays.asList(
                 "[extensions]", "extendedKeyUsage = critical,timeStamping", "keyUsage = critical,digitalSignature",
                 "[tsa]", "default_tsa = authority",
@@ -43,13 +51,8 @@ public class TimestampAuthority implements AutoCloseable {
         server.stop(0);
     }
 
-    /** Returns what is answered in place of a query. */
-    protected byte[] query(byte[] query) {
-        return query;
-    }
-
     private void answer(HttpExchange exchange) throws IOException {
-        Files.write(folder.resolve("query"), query(exchange.getRequestBody().readAllBytes()));
+        Files.write(folder.resolve("query"), query.apply(exchange.getRequestBody().readAllBytes()));
         try {
             Processes.run("openssl", "ts", "-reply", "-config", file("tsa.cnf"), "-queryfile", file("query"),
                     "-signer", file("tsa.pem"), "-inkey", file("tsa.key"), "-out", file("reply"));
