@@ -15,8 +15,11 @@
 
 namespace {
 
-using Entries = std::array<std::uintptr_t, 5>;
-static_assert(sizeof(CK_TOVR_FUNCTION_LIST) == sizeof(CK_FUNCTION_LIST) + sizeof(Entries));
+/// So many functions the vendor's list has behind those of PKCS #11 v2.40, and a list of v3.0.
+constexpr std::size_t vendorCount = 5;
+constexpr std::size_t newerCount = 24;
+using Entries = std::array<std::uintptr_t, newerCount>;
+static_assert(sizeof(CK_TOVR_FUNCTION_LIST) == sizeof(CK_FUNCTION_LIST) + vendorCount * sizeof(Entries::value_type));
 
 /// Copies memory that may not be there, by a pipe: the kernel answers EFAULT where a plain copy would end the process.
 class Pipe {
@@ -45,11 +48,11 @@ private:
     bool open_;
 };
 
-/// What is looked for among the loaded files: the one that has `code`, and whether the entries are code of it.
+/// What is looked for among the loaded files: the one that has `code`, and how many entries in a row are code of it.
 struct Query {
     std::uintptr_t code;
     Entries entries;
-    bool answer;
+    std::ptrdiff_t count;
 };
 
 bool isCodeOf(const dl_phdr_info& file, std::uintptr_t address)
@@ -66,8 +69,9 @@ int visitFile(dl_phdr_info* file, std::size_t, void* data)
     auto& query = *static_cast<Query*>(data);
     if (!isCodeOf(*file, query.code))
         return 0; // go on with the next file
-    query.answer = std::all_of(query.entries.begin(), query.entries.end(),
-                               [&](std::uintptr_t entry) { return isCodeOf(*file, entry); });
+    const auto* const end = std::find_if_not(query.entries.begin(), query.entries.end(),
+                                             [&](std::uintptr_t entry) { return isCodeOf(*file, entry); });
+    query.count = end - query.entries.begin();
     return 1;
 }
 
@@ -81,10 +85,14 @@ Outcome findVendorFunctions(CK_FUNCTION_LIST_PTR functions, const Diagnostics& l
         diagnose(lines, "No pipe to look for vendor functions with: ", std::generic_category().message(errno));
         return {CKR_HOST_MEMORY, "pipe2"};
     }
-    Query query{reinterpret_cast<std::uintptr_t>(functions->C_Initialize), {}, false};
-    if (pipe.copy(functions + 1, query.entries.data(), sizeof query.entries)) {
+    Query query{reinterpret_cast<std::uintptr_t>(functions->C_Initialize), {}, 0};
+    const auto* const first = reinterpret_cast<const Entries::value_type*>(functions + 1);
+    constexpr std::size_t vendorSize = vendorCount * sizeof *first;
+    if (pipe.copy(first, query.entries.data(), vendorSize)) {
+        // The vendor's list may end here, and with it what can be read.
+        (void)pipe.copy(first + vendorCount, query.entries.data() + vendorCount, sizeof query.entries - vendorSize);
         (void)dl_iterate_phdr(visitFile, &query); // the query holds the answer
-        found = query.answer;
+        found = query.count >= std::ptrdiff_t{vendorCount} && query.count < std::ptrdiff_t{newerCount};
     }
     return {CKR_OK, "pipe2"};
 }

@@ -7,6 +7,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstring>
 
 namespace {
@@ -69,6 +70,19 @@ TEST_F(VendorFunctions, AreNoneWhereTheModulesOwnFunctionsAreNoFilesCode)
 {
     list.standard.C_Initialize = reinterpret_cast<CK_C_Initialize>(std::uintptr_t{4096});
     EXPECT_FALSE(areIn(&list.standard));
+}
+
+// p11-kit 0.25 says of its list that it has version 2.40, but has the functions of v3.0 in it.
+TEST_F(VendorFunctions, AreNoneWhereAllFunctionsOfVersion3Are)
+{
+    struct {
+        CK_FUNCTION_LIST standard;
+        std::array<CK_C_Initialize, 24> more;
+    } longer{list.standard, {}};
+    longer.more.fill(list.standard.C_Initialize);
+    EXPECT_FALSE(areIn(&longer.standard));
+    longer.more.back() = nullptr;
+    EXPECT_TRUE(areIn(&longer.standard)) << "one too few";
 }
 
 /// Memory that ends where nothing can be read any more.
