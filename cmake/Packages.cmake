@@ -16,8 +16,9 @@ set(CPACK_VORNIX_FILES ${PROJECT_SOURCE_DIR}/packaging/debian)
 set(CPACK_VORNIX_CHANGELOG ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_MAINTAINER "VornixToken maintainers <vornixtoken@packages.example.org>"
-    CACHE STRING "Maintainer of the Debian packages")
+# Who distributes packages sets it. Nobody reads mail to this address: example.org is reserved.
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER "The VornixToken authors <vornixtoken@packages.example.org>"
+    CACHE STRING "Who answers for the Debian packages: NAME <ADDRESS>")
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 

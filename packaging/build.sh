@@ -2,12 +2,13 @@
 # SPDX-License-Identifier: Apache-2.0
 # Builds packages and jars for one architecture in a bare Debian 12, and leaves them in /out. scripts/release.sh runs it.
 #
-#   packaging/build.sh ARCHITECTURE
+#   packaging/build.sh ARCHITECTURE [OPTION of cmake]...
 #
 # /out/portable may hold the libraries that the jar carries in place of those that are built here.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 architecture=$1
+shift
 native=$(dpkg --print-architecture)
 export DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8
 
@@ -27,7 +28,7 @@ fi
 apt-get install -y -q --no-install-recommends "${more[@]}"
 [ ! -d /out/portable ] || options+=(-DVORNIX_PORTABLE_LIBRARIES=/out/portable)
 
-cmake --preset packages "${options[@]}"
+cmake --preset packages "${options[@]}" "$@"
 cmake --build --preset packages
 # dpkg-shlibdeps looks at libraries of the architecture that dpkg-architecture names.
 dpkg-architecture --host-arch "$architecture" --force --command cpack --config build/packages/CPackConfig.cmake -B /out/made

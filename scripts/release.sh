@@ -2,11 +2,13 @@
 # SPDX-License-Identifier: Apache-2.0
 # Makes everything that a release consists of, from the commit that is checked out, and puts it into build/dist/.
 #
-#   scripts/release.sh [--cache FOLDER] [--sign KEY] [--check] [ARCHITECTURE]...
+#   scripts/release.sh [--cache FOLDER] [--sign KEY] [--maintainer WHO] [--check] [ARCHITECTURE]...
 #
 #   ARCHITECTURE    Debian's name; amd64 and arm64 unless others are named
 #   --cache FOLDER  keeps the bare systems there for the next time
 #   --sign KEY      signs the checksums and makes the signed tag, which is pushed by hand
+#   --maintainer 'NAME <ADDRESS>'
+#                   who answers for the Debian packages; a signed release needs one
 #   --check         only checks that the commit can be released
 #
 # Needs root and what `scripts/setup.sh release` installs. The same commit gives the same bytes, but for signatures.
@@ -16,17 +18,23 @@ cd "$(dirname "$0")/.."
 
 fail() { echo "release: $1" >&2; exit 1; }
 
-cache=() key='' check=''
+cache=() key='' maintainer='' check=''
 while [ $# -gt 0 ]; do
     case "$1" in
     --cache) cache=(--cache "$(realpath -m "${2:?--cache needs a folder}")"); shift 2 ;;
     --sign) key=${2:?--sign needs a key}; shift 2 ;;
+    --maintainer) maintainer=${2:?--maintainer needs \'NAME <ADDRESS>\'}; shift 2 ;;
     --check) check=yes; shift ;;
-    -*) sed -n '3,13s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
+    -*) sed -n '3,15s/^# \{0,1\}//p' "$0" >&2; exit 2 ;;
     *) break ;;
     esac
 done
 [ $# -gt 0 ] || set -- amd64 arm64
+for architecture; do
+    awk -v name="$architecture" '$1 == name && $4 == 64 { found = 1 } END { exit !found }' /usr/share/dpkg/cputable ||
+        fail "$architecture is no 64-bit architecture of Debian"
+done
+[ -z "$key" ] || [ -n "$maintainer" ] || fail "a signed release needs --maintainer 'NAME <ADDRESS>'"
 
 version=$(sed -n 's/^project(VornixToken VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
 [ -n "$version" ] || fail "CMakeLists.txt names no version"
@@ -57,7 +65,8 @@ for architecture; do
     [ "$architecture" != "$(dpkg --print-architecture)" ] ||
         scripts/portable-libraries.sh "$out/portable" "${cache[@]}"
     scripts/bare-debian.sh "${cache[@]}" --out "$out" bookworm \
-        env SOURCE_DATE_EPOCH="$SOURCE_DATE_EPOCH" packaging/build.sh "$architecture"
+        env SOURCE_DATE_EPOCH="$SOURCE_DATE_EPOCH" packaging/build.sh "$architecture" \
+        ${maintainer:+-DCPACK_DEBIAN_PACKAGE_MAINTAINER="$maintainer"}
     # What is not bound to an architecture comes from each build, and must be the same.
     for file in "$out"/*.deb "$out"/*.jar; do
         [ ! -e "$dist/${file##*/}" ] || cmp "$file" "$dist/${file##*/}"

@@ -17,10 +17,10 @@ export GIT_COMMITTER_NAME=test GIT_COMMITTER_EMAIL=test@localhost
 git init --quiet
 commit() { git add --all && git commit --quiet --allow-empty --message "$1"; }
 
-# expect_refusal <sentence>
+# expect_refusal <sentence> [argument of release.sh]...
 expect_refusal() {
     local said
-    ! said=$(scripts/release.sh --check 2>&1) || { echo "not refused: $1" >&2; exit 1; }
+    ! said=$(scripts/release.sh --check "${@:2}" 2>&1) || { echo "not refused: $1" >&2; exit 1; }
     [ "$said" = "release: $1" ] || { printf '%s\n' "expected: release: $1" "said: $said" >&2; exit 1; }
 }
 
@@ -33,6 +33,10 @@ expect_refusal "the tree has changes that are not committed"
 
 commit "a date"
 [ "$(scripts/release.sh --check)" = "release: $VERSION can be released" ]
+expect_refusal "i386 is no 64-bit architecture of Debian" amd64 i386
+expect_refusal "pdp11 is no 64-bit architecture of Debian" pdp11
+expect_refusal "a signed release needs --maintainer 'NAME <ADDRESS>'" --sign KEY
+scripts/release.sh --check --sign KEY --maintainer 'Somebody <somebody@localhost>' >/dev/null
 
 git tag "v$VERSION"
 expect_refusal "the tag v$VERSION is there already"
