@@ -41,9 +41,12 @@ release) packages=("${release[@]}") ;;
 esac
 
 command -v dpkg-query >/dev/null || { echo "setup: knows Debian only; README.md names what is needed" >&2; exit 1; }
+# A package of another architecture beside this machine's is another package.
+ours="installed ($(dpkg --print-architecture)|all)"
 missing=()
 for package in "${packages[@]}"; do
-    [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
+    dpkg-query -W -f '${db:Status-Status} ${Architecture}\n' "$package" 2>/dev/null | grep -xE "$ours" >/dev/null ||
+        missing+=("$package")
 done
 [ ${#missing[@]} -eq 0 ] && exit 0
 
