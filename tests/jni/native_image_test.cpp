@@ -1,10 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the jars tell GraalVM's native-image, compared with what the native methods look up.
 #include "tests/jni/native_calls.h"
-#include "tests/jni/native_image.h"
 #include "tests/jni/native_method_test.h"
+#include "tests/support/native_image.h"
+
+#include <regex>
 
 namespace {
+
+native_image::LookUps lookUpsOf(const std::string& story)
+{
+    static const std::regex method(R"(GetMethodID\(([^,]*), ([^,]*), (\([^)]*\)[^)]*)\))");
+    static const std::regex thrown(R"(ThrowNew\(([^,]*),)");
+    native_image::LookUps found;
+    for (std::sregex_iterator at(story.begin(), story.end(), method), end; at != end; ++at)
+        found[(*at)[1]].emplace((*at)[2], (*at)[3]);
+    for (std::sregex_iterator at(story.begin(), story.end(), thrown), end; at != end; ++at)
+        found[(*at)[1]].insert(native_image::thrownConstructor);
+    return found;
+}
 
 class NativeImage : public NativeMethodTest {};
 
@@ -22,8 +36,7 @@ TEST_F(NativeImage, IsToldOfAllThatTheNativeMethodsLookUpAndOfNothingElse)
             << native.name;
         stories += story;
     }
-    EXPECT_EQ(native_image::declaredFor("VornixToken_Javalib"),
-              native_image::configurationOf(native_image::lookUpsOf(stories)));
+    EXPECT_EQ(native_image::declaredFor("VornixToken_Javalib"), native_image::configurationOf(lookUpsOf(stories)));
 }
 
 } // namespace

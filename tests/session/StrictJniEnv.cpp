@@ -191,6 +191,7 @@ struct StrictJniEnv::Entries {
     static jclass JNICALL FindClass(JNIEnv* env, const char* name)
     {
         StrictJniEnv& java = enter(env, "FindClass");
+        (void)java.lookUps[name]; // now it is there
         return java.fails("FindClass") ? nullptr : java.refer<jclass>(Class{name}, Kind::local);
     }
 
@@ -200,6 +201,7 @@ struct StrictJniEnv::Entries {
         const auto* found = java.find<Class>(owner, "GetMethodID");
         if (found == nullptr || java.fails("GetMethodID"))
             return nullptr;
+        java.lookUps[found->name].emplace(name, signature);
         EXPECT_EQ(found->name + "." + name + signature, std::string(callClassName) + ".report(J[B[B)V");
         return reinterpret_cast<jmethodID>(&reportMethod);
     }
@@ -228,6 +230,7 @@ struct StrictJniEnv::Entries {
         const auto* found = java.find<Class>(thrown, "ThrowNew");
         if (found == nullptr || java.fails("ThrowNew"))
             return JNI_ERR;
+        java.lookUps[found->name].insert(native_image::thrownConstructor);
         java.exception = found->name + ": " + message;
         return JNI_OK;
     }

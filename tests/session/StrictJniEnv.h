@@ -7,6 +7,7 @@
 // One environment belongs to one thread.
 #pragma once
 
+#include "tests/support/native_image.h"
 #include "tests/support/transcript.h"
 
 #include <jni.h>
@@ -58,6 +59,7 @@ public:
 
     std::vector<RegisteredNative> registered;
     std::vector<Report> reports;
+    native_image::LookUps lookUps;
 
     /// The pending exception: its class and message; empty for none. A reported failure leaves "NativeFailure".
     std::string exception;

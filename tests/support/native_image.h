@@ -12,8 +12,8 @@ namespace native_image {
 /// By class, methods as name and signature; all as JNI writes them.
 using LookUps = std::map<std::string, std::set<std::pair<std::string, std::string>>>;
 
-/// Those of a RecordingJniEnv's story. ThrowNew finds the constructor that takes the message.
-[[nodiscard]] LookUps lookUpsOf(const std::string& story);
+/// What ThrowNew looks up in the class that it throws: the constructor that takes the message.
+inline const std::pair<std::string, std::string> thrownConstructor = {"<init>", "(Ljava/lang/String;)V"};
 
 /// The file jni-config.json that declares them.
 [[nodiscard]] std::string configurationOf(const LookUps& lookUps);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "tests/jni/native_image.h"
+#include "tests/support/native_image.h"
 
 #include <algorithm>
 #include <fstream>
@@ -34,18 +34,6 @@ std::string parameterTypes(const std::string& signature)
 }
 
 } // namespace
-
-LookUps lookUpsOf(const std::string& story)
-{
-    static const std::regex method(R"(GetMethodID\(([^,]*), ([^,]*), (\([^)]*\)[^)]*)\))");
-    static const std::regex thrown(R"(ThrowNew\(([^,]*),)");
-    LookUps found;
-    for (std::sregex_iterator at(story.begin(), story.end(), method), end; at != end; ++at)
-        found[(*at)[1]].emplace((*at)[2], (*at)[3]);
-    for (std::sregex_iterator at(story.begin(), story.end(), thrown), end; at != end; ++at)
-        found[(*at)[1]].emplace("<init>", "(Ljava/lang/String;)V");
-    return found;
-}
 
 std::string configurationOf(const LookUps& lookUps)
 {
