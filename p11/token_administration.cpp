@@ -2,30 +2,21 @@
 // The token as a whole: initialising, cleaning, describing it and listing its objects.
 #include "p11/P11Wrapper.h"
 
+#include "p11/attribute_reader.h"
 #include "p11/diagnostics.h"
 #include "p11/fields.h"
 #include "p11/jobs.h"
 #include "p11/object_search.h"
 #include "p11/outcome.h"
 #include "p11/session.h"
-#include "p11/two_call_fetch.h"
 
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstring>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <vector>
 
 namespace {
-
-/// Not every object has every attribute asked for, which is no failure of a listing.
-CK_RV toleratingMissingAttribute(CK_RV rv)
-{
-    return rv == CKR_ATTRIBUTE_TYPE_INVALID ? CKR_OK : rv;
-}
 
 std::string_view className(CK_OBJECT_CLASS objectClass)
 {
@@ -57,68 +48,40 @@ std::string_view keyTypeName(CK_KEY_TYPE keyType)
     }
 }
 
-/// Reads the attributes that describe an object. One reader serves all objects of a listing, with one length query: the
-/// module overwrites the lengths of the object before.
+/// Reads what a listing tells of an object.
 class ObjectReader {
 public:
     [[nodiscard]] CK_RV read(const Session& session, CK_OBJECT_HANDLE object)
     {
-        CK_ATTRIBUTE_PTR attributes = query_.data();
-        return twoCallFetch(
-            session.lines, {"C_GetAttributeValue failed for ", "C_GetAttributeValue #2 failed for "},
-            [&] {
-                return toleratingMissingAttribute(
-                    session.functions->C_GetAttributeValue(session.handle, object, attributes, query_.size()));
-            },
-            [&] {
-                values_ = query_;
-                for (std::size_t i = 0; i < values_.size(); ++i) {
-                    if (values_[i].ulValueLen == CK_UNAVAILABLE_INFORMATION)
-                        values_[i].ulValueLen = 0;
-                    provideBuffer(values_[i], buffers_[i]);
-                }
-                attributes = values_.data();
-                return true;
-            },
-            object);
+        return attributes_.read(session, object);
     }
 
-    /// The object that was read last, with success.
-    ObjectAttr record() const
+    /// The object that was read last, with success. A conversion, so that emplace_back builds the record in its place.
+    explicit operator ObjectAttr() const
     {
+        const auto length = [this](Position position) { return attributes_.length(position); };
         return {length(Class) == 0 ? std::string() : std::string(className(number(Class))),
-                std::string(reinterpret_cast<const char*>(buffers_[Label].data()), length(Label)),
-                hexadecimal(buffers_[Id].data(), length(Id)),
+                std::string(reinterpret_cast<const char*>(attributes_.bytes(Label)), length(Label)),
+                hexadecimal(attributes_.bytes(Id), length(Id)),
                 length(KeyType) == 0 ? std::string() : std::string(keyTypeName(number(KeyType)))};
     }
 
 private:
     enum Position { Class, Id, Label, KeyType };
-    using Template = std::array<CK_ATTRIBUTE, 4>;
-
-    /// The bytes returned: never more than there is room for, none for an attribute that became unavailable.
-    std::size_t length(Position position) const
-    {
-        const CK_ULONG returned = values_[position].ulValueLen;
-        return returned == CK_UNAVAILABLE_INFORMATION ? 0 : std::min<std::size_t>(returned, buffers_[position].size());
-    }
 
     /// The buffer's value; one shorter than a CK_ULONG is extended by zeros.
     CK_ULONG number(Position position) const
     {
-        const std::vector<unsigned char>& bytes = buffers_[position];
+        const std::size_t size = attributes_.size(position);
         CK_ULONG value = 0;
-        if (bytes.size() >= sizeof value)
-            std::memcpy(&value, bytes.data(), sizeof value); // the usual case, one machine word
+        if (size >= sizeof value)
+            std::memcpy(&value, attributes_.bytes(position), sizeof value); // the usual case, one machine word
         else
-            std::memcpy(&value, bytes.data(), bytes.size());
+            std::memcpy(&value, attributes_.bytes(position), size);
         return value;
     }
 
-    Template query_{
-        {{CKA_CLASS, nullptr, 0}, {CKA_ID, nullptr, 0}, {CKA_LABEL, nullptr, 0}, {CKA_KEY_TYPE, nullptr, 0}}};
-    Template values_{};
-    std::array<std::vector<unsigned char>, std::tuple_size<Template>::value> buffers_;
+    AttributeReader<Position, 4> attributes_{{CKA_CLASS, CKA_ID, CKA_LABEL, CKA_KEY_TYPE}};
 };
 
 } // namespace
@@ -163,7 +126,7 @@ Outcome jobs::listObjects(const Session& session, std::vector<ObjectAttr>& objec
     for (const CK_OBJECT_HANDLE handle : handles) {
         outcome = {reader.read(session, handle), "C_GetAttributeValue"};
         if (outcome.code == CKR_OK)
-            objects.push_back(reader.record());
+            objects.emplace_back(reader);
     }
     return outcome;
 }

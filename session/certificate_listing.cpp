@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "session/certificate_listing.h"
 
+#include "p11/attribute_reader.h"
 #include "p11/object_search.h"
-#include "p11/two_call_fetch.h"
 
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <set>
-#include <utility>
 
 namespace {
 
@@ -18,35 +15,13 @@ Outcome findClass(const Session& session, CK_OBJECT_CLASS objectClass, std::vect
     return findEvery(session, &criterion, 1, objects);
 }
 
-/// Reads attributes of an object. One that it does not have is empty.
-template <std::size_t count>
-[[nodiscard]] CK_RV readAttributes(const Session& session, CK_OBJECT_HANDLE object,
-                                   const std::array<CK_ATTRIBUTE_TYPE, count>& types, std::array<Bytes, count>& values)
+enum IdPosition { KeyId };
+enum CertificatePosition { Label, Id, Value };
+
+template <typename Position, std::size_t count>
+Bytes valueOf(const AttributeReader<Position, count>& attributes, Position position)
 {
-    std::array<CK_ATTRIBUTE, count> query{};
-    for (std::size_t i = 0; i < count; ++i)
-        query[i].type = types[i];
-    const CK_RV rv = twoCallFetch(
-        session.lines, {"C_GetAttributeValue failed for ", "C_GetAttributeValue #2 failed for "},
-        [&] {
-            const CK_RV code =
-                session.functions->C_GetAttributeValue(session.handle, object, query.data(), query.size());
-            return code == CKR_ATTRIBUTE_TYPE_INVALID ? CKR_OK : code;
-        },
-        [&] {
-            for (std::size_t i = 0; i < count; ++i) {
-                if (query[i].ulValueLen == CK_UNAVAILABLE_INFORMATION)
-                    query[i].ulValueLen = 0;
-                provideBuffer(query[i], values[i]);
-            }
-            return true;
-        },
-        object);
-    for (std::size_t i = 0; rv == CKR_OK && i < count; ++i) {
-        const CK_ULONG length = query[i].ulValueLen;
-        values[i].resize(length == CK_UNAVAILABLE_INFORMATION ? 0 : std::min<std::size_t>(length, values[i].size()));
-    }
-    return rv;
+    return {attributes.bytes(position), attributes.bytes(position) + attributes.length(position)};
 }
 
 /// The IDs of all private keys.
@@ -54,10 +29,10 @@ Outcome listKeyIds(const Session& session, std::set<Bytes>& ids)
 {
     std::vector<CK_OBJECT_HANDLE> keys;
     const Outcome search = findClass(session, CKO_PRIVATE_KEY, keys);
+    AttributeReader<IdPosition, 1> attributes({CKA_ID});
     for (const CK_OBJECT_HANDLE key : keys) {
-        std::array<Bytes, 1> values;
-        if (readAttributes<1>(session, key, {CKA_ID}, values) == CKR_OK)
-            ids.insert(std::move(values[0]));
+        if (attributes.read(session, key) == CKR_OK)
+            ids.insert(valueOf(attributes, KeyId));
     }
     return search;
 }
@@ -75,13 +50,14 @@ Outcome jobs::listCertificates(const Session& session, std::vector<ListedCertifi
     if (outcome.code != CKR_OK)
         return outcome;
 
+    AttributeReader<CertificatePosition, 3> attributes({CKA_LABEL, CKA_ID, CKA_VALUE});
     for (const CK_OBJECT_HANDLE handle : handles) {
-        std::array<Bytes, 3> values;
-        outcome = {readAttributes<3>(session, handle, {CKA_LABEL, CKA_ID, CKA_VALUE}, values), "C_GetAttributeValue"};
+        outcome = {attributes.read(session, handle), "C_GetAttributeValue"};
         if (outcome.code != CKR_OK)
             continue;
-        const bool hasKey = !values[1].empty() && keyIds.count(values[1]) != 0;
-        certificates.push_back({std::move(values[0]), std::move(values[1]), std::move(values[2]), hasKey});
+        const Bytes id = valueOf(attributes, Id);
+        certificates.push_back(
+            {valueOf(attributes, Label), id, valueOf(attributes, Value), !id.empty() && keyIds.count(id) != 0});
     }
     return outcome;
 }

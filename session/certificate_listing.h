@@ -17,7 +17,8 @@ struct ListedCertificate {
 
 namespace jobs {
 
-/// Reads every certificate that the session's user sees. One that cannot be read is reported and left out.
+/// Reads every certificate that the session's user sees. One that cannot be read is reported and left out; if it is the
+/// last one, the code tells why.
 Outcome listCertificates(const Session& session, std::vector<ListedCertificate>& certificates);
 
 } // namespace jobs
