@@ -25,8 +25,8 @@ Outcome packListing(const Session& session, Bytes& output)
     const Outcome outcome = complete(session, jobs::listObjects(session, objects));
     Packing packing(output);
     for (const ObjectAttr& object : objects) {
-        for (const std::string& field : {object.type, object.label, object.id, object.keyType})
-            packing.text(field);
+        for (const std::string* field : {&object.type, &object.label, &object.id, &object.keyType})
+            packing.text(*field);
     }
     return outcome;
 }
