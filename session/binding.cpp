@@ -43,7 +43,6 @@ extern "C" JNIEXPORT void JNICALL Java_com_tovr_smartcard_vornixtoken_NativeCall
         entry("verify", "(J[B[B)V", natives::verify),
         entry("createRequest", "(JJ[B[B[BJ[BJ[BJ)[B", natives::createRequest),
         entry("resetReader", "([B)V", natives::resetReader),
-        entry("pcscReaders", "()[B", natives::pcscReaders),
         entry("keepShared", "(Ljava/lang/Object;)[B", natives::keepShared),
         entry("findShared", "([B)Ljava/lang/Object;", natives::findShared),
         entry("awaitReaderChange", "([[B[JJ)[B", natives::awaitReaderChange),

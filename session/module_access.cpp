@@ -179,18 +179,6 @@ void natives::resetReader(JNIEnv* env, jobject call, jbyteArray name)
     run(env, call, [&](const Diagnostics& lines) { return ::resetReader(Name(env, name).cString(), lines); });
 }
 
-jbyteArray natives::pcscReaders(JNIEnv* env, jobject call)
-{
-    return fetch(env, call, [&](const Diagnostics&, Bytes& output) {
-        std::vector<std::string> names;
-        const Outcome outcome = listReaders(names);
-        Packing packing(output);
-        for (const std::string& name : names)
-            packing.text(name);
-        return outcome;
-    });
-}
-
 jbyteArray natives::awaitReaderChange(JNIEnv* env, jobject call, jobjectArray names, jlongArray states, jlong timeout)
 {
     return fetch(env, call, [&](const Diagnostics&, Bytes& output) {

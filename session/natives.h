@@ -19,7 +19,6 @@ jboolean login(JNIEnv* env, jobject call, jlong module, jlong session, jlong use
 void closeSession(JNIEnv* env, jobject call, jlong module, jlong session);
 void changePin(JNIEnv* env, jobject call, jlong module, jlong session, jbyteArray oldPin, jbyteArray newPin);
 void resetReader(JNIEnv* env, jobject call, jbyteArray name);
-jbyteArray pcscReaders(JNIEnv* env, jobject call);
 jbyteArray awaitReaderChange(JNIEnv* env, jobject call, jobjectArray names, jlongArray states, jlong timeout);
 
 // --- token_administration.cpp ---

@@ -17,9 +17,6 @@ struct PcscReader {
     Bytes atr;   ///< the card's answer to reset; empty without a card
 };
 
-/// Lists the names of all readers. No reader is no failure.
-Outcome listReaders(std::vector<std::string>& names);
-
 /// Waits until a reader comes or goes, or a card does, or until the timeout (in milliseconds) ends. `known` is what the
 /// caller knows; where that is not true any longer, there is no wait. Fills `now` in either case.
 Outcome awaitReaderChange(const std::vector<PcscReader>& known, DWORD timeout, std::vector<PcscReader>& now);

@@ -74,7 +74,6 @@ BoundNatives::BoundNatives(StrictJniEnv& java)
     find(java, "verify", verify);
     find(java, "createRequest", createRequest);
     find(java, "resetReader", resetReader);
-    find(java, "pcscReaders", pcscReaders);
     find(java, "keepShared", keepShared);
     find(java, "findShared", findShared);
     find(java, "awaitReaderChange", awaitReaderChange);

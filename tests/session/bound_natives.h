@@ -39,7 +39,6 @@ struct BoundNatives {
     decltype(&natives::verify) verify = nullptr;
     decltype(&natives::createRequest) createRequest = nullptr;
     decltype(&natives::resetReader) resetReader = nullptr;
-    decltype(&natives::pcscReaders) pcscReaders = nullptr;
     decltype(&natives::keepShared) keepShared = nullptr;
     decltype(&natives::findShared) findShared = nullptr;
     decltype(&natives::awaitReaderChange) awaitReaderChange = nullptr;

@@ -118,7 +118,6 @@ std::vector<SessionCall> allSessionCalls()
          }},
         {"resetReader",
          [](Scene& scene, auto&, auto&) { scene.call(scene.natives.resetReader, scene.bytes("Scripted Reader 0")); }},
-        {"pcscReaders", [](Scene& scene, auto&, auto&) { (void)scene.fetch(scene.natives.pcscReaders); }},
         {"awaitReaderChange",
          [](Scene& scene, auto&, auto&) {
              (void)scene.fetch(scene.natives.awaitReaderChange,

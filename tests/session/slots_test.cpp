@@ -139,40 +139,6 @@ protected:
     const std::string released = "SCardReleaseContext(context 81): 0\n";
 };
 
-TEST_F(Readers, OfTheServiceAreNamed)
-{
-    pcsc.readers = {"First", "Second Reader"};
-    EXPECT_THAT(fieldsOf(fetch(natives.pcscReaders)), ElementsAre("First", "Second Reader"));
-    EXPECT_EQ(told + thrown, "");
-    EXPECT_THAT(story, testing::StartsWith(established));
-    EXPECT_THAT(story, testing::EndsWith(released));
-}
-
-TEST_F(Readers, MayBeNone)
-{
-    pcsc.readers.clear();
-    EXPECT_THAT(fieldsOf(fetch(natives.pcscReaders)), ElementsAre());
-    pcsc.listResult = SCARD_E_NO_READERS_AVAILABLE;
-    EXPECT_THAT(fieldsOf(fetch(natives.pcscReaders)), ElementsAre());
-    EXPECT_EQ(told + thrown, "");
-}
-
-TEST_F(Readers, CannotBeNamedWithoutTheService)
-{
-    pcsc.establishResult = SCARD_E_NO_SERVICE;
-    EXPECT_EQ(fetch(natives.pcscReaders), std::nullopt);
-    EXPECT_EQ(story, "SCardEstablishContext(scope 0, null, null): 2148532253\n");
-    EXPECT_EQ(told, failure(0x8010001d, "SCardEstablishContext"));
-}
-
-TEST_F(Readers, CannotBeNamedWhereTheServiceFails)
-{
-    pcsc.listResult = SCARD_F_COMM_ERROR;
-    EXPECT_EQ(fetch(natives.pcscReaders), std::nullopt);
-    EXPECT_THAT(story, testing::EndsWith(released));
-    EXPECT_EQ(told, failure(0x80100013, "SCardListReaders"));
-}
-
 class WatchedReaders : public Readers {
 protected:
     /// Waits for 50 ms with this knowledge of the readers.
@@ -189,6 +155,41 @@ protected:
         return "SCardGetStatusChange(context 81, " + what + "): " + std::to_string(code) + "\n";
     }
 };
+
+TEST_F(WatchedReaders, AreThoseOfTheService)
+{
+    pcsc.readers = {"First", "Second Reader"};
+    EXPECT_THAT(fieldsOf(await({}, {})), ElementsAre("First", numberField(0), "", "Second Reader", numberField(0), ""));
+    EXPECT_EQ(told + thrown, "");
+    EXPECT_THAT(story, testing::StartsWith(established));
+    EXPECT_THAT(story, testing::EndsWith(released));
+}
+
+TEST_F(WatchedReaders, MayBeNone)
+{
+    pcsc.readers.clear();
+    EXPECT_THAT(fieldsOf(await({}, {})), ElementsAre());
+    pcsc.listResult = SCARD_E_NO_READERS_AVAILABLE;
+    EXPECT_THAT(fieldsOf(await({}, {})), ElementsAre());
+    EXPECT_EQ(told + thrown, "");
+}
+
+TEST_F(WatchedReaders, MayOutgrowTheirListMeanwhile)
+{
+    pcsc.beforeNames = [this] { pcsc.readers = {"First", "Second"}; };
+    pcsc.readers = {"First"};
+    EXPECT_THAT(fieldsOf(await({}, {})), ElementsAre("First", numberField(0), "", "Second", numberField(0), ""));
+    EXPECT_THAT(story, testing::HasSubstr(": " + std::to_string(SCARD_E_INSUFFICIENT_BUFFER) + "\n"));
+    EXPECT_EQ(told + thrown, "");
+}
+
+TEST_F(WatchedReaders, CannotBeListedWhereTheServiceFails)
+{
+    pcsc.listResult = SCARD_F_COMM_ERROR;
+    EXPECT_EQ(await({}, {}), std::nullopt);
+    EXPECT_THAT(story, testing::EndsWith(released));
+    EXPECT_EQ(told, failure(0x80100013, "SCardListReaders"));
+}
 
 TEST_F(WatchedReaders, AreWaitedForWhereTheyAreAsKnown)
 {

@@ -5,21 +5,23 @@
 #include "tests/support/scripted_module.h"
 
 #include <atomic>
+#include <functional>
 
 namespace scripted {
 namespace {
 
 std::atomic<ScriptedPcsc*> currentService{nullptr};
 
-template <class Outputs>
-LONG perform(std::string call, LONG ScriptedPcsc::*result, Outputs outputs)
+/// Writes a call to the transcript. The result is a member of the service, or a function of it.
+template <class Result, class Outputs>
+LONG perform(std::string call, Result result, Outputs outputs)
 {
     ScriptedPcsc* const service = currentService;
     if (service == nullptr) {
         forbiddenCall(call);
         return SCARD_E_NO_SERVICE;
     }
-    const LONG code = service->*result;
+    const LONG code = std::invoke(result, *service);
     if (code == SCARD_S_SUCCESS)
         call += outputs(*service);
     service->transcript.add(call + ": " + std::to_string(code));
@@ -80,18 +82,25 @@ LONG SCardDisconnect(SCARDHANDLE card, DWORD disposition)
 
 LONG SCardListReaders(SCARDCONTEXT context, LPCSTR groups, LPSTR readers, LPDWORD cchReaders)
 {
-    return perform("SCardListReaders(context " + std::to_string(context) + ", " + pointerText(groups) + ", names " +
-                       pointerText(readers) + ")",
-                   &ScriptedPcsc::listResult, [&](const ScriptedPcsc& service) {
-                       std::string list;
-                       for (const std::string& reader : service.readers)
-                           list += reader + '\0';
-                       list += '\0';
-                       if (readers != nullptr)
-                           list.copy(readers, *cchReaders);
-                       *cchReaders = list.size();
-                       return " -> length " + std::to_string(*cchReaders);
-                   });
+    std::string list;
+    return perform(
+        "SCardListReaders(context " + std::to_string(context) + ", " + pointerText(groups) + ", names " +
+            pointerText(readers) + ")",
+        [&](ScriptedPcsc& service) {
+            if (readers != nullptr)
+                service.beforeNames();
+            for (const std::string& reader : service.readers)
+                list += reader + '\0';
+            list += '\0';
+            const bool tooLong = readers != nullptr && list.size() > *cchReaders;
+            return service.listResult == SCARD_S_SUCCESS && tooLong ? SCARD_E_INSUFFICIENT_BUFFER : service.listResult;
+        },
+        [&](const ScriptedPcsc&) {
+            if (readers != nullptr)
+                list.copy(readers, list.size());
+            *cchReaders = list.size();
+            return " -> length " + std::to_string(*cchReaders);
+        });
 }
 
 LONG SCardGetStatusChange(SCARDCONTEXT context, DWORD timeout, SCARD_READERSTATE* states, DWORD readers)

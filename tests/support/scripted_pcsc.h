@@ -28,6 +28,8 @@ public:
     LONG releaseResult = SCARD_S_SUCCESS;
     LONG listResult = SCARD_S_SUCCESS;
     std::vector<std::string> readers{"Scripted Reader 0"};
+    /// Runs between the length query and the call that gets the readers' names.
+    std::function<void()> beforeNames = [] {};
     /// What SCardGetStatusChange does with the states; unless replaced, nothing has changed.
     std::function<LONG(SCARD_READERSTATE* states, DWORD count)> statusChange = [](auto...) { return SCARD_E_TIMEOUT; };
     SCARDCONTEXT context = 81;

@@ -114,9 +114,6 @@ final class NativeCall {
     /** Powers a card down. A failure's code is PC/SC's, its 32 bits. */
     native void resetReader(byte[] name) throws NativeFailure;
 
-    /** The names of the readers that the PC/SC service knows, a field each. */
-    native byte[] pcscReaders() throws NativeFailure;
-
     /**
      * Waits until a reader or a card comes or goes. Where what is known is not true any longer, there is no wait.
      *
