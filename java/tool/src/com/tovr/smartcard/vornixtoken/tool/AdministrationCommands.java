@@ -126,6 +126,9 @@ final class AdministrationCommands {
 
         @Override
         String advice(Pkcs11Exception refused) {
+            if (!refused.getStep().startsWith("SCard")) {
+                return null; // the service was not even asked
+            }
             PcscFailure failure = PcscFailure.of(refused);
             return failure.message + ": " + failure.remedy;
         }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.tovr.smartcard.vornixtoken.tool;
 
+import com.tovr.smartcard.vornixtoken.PcscReader;
+
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
@@ -8,6 +10,7 @@ import java.util.List;
 
 /** A module: whether it works, and what it shows. */
 final class ModuleCheck {
+    private static final String FAULT = "it is the module's fault: update it, or ask its maker";
     private static final String UNKNOWN_CARD = "CKR_TOKEN_NOT_RECOGNIZED";
 
     private final TriedModule tried;
@@ -95,9 +98,13 @@ final class ModuleCheck {
                 return "name the PKCS #11 module of the token's maker, commonly a file *pkcs11*.so";
             case "NO_LIBRARY":
                 return "see the findings on the libraries above";
-            case TriedModule.CRASHED:
             case TriedModule.HUNG:
-                return "it is the module's fault: update it, or ask its maker";
+                if (service.readers.stream().anyMatch(PcscReader::isCardMute)) {
+                    return "a card does not answer, which may keep the module waiting: " + PcscFailure.TURN_THE_CARD;
+                }
+                return FAULT;
+            case TriedModule.CRASHED:
+                return FAULT;
             default:
                 return remedyOfFailure();
         }

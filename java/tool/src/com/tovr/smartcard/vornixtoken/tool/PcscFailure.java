@@ -45,7 +45,8 @@ final class PcscFailure {
             case "SCARD_E_NO_ACCESS":
             case "SCARD_W_SECURITY_VIOLATION":
                 return new PcscFailure("you may not use the PC/SC service",
-                        "ask for a rule of polkit for org.debian.pcsc-lite.access_pcsc and access_card");
+                        "have polkit allow org.debian.pcsc-lite.access_pcsc and access_card:"
+                                + " /usr/share/doc/pcscd/README.polkit shows how");
             case "SCARD_E_UNKNOWN_READER":
             case "SCARD_E_READER_UNAVAILABLE":
                 return new PcscFailure("the PC/SC service has no reader of this name",

@@ -83,8 +83,8 @@ enum PinState {
     }
 
     private static String triesUsed(String secret) {
-        return "few tries may be left: a wrong " + secret + " was given since the last right one, and a token commonly"
-                + " locks it after a few more; make sure of it before the next try";
+        return "tries used: a wrong " + secret + " was given since the last right one, and few tries may be left; make sure"
+                + " of it before the next one";
     }
 
     @Override
