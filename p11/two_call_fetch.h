@@ -6,6 +6,8 @@
 
 #include <p11-kit/pkcs11.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <vector>
 
 /// The words of a failing length query and of a failing fill call.
@@ -37,6 +39,8 @@ template <typename Call, typename Provide, typename... Subject>
 /// Gives an attribute whose length is announced its zero-filled buffer; length 0 has none.
 inline void provideBuffer(CK_ATTRIBUTE& attribute, std::vector<unsigned char>& buffer)
 {
-    buffer.assign(attribute.ulValueLen, 0);
+    const std::size_t used = std::min<std::size_t>(buffer.size(), attribute.ulValueLen);
+    buffer.resize(attribute.ulValueLen); // what this adds is zero already
+    std::fill_n(buffer.begin(), used, static_cast<unsigned char>(0));
     attribute.pValue = buffer.empty() ? nullptr : buffer.data();
 }
