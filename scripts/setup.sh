@@ -18,8 +18,9 @@ build=("${library[@]}" ninja-build libssl-dev libgnutls28-dev softhsm2 libpicocl
 demo=("${build[@]}" openssl libbcpkix-java pcscd vsmartcard-vpcd iproute2 util-linux)
 # Debian 12 has OpenSSL's GOST engine too; Debian 13 has Bouncy Castle alone as judge of GOST.
 [ "$(sed -n 's/^VERSION_ID="\(.*\)"$/\1/p' /etc/os-release)" != 12 ] || demo+=(libengine-gost-openssl)
-test=("${demo[@]}" libgtest-dev libgmock-dev junit5 binutils opensc gnutls-bin pkg-config git
-      fish libnss3 mandoc p11-kit-modules zsh)
+# Where Java measures a text, it needs the three of fonts. On Debian 13 a Java without windows does not bring them.
+test=("${demo[@]}" libfontconfig1 libfreetype6 libharfbuzz0b libgtest-dev libgmock-dev junit5 binutils
+      opensc gnutls-bin pkg-config git fish libnss3 mandoc p11-kit-modules zsh)
 docs=("${build[@]}" mkdocs doxygen)
 # Xvfb and a Java with windows bring a whole graphics stack, for one test.
 ci=("${test[@]}" default-jre xvfb mkdocs doxygen clang clang-format clang-tidy libclang-rt-14-dev valgrind shellcheck
