@@ -131,6 +131,12 @@ CK_RV C_FindObjectsFinal(CK_SESSION_HANDLE)
     return CKR_OK;
 }
 
+CK_RV C_CreateObject(CK_SESSION_HANDLE, CK_ATTRIBUTE_PTR, CK_ULONG, CK_OBJECT_HANDLE_PTR object)
+{
+    *object = 1;
+    return CKR_OK;
+}
+
 CK_RV C_DestroyObject(CK_SESSION_HANDLE, CK_OBJECT_HANDLE)
 {
     return CKR_OK;

@@ -11,10 +11,12 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
+import java.security.KeyPairGenerator;
 import java.security.KeyStore;
 import java.security.Provider;
 import java.security.Security;
 import java.util.ArrayList;
+import java.util.Arrays;
 
 /**
  * Times an open session beside what else does the same jobs: {@code instant}, {@code softhsm} or {@code softtoken}, and
@@ -47,30 +49,44 @@ public final class OpenTokenBenchmark {
         }
     }
 
-    private static void head(String title) {
-        System.out.printf("%n### %s%n%n| | | µs | of the session's |%n|---|---|---|---|%n", title);
-    }
-
     private static void onInstantModule(String module) throws Exception {
         String reader = "Reader 0";
         String label = "object";
         byte[] id = {1, 2};
         System.loadLibrary("plain_jni");
         PlainJni.open(module);
-        try (Peers peers = new Peers(module, 0); Pin pin = Pin.of(PIN.toCharArray());
-                TokenSession session = new Token(module, reader).open(pin)) {
+        Token token = new Token(module, reader);
+        try (Peers peers = new Peers(module, 0, PIN); Pin pin = Pin.of(PIN.toCharArray());
+                TokenSession session = token.open(pin)) {
+            byte[] certificate = session.readCertificateBytes(label, id);
             check(session.listObjects().equals(PlainJni.listObjects()), "the plain function lists something else");
-            head("Instant module: 102 objects, a certificate of 1,000 bytes");
-            Turns list = new Turns("list 102 objects").with("session", Turns.repeated(20, session::listObjects))
+            check(Arrays.equals(certificate, PlainJni.readCertificate(label, id)), "it reads something else");
+            Turns.head("Instant module: 102 objects, a certificate of 1,000 bytes", "of the session's");
+            SideBySide lists = new SideBySide(peers, 20, 2, 100);
+            lists.take(lists.job("list 102 objects", session::listObjects)
                     .with("plain JNI", Turns.repeated(20, PlainJni::listObjects))
-                    .with("natives", Turns.repeated(5, () -> listByNatives(module, reader)));
-            peers.join(list, 5, "list").take(200, 100);
-            Turns read = new Turns("read a certificate")
-                    .with("session", Turns.repeated(200, () -> session.readCertificateBytes(label, id)))
-                    .with("plain JNI", Turns.repeated(200, () -> PlainJni.readCertificate(label, id)))
-                    .with("natives", Turns.repeated(5, () -> readByNatives(module, reader, label)));
-            peers.join(read, 20, "certificate " + label).take(200, 100);
+                    .with("natives", Turns.repeated(2, () -> listByNatives(module, reader))), "list");
+            SideBySide reads = new SideBySide(peers, 5000, 10, 200);
+            reads.take(reads.job("read a certificate", () -> session.readCertificateBytes(label, id))
+                    .with("plain JNI", Turns.repeated(5000, () -> PlainJni.readCertificate(label, id)))
+                    .with("natives", Turns.repeated(2, () -> readByNatives(module, reader, label))),
+                    "certificate " + label);
+            SideBySide others = new SideBySide(peers, 100, 10, 60);
+            others.take("read a public key", () -> session.readPublicKey(label), "public_key " + label);
+            look(others, module, token, pin, session);
+            others.take("generate an RSA key pair", () -> session.generateRsaKeyPair(2048, label, id), "generate");
+            others.take("import a certificate", () -> session.importCertificate(label, id, certificate),
+                    "import " + certificate.length);
+            lists.take("destroy 102 objects", session::clean, "clean");
         }
+    }
+
+    /** Jobs that do not look for objects. */
+    private static void look(SideBySide contest, String module, Token token, Pin pin, TokenSession session)
+            throws Exception {
+        contest.take("token info", session::readInfo, "info");
+        contest.take("list readers", () -> Token.readers(module), "readers");
+        contest.take("find a reader, open one more session", () -> token.open(pin).close(), "open");
     }
 
     private static void onSoftHsm(String module) throws Exception {
@@ -78,7 +94,7 @@ public final class OpenTokenBenchmark {
                 .filter(found -> found.getToken().filter(token -> token.getLabel().equals("bench")).isPresent())
                 .findFirst().orElseThrow(IllegalStateException::new);
         Token token = new Token(module, reader.getName());
-        head("SoftHSM2: " + CERTIFICATES + " certificates, one after the other");
+        Turns.head("SoftHSM2: " + CERTIFICATES + " certificates, one after the other", "of the session's");
         try (Pin pin = Pin.of(PIN.toCharArray())) {
             // The natives finalise the module, so no session is open meanwhile.
             new Turns("read " + CERTIFICATES + " certificates")
@@ -102,38 +118,71 @@ public final class OpenTokenBenchmark {
                             }
                         }).measure();
                     }).take(2, 9);
-            head("SoftHSM2, open sessions: " + CERTIFICATES + " certificates, one with its key");
             besidePeers(module, reader.getSlot(), token, pin);
         }
     }
 
     private static void besidePeers(String module, long slot, Token token, Pin pin) throws Exception {
-        Path configuration = Files.createTempFile("provider", ".cfg");
-        Files.write(configuration, ("name = bench\nlibrary = " + module + "\nslot = " + slot + "\n").getBytes(
-                StandardCharsets.UTF_8));
-        Provider provider = Security.getProvider("SunPKCS11").configure(configuration.toString());
-        KeyStore keys = KeyStore.getInstance("PKCS11", provider);
-        Files.delete(configuration);
-        try (Peers peers = new Peers(module, slot); TokenSession session = token.open(pin)) {
-            Turns list = new Turns("list").with("session", Turns.repeated(1, session::listObjects))
-                    .with("JDK's provider", Turns.repeated(1, () -> keys.load(null, PIN.toCharArray())));
-            peers.join(list, 1, "list").take(10, 30);
-            Turns read = new Turns("read a certificate")
-                    .with("session", Turns.repeated(20, () -> session.readCertificateBytes("certificate7", ANY_ID)))
-                    .with("JDK's provider", Turns.repeated(20, () -> keys.getCertificate("certificate7").getEncoded()));
-            peers.join(read, 20, "certificate certificate7").take(10, 30);
+        try (TokenSession session = token.open(pin); Peers peers = new Peers(module, slot, PIN)) {
+            session.generateRsaKeyPair(2048, "key", new byte[] {1});
+            Provider provider = provider(module, slot);
+            KeyStore keys = KeyStore.getInstance("PKCS11", provider);
+            Turns.head("SoftHSM2, open sessions: " + CERTIFICATES + " certificates, one with its key, and a key pair",
+                    "of the session's");
+            SideBySide lists = new SideBySide(peers, 2, 2, 20);
+            lists.take(lists.job("list", session::listObjects)
+                    .with("JDK's provider", Turns.repeated(2, () -> keys.load(null, PIN.toCharArray()))), "list");
+            SideBySide reads = new SideBySide(peers, 10, 10, 20);
+            reads.take(reads.job("read a certificate", () -> session.readCertificateBytes("certificate7", ANY_ID))
+                    .with("JDK's provider", Turns.repeated(1, () -> {
+                        keys.load(null, PIN.toCharArray());
+                        keys.getCertificate("certificate7").getEncoded();
+                    }))
+                    .with("JDK's provider, read before",
+                            Turns.repeated(10, () -> keys.getCertificate("certificate7").getEncoded())),
+                    "certificate certificate7");
+            reads.take("read a public key", () -> session.readPublicKey("key"), "public_key key");
+            look(new SideBySide(peers, 200, 20, 30), module, token, pin, session);
+            KeyPairGenerator generator = KeyPairGenerator.getInstance("RSA", provider);
+            generator.initialize(2048);
+            SideBySide pairs = new SideBySide(peers, 1, 1, 12);
+            pairs.take(pairs.job("generate an RSA key pair", () -> session.generateRsaKeyPair(2048, "new", ANY_ID))
+                    .with("JDK's provider", Turns.repeated(1, generator::generateKeyPair)), "generate");
         }
     }
 
+    /** The JDK's provider, which keeps the keys that it generates on the token, as the others do. */
+    private static Provider provider(String module, long slot) throws Exception {
+        Path configuration = Files.createTempFile("provider", ".cfg");
+        Files.write(configuration, Arrays.asList("name = bench", "library = " + module, "slot = " + slot,
+                "attributes(generate, *, *) = {", "  CKA_TOKEN = true", "}"));
+        Provider provider = Security.getProvider("SunPKCS11").configure(configuration.toString());
+        Files.delete(configuration);
+        return provider;
+    }
+
     private static void onSoftwareToken(String module, byte[] certificate) throws Exception {
-        Token token = new Token(module, Token.readers(module).get(0).getName());
+        String reader = Token.readers(module).get(0).getName();
+        Token token = new Token(module, reader);
+        byte[] id = {1};
         try (Pin pin = Pin.of(PIN.toCharArray()); Pin puk = Pin.of("87654321".toCharArray())) {
             token.initialize(puk);
-            try (TokenSession session = token.open(pin)) {
-                session.importCertificate("certificate", new byte[] {1}, certificate);
+            try (TokenSession session = token.open(pin);
+                    Peers peers = new Peers(module, token.findReader().getSlot(), PIN)) {
+                String job = "import " + certificate.length;
+                Turns.Work work = () -> session.importCertificate("certificate", id, certificate);
+                Turns.Contestant importing = Turns.repeated(10, work);
+                Turns.Contestant cleaning = Turns.repeated(1, session::clean);
+                Turns.head("Software token, open sessions: a certificate of " + certificate.length + " bytes",
+                        "of the session's");
+                // Everybody destroys what it has imported itself.
+                peers.join(new Turns("import a certificate").with("session", importing.before(cleaning)),
+                        peer -> peer.repeating(10, job).before(peer.repeating(1, "clean"))).take(5, 20);
+                peers.join(new Turns("destroy 10 objects").with("session", cleaning.after(importing)),
+                        peer -> peer.repeating(1, "clean").after(peer.repeating(10, job))).take(5, 20);
+                work.run();
             }
-            System.out.printf("%n### Software token: certificates read, wall-clock time%n%n"
-                    + "| | | µs | of one thread's |%n|---|---|---|---|%n");
+            Turns.head("Software token: certificates read, wall-clock time", "of one thread's");
             new Turns("read a certificate")
                     .with("1 thread", new Threads(1, token, pin)::measure)
                     .with("8 threads, 8 sessions", new Threads(8, token, pin)::measure)
@@ -153,39 +202,6 @@ public final class OpenTokenBenchmark {
     private static void check(boolean good, String what) {
         if (!good) {
             throw new IllegalStateException(what);
-        }
-    }
-
-    /** Bindings for other languages, as far as this machine has them. */
-    private static final class Peers implements AutoCloseable {
-        private final Peer python;
-        private final Peer node;
-
-        Peers(String module, long slot) throws Exception {
-            String folder = System.getProperty("bench.peers");
-            python = Peer.start("PyKCS11", System.getProperty("bench.python"), folder + "/pykcs11_peer.py", module, slot,
-                    PIN);
-            node = Peer.start("pkcs11js", "node", folder + "/pkcs11js_peer.js", module, slot, PIN);
-        }
-
-        Turns join(Turns turns, int times, String job) {
-            if (python != null) {
-                turns.with("PyKCS11", python.repeating(times, job));
-            }
-            if (node != null) {
-                turns.with("pkcs11js", node.repeating(times, job));
-            }
-            return turns;
-        }
-
-        @Override
-        public void close() {
-            if (python != null) {
-                python.close();
-            }
-            if (node != null) {
-                node.close();
-            }
         }
     }
 }

@@ -9,11 +9,13 @@ import java.nio.charset.StandardCharsets;
 
 /** A binding for another language, in a process that keeps its session open and times the jobs it is told. */
 final class Peer implements AutoCloseable {
+    final String name;
     private final Process process;
     private final BufferedReader answers;
     private final PrintWriter requests;
 
-    private Peer(Process process) {
+    private Peer(String name, Process process) {
+        this.name = name;
         this.process = process;
         answers = new BufferedReader(new InputStreamReader(process.getInputStream(), StandardCharsets.UTF_8));
         requests = new PrintWriter(process.getOutputStream(), true);
@@ -23,7 +25,7 @@ final class Peer implements AutoCloseable {
     static Peer start(String name, String interpreter, String script, String module, long slot, String pin)
             throws IOException {
         ProcessBuilder builder = new ProcessBuilder(interpreter, script, module, Long.toString(slot), pin);
-        Peer peer = new Peer(builder.redirectError(ProcessBuilder.Redirect.INHERIT).start());
+        Peer peer = new Peer(name, builder.redirectError(ProcessBuilder.Redirect.INHERIT).start());
         if ("ready".equals(peer.answers.readLine())) {
             return peer;
         }

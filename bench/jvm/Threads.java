@@ -13,7 +13,7 @@ import java.util.concurrent.Future;
 
 /** Threads with a session each that share a fixed number of jobs. */
 final class Threads {
-    private static final int JOBS = 2000;
+    private static final int JOBS = 800;
 
     private final int count;
     private final Token token;

@@ -15,6 +15,23 @@ final class Turns {
     /** Does the job some times and tells the microseconds of one. */
     interface Contestant {
         double measure() throws Exception;
+
+        /** The same, with something behind it that does not count. */
+        default Contestant before(Contestant uncounted) {
+            return () -> {
+                double time = measure();
+                uncounted.measure();
+                return time;
+            };
+        }
+
+        /** The same, with something before it that does not count. */
+        default Contestant after(Contestant uncounted) {
+            return () -> {
+                uncounted.measure();
+                return measure();
+            };
+        }
     }
 
     /** What is timed. */
@@ -28,6 +45,11 @@ final class Turns {
 
     Turns(String job) {
         this.job = job;
+    }
+
+    /** Begins a table. */
+    static void head(String title, String ratio) {
+        System.out.printf("%n### %s%n%n| | | µs | %s |%n|---|---|---|---|%n", title, ratio);
     }
 
     Turns with(String name, Contestant contestant) {
@@ -64,15 +86,16 @@ final class Turns {
             for (int round = 0; round < rounds; round++) {
                 ratios[round] = times[i][round] / times[0][round];
             }
-            System.out.printf(Locale.ROOT, "| %s | %s | %s | %s |%n", job, names.get(i), spread(times[i], "%.1f"),
-                    spread(ratios, "%.2f"));
+            System.out.printf(Locale.ROOT, "| %s | %s | %s | %s |%n", job, names.get(i), spread(times[i]),
+                    spread(ratios));
         }
     }
 
-    private static String spread(double[] values, String format) {
+    private static String spread(double[] values) {
         double[] sorted = values.clone();
         Arrays.sort(sorted);
         int last = sorted.length - 1;
+        String format = sorted[last / 2] < 0.01 ? "%.4f" : sorted[last / 2] < 10 ? "%.2f" : "%.1f";
         return String.format(Locale.ROOT, format + " (" + format + " to " + format + ")",
                 sorted[Math.round(last * 0.5f)], sorted[Math.round(last * 0.25f)], sorted[Math.round(last * 0.75f)]);
     }

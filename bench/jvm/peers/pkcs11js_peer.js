@@ -9,13 +9,29 @@ library.load(module_);
 library.C_Initialize();
 const slot = library.C_GetSlotList(true).find(candidate =>
     Number(candidate.readBigUInt64LE()) === Number(slotNumber));
-const session = library.C_OpenSession(slot, pkcs11js.CKF_SERIAL_SESSION | pkcs11js.CKF_RW_SESSION);
+const reader = library.C_GetSlotInfo(slot).slotDescription;
+const readWrite = pkcs11js.CKF_SERIAL_SESSION | pkcs11js.CKF_RW_SESSION;
+const session = library.C_OpenSession(slot, readWrite);
 library.C_Login(session, pkcs11js.CKU_USER, pin);
 
-function find(criteria) {
+const yes = types => types.map(type => ({ type, value: true }));
+const name = [{ type: pkcs11js.CKA_LABEL, value: "new" }, { type: pkcs11js.CKA_ID, value: Buffer.from([1, 2]) },
+    ...yes([pkcs11js.CKA_TOKEN])];
+const rsa = { mechanism: pkcs11js.CKM_RSA_PKCS_KEY_PAIR_GEN, parameter: null };
+const publicKey = [...name, { type: pkcs11js.CKA_MODULUS_BITS, value: 2048 },
+    { type: pkcs11js.CKA_PUBLIC_EXPONENT, value: Buffer.from([1, 0, 1]) },
+    ...yes([pkcs11js.CKA_ENCRYPT, pkcs11js.CKA_VERIFY, pkcs11js.CKA_WRAP])];
+const privateKey = [...name, ...yes([pkcs11js.CKA_PRIVATE, pkcs11js.CKA_SENSITIVE, pkcs11js.CKA_DECRYPT,
+    pkcs11js.CKA_SIGN, pkcs11js.CKA_UNWRAP])];
+
+function find(criteria, most = Infinity) {
     library.C_FindObjectsInit(session, criteria);
     const found = [];
-    for (let object = library.C_FindObjects(session); object; object = library.C_FindObjects(session)) {
+    while (found.length < most) {
+        const object = library.C_FindObjects(session);
+        if (!object) {
+            break;
+        }
         found.push(object);
     }
     library.C_FindObjectsFinal(session);
@@ -32,11 +48,37 @@ function describe(object) {
     return attributes;
 }
 
+function read(objectClass, label, types) {
+    const criteria = [{ type: pkcs11js.CKA_CLASS, value: objectClass }, { type: pkcs11js.CKA_LABEL, value: label }];
+    const [object] = find(criteria, 1);
+    return library.C_GetAttributeValue(session, object, types.map(type => ({ type })));
+}
+
+function openSession() {
+    const named = library.C_GetSlotList(false).find(each => library.C_GetSlotInfo(each).slotDescription === reader);
+    const other = library.C_OpenSession(named, readWrite);
+    try {
+        library.C_Login(other, pkcs11js.CKU_USER, pin);
+    } catch { // the login is there already
+    }
+    library.C_CloseSession(other);
+}
+
 const jobs = {
     list: () => find([]).map(describe),
-    certificate: label => library.C_GetAttributeValue(session,
-        find([{ type: pkcs11js.CKA_CLASS, value: pkcs11js.CKO_CERTIFICATE }, { type: pkcs11js.CKA_LABEL, value: label }])[0],
-        [{ type: pkcs11js.CKA_VALUE }])[0].value,
+    certificate: label => read(pkcs11js.CKO_CERTIFICATE, label, [pkcs11js.CKA_VALUE]),
+    public_key: label => read(pkcs11js.CKO_PUBLIC_KEY, label, [pkcs11js.CKA_MODULUS, pkcs11js.CKA_PUBLIC_EXPONENT]),
+    info: () => library.C_GetTokenInfo(slot),
+    readers: () => library.C_GetSlotList(false).map(each =>
+        [library.C_GetSlotInfo(each), library.C_GetTokenInfo(each)]),
+    open: openSession,
+    generate: () => library.C_GenerateKeyPair(session, rsa, publicKey, privateKey),
+    import: length => library.C_CreateObject(session, [...name,
+        { type: pkcs11js.CKA_CLASS, value: pkcs11js.CKO_CERTIFICATE },
+        { type: pkcs11js.CKA_CERTIFICATE_TYPE, value: pkcs11js.CKC_X_509 },
+        { type: pkcs11js.CKA_SUBJECT, value: Buffer.alloc(20) },
+        { type: pkcs11js.CKA_VALUE, value: Buffer.alloc(Number(length)) }]),
+    clean: () => find([]).forEach(object => library.C_DestroyObject(session, object)),
 };
 
 console.log("ready");
