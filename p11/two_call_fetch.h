@@ -7,7 +7,6 @@
 #include <p11-kit/pkcs11.h>
 
 #include <algorithm>
-#include <cstddef>
 #include <vector>
 
 /// The words of a failing length query and of a failing fill call.
@@ -39,8 +38,9 @@ template <typename Call, typename Provide, typename... Subject>
 /// Gives an attribute whose length is announced its zero-filled buffer; length 0 has none.
 inline void provideBuffer(CK_ATTRIBUTE& attribute, std::vector<unsigned char>& buffer)
 {
-    const std::size_t used = std::min<std::size_t>(buffer.size(), attribute.ulValueLen);
-    buffer.resize(attribute.ulValueLen); // what this adds is zero already
-    std::fill_n(buffer.begin(), used, static_cast<unsigned char>(0));
+    if (buffer.size() == attribute.ulValueLen) // as for most objects of a listing
+        std::fill(buffer.begin(), buffer.end(), 0);
+    else
+        buffer.assign(attribute.ulValueLen, 0);
     attribute.pValue = buffer.empty() ? nullptr : buffer.data();
 }
