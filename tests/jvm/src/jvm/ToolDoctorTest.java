@@ -3,6 +3,7 @@ package jvm;
 
 import static jvm.support.Tool.run;
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import jvm.support.ChildJvm;
@@ -31,6 +32,7 @@ class ToolDoctorTest extends ScriptedToken {
 
             assertTrue(result.out.startsWith("ok       Java: " + System.getProperty("java.version") + " of "),
                     result::toString);
+            assertFalse(result.out.contains("it warns of native libraries"), result::toString);
             assertTrue(result.out.contains("\nok       library: libvornixtoken_session.so in /"), result::toString);
             assertTrue(result.out.contains("\nok       library: libVornixToken_Javalib.so in /"), result::toString);
             assertTrue(result.out.contains("\nok       module " + module + ": it works, and has the vendor functions\n"

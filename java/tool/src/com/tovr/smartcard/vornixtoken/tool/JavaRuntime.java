@@ -4,7 +4,7 @@ package com.tovr.smartcard.vornixtoken.tool;
 /** The Java that runs the tool. */
 final class JavaRuntime {
     /** From this release on Java wants to be told which code may load native libraries. */
-    static final int NATIVE_ACCESS_IS_ASKED_FOR = 22;
+    static final int NATIVE_ACCESS_IS_ASKED_FOR = 24;
 
     private JavaRuntime() {
     }
@@ -16,6 +16,9 @@ final class JavaRuntime {
 
     /** Tells whether native libraries may be loaded without a warning. By reflection, because Java 8 has no modules. */
     static boolean hasNativeAccess() {
+        if (release() < NATIVE_ACCESS_IS_ASKED_FOR) {
+            return true; // 20 to 23 know the question too, but ask it of other code only
+        }
         try {
             Object module = Class.class.getMethod("getModule").invoke(JavaRuntime.class);
             return (Boolean) module.getClass().getMethod("isNativeAccessEnabled").invoke(module);
