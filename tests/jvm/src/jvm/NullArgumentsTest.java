@@ -8,6 +8,7 @@ import static org.junit.jupiter.params.provider.Arguments.arguments;
 import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.RequestContent;
 import com.tovr.smartcard.vornixtoken.Token;
+import com.tovr.smartcard.vornixtoken.TokenSession;
 
 import jvm.support.Scripted;
 import jvm.support.ScriptedToken;
@@ -39,6 +40,57 @@ class NullArgumentsTest extends ScriptedToken {
         }
     }
 
+    /** One call of a session that passes a null. */
+    private interface SessionCall {
+        void on(TokenSession session, Pin pin) throws Exception;
+    }
+
+    @ParameterizedTest(name = "{0}: {1}")
+    @MethodSource("sessionCalls")
+    void inASessionNothingIsCalledEither(String method, String parameter, SessionCall call) throws Exception {
+        try (Pin pin = Pin.of(PIN.clone()); TokenSession session = new Token(module, READER).open(pin)) {
+            assertEquals(Collections.emptyList(), Transcript.during(() -> assertRefused(parameter,
+                    () -> call.on(session, pin))));
+            assertEquals(6, session.listObjects().size());
+        }
+    }
+
+    private static Arguments inSession(String method, String parameter, SessionCall call) {
+        return arguments(method, parameter, call);
+    }
+
+    static Stream<Arguments> sessionCalls() {
+        byte[] b = NONE;
+        RequestContent content = RequestContent.builder().build();
+        return Stream.of(
+                inSession("changePin", "oldPin", (s, p) -> s.changePin(null, p)),
+                inSession("changePin", "newPin", (s, p) -> s.changePin(p, null)),
+                inSession("readCertificate", "label", (s, p) -> s.readCertificate(null)),
+                inSession("readCertificate", "id", (s, p) -> s.readCertificate("x", null)),
+                inSession("readCertificateBytes", "label", (s, p) -> s.readCertificateBytes(null, b)),
+                inSession("readCertificateBytes", "id", (s, p) -> s.readCertificateBytes("x", null)),
+                inSession("readPublicKey", "label", (s, p) -> s.readPublicKey(null)),
+                inSession("readPublicKey", "id", (s, p) -> s.readPublicKey("x", null)),
+                inSession("importCertificate", "label", (s, p) -> s.importCertificate(null, b, b)),
+                inSession("importCertificate", "id", (s, p) -> s.importCertificate("x", null, b)),
+                inSession("importCertificate", "certificate", (s, p) -> s.importCertificate("x", b, (byte[]) null)),
+                inSession("importCertificate of an object", "certificate",
+                        (s, p) -> s.importCertificate("x", b, (X509Certificate) null)),
+                inSession("importCertificateBlocks", "first", (s, p) -> s.importCertificateBlocks(null, b)),
+                inSession("importCertificateBlocks", "second", (s, p) -> s.importCertificateBlocks(b, null)),
+                inSession("generateRsaKeyPair", "label", (s, p) -> s.generateRsaKeyPair(2048, null, b)),
+                inSession("generateRsaKeyPair", "id", (s, p) -> s.generateRsaKeyPair(2048, "x", null)),
+                inSession("generateGostKeyPair", "label", (s, p) -> s.generateGostKeyPair(null, b)),
+                inSession("generateGostKeyPair", "id", (s, p) -> s.generateGostKeyPair("x", null)),
+                inSession("sign", "data", (s, p) -> s.sign(null, b, b, 0)),
+                inSession("sign", "certificateId", (s, p) -> s.sign(b, null, b, 0)),
+                inSession("sign", "privateKeyId", (s, p) -> s.sign(b, b, null, 0)),
+                inSession("sign", "furtherCertificateIds", (s, p) -> s.sign(b, b, b, 0, b, null)),
+                inSession("createRequest", "publicKeyId", (s, p) -> s.createRequest(null, b, content)),
+                inSession("createRequest", "privateKeyId", (s, p) -> s.createRequest(b, null, content)),
+                inSession("createRequest", "content", (s, p) -> s.createRequest(b, b, null)));
+    }
+
     private static void assertRefused(String parameter, Executable call) {
         assertEquals(parameter, assertThrows(NullPointerException.class, call).getMessage());
     }
@@ -53,6 +105,17 @@ class NullArgumentsTest extends ScriptedToken {
         return Stream.of(
                 refused("Token", "modulePath", (t, p) -> new Token(null, READER)),
                 refused("Token", "terminalName", (t, p) -> new Token(Scripted.MODULE, null)),
+                refused("in", "modulePath", (t, p) -> Token.in(null)),
+                refused("reader", "name", (t, p) -> Token.in(Scripted.MODULE).reader(null)),
+                refused("serialNumber", "number", (t, p) -> Token.in(Scripted.MODULE).serialNumber(null)),
+                refused("label", "text", (t, p) -> Token.in(Scripted.MODULE).label(null)),
+                refused("waitingAtMost", "patience", (t, p) -> Token.in(Scripted.MODULE).waitingAtMost(null)),
+                refused("diagnostics", "listener", (t, p) -> Token.in(Scripted.MODULE).diagnostics(null)),
+                refused("readers", "modulePath", (t, p) -> Token.readers(null)),
+                refused("hasVendorFunctions", "modulePath", (t, p) -> Token.hasVendorFunctions(null)),
+                refused("unload", "modulePath", (t, p) -> Token.unload(null)),
+                refused("open", "pin", (t, p) -> t.open(null)),
+                refused("listCertificates", "pin", (t, p) -> t.listCertificates(null)),
                 refused("changePin", "oldPin", (t, p) -> t.changePin(null, p)),
                 refused("changePin", "newPin", (t, p) -> t.changePin(p, null)),
                 refused("changePuk", "oldPuk", (t, p) -> t.changePuk(null, p)),

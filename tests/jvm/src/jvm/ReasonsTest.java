@@ -125,6 +125,13 @@ class ReasonsTest extends ScriptedToken {
         assertEquals("search", failure.getStep());
         assertEquals(ReturnCodes.CKR_FUNCTION_FAILED, failure.getCode());
         assertEquals("C_FindObjects object not found. Code: 0\n", failure.getDiagnostics());
+        byte[] nobodys = {9};
+        for (Job job : new Job[] {(t, p) -> t.readCertificateBytes(p, "alice", nobodys),
+            (t, p) -> t.readPublicKey(p, "alice", nobodys), (t, p) -> t.sign(p, ALICE, ALICE, nobodys, 0),
+            (t, p) -> t.createRequest(p, nobodys, ALICE, RequestContent.builder().build())}) {
+            assertEquals(Reason.NO_SUCH_OBJECT,
+                    assertThrows(Pkcs11Exception.class, () -> job.on(token, pin)).getReason());
+        }
     }
 
     @Test

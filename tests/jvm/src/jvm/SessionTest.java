@@ -146,7 +146,11 @@ class SessionTest extends ScriptedToken {
         session.close();
 
         assertEquals(Collections.emptyList(), Transcript.during(() -> {
-            assertThrows(IllegalStateException.class, session::listObjects);
+            for (SessionJob job : new SessionJob[] {TokenSession::listObjects, TokenSession::readInfo, TokenSession::clean,
+                closed -> closed.changePin(pin, pin), closed -> closed.verify(NONE, NONE),
+                closed -> closed.sign(ALICE, ALICE, ALICE, 0)}) {
+                assertThrows(IllegalStateException.class, () -> job.on(session));
+            }
             token(session::close);
         }));
         assertFalse(session.isOpen());

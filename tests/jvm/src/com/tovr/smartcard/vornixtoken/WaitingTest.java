@@ -23,6 +23,7 @@ import java.util.concurrent.Semaphore;
 /** What happens while somebody else has the slot. */
 class WaitingTest extends ScriptedToken {
     private static final long SLOT = 7;
+    private static final int TAKES_ONE_THREAD = 1;
 
     private Pin pin;
     private SharedModule shared;
@@ -140,6 +141,19 @@ class WaitingTest extends ScriptedToken {
         lock.release();
         assertTrue(assertThrows(Exception.class, reset::get).getMessage().contains("SCARD_"));
         lock.acquire();
+    }
+
+    /** Who waits for himself waits until his patience ends. */
+    @Test
+    void aResetTakesAModuleForOneThreadOnceThoughTheReaderHasTwoSlots() {
+        shared.name(SLOT + 1, ReaderChoice.trimmed(READER));
+        shared.state.set(TAKES_ONE_THREAD);
+        try {
+            assertEquals(1, SharedModule.locksOf(ReaderChoice.trimmed(READER)).stream()
+                    .filter(each -> each.getKey() == shared.gate).count());
+        } finally {
+            shared.state.set(SharedModule.TAKES_SEVERAL_THREADS);
+        }
     }
 
     @Test

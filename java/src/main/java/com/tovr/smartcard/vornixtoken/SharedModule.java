@@ -5,6 +5,7 @@ import java.util.AbstractMap.SimpleEntry;
 import java.nio.charset.StandardCharsets;
 import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.Collections;
 import java.util.List;
 import java.util.Map;
 import java.util.TreeMap;
@@ -13,6 +14,8 @@ import java.util.concurrent.ConcurrentMap;
 import java.util.concurrent.ConcurrentSkipListMap;
 import java.util.concurrent.Semaphore;
 import java.util.concurrent.atomic.AtomicInteger;
+import java.util.stream.Collectors;
+import java.util.stream.Stream;
 
 /**
  * What all copies of these classes in the virtual machine must know of one module: its locks, and whether and by whom it
@@ -122,12 +125,15 @@ final class SharedModule {
         for (ConcurrentMap<String, Object> record : new TreeMap<>(MODULES).values()) {
             SharedModule module = new SharedModule(record);
             int permits = module.permits();
-            for (Map.Entry<Long, Semaphore> slot : module.locks.entrySet()) {
-                if (Arrays.equals(module.readers.get(slot.getKey()), reader)) {
-                    all.add(new SimpleEntry<>(permits == 1 ? slot.getValue() : module.gate, permits));
-                }
-            }
+            List<Semaphore> slots = module.slotsOf(reader).map(module::lock).collect(Collectors.toList());
+            // Who is alone in the module has all its slots.
+            List<Semaphore> wanted = permits == 1 || slots.isEmpty() ? slots : Collections.singletonList(module.gate);
+            wanted.forEach(lock -> all.add(new SimpleEntry<>(lock, permits)));
         }
         return all;
+    }
+
+    private Stream<Long> slotsOf(byte[] reader) {
+        return locks.keySet().stream().filter(slot -> Arrays.equals(readers.get(slot), reader));
     }
 }
