@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "session/session_check.h"
 
+#include <string_view>
+
 namespace {
 
 bool missesAnObject(const Outcome& outcome)
 {
-    return outcome.step == emptySearch || outcome.code == CKR_OBJECT_HANDLE_INVALID ||
+    return std::string_view(outcome.step) == emptySearch || outcome.code == CKR_OBJECT_HANDLE_INVALID ||
            outcome.code == CKR_KEY_HANDLE_INVALID;
 }
 
