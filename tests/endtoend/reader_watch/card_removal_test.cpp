@@ -94,6 +94,14 @@ TEST_F(CardRemoval, LiesBetweenTwoJobsWithoutASession)
     EXPECT_EQ(answer(list), "3 objects");
 }
 
+TEST_F(CardRemoval, OfPowerLetsANewSessionOpen)
+{
+    EXPECT_EQ(answer(open), "open");
+    EXPECT_EQ(answer(std::string("reset ") + virtualReader), "reset");
+    EXPECT_EQ(answer(open), "open");
+    EXPECT_EQ(answer("list"), "3 objects");
+}
+
 TEST_F(CardRemoval, DoesNotSendAPinAgain)
 {
     EXPECT_EQ(answer("open 9999"), "WRONG_PIN");
