@@ -23,13 +23,9 @@ enum Control : unsigned char { powerOff = 0, powerOn = 1, reset = 2, getAtr = 4 
 // Messages both ways begin with their length in two bytes, the high one first.
 using Header = std::array<unsigned char, 2>;
 
-const std::vector<unsigned char> atr = {0x3B, 0x00}; // T=0, no historical bytes
+constexpr std::array<unsigned char, 2> atr = {0x3B, 0x00}; // T=0, no historical bytes
 // Longer than any card's, so the reader does not take it. Without any answer the card would count as taken out.
-const std::vector<unsigned char> noAtr = [] {
-    std::vector<unsigned char> bytes(64);
-    bytes[0] = 0x3B;
-    return bytes;
-}();
+constexpr std::array<unsigned char, 64> noAtr = {0x3B};
 
 int connectToReader()
 {
@@ -131,7 +127,8 @@ void VirtualCard::obey()
             break;
         case reset: note("reset"); break;
         case getAtr:
-            connected = send(powered && manner_ == Manner::mute ? noAtr : atr);
+            connected = powered && manner_ == Manner::mute ? send({noAtr.begin(), noAtr.end()})
+                                                           : send({atr.begin(), atr.end()});
             powered = false;
             break;
         default: break;

@@ -2,6 +2,7 @@
 #include "tests/endtoend/reader_watch/opensc_card.h"
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 namespace {
@@ -11,11 +12,19 @@ using Bytes = std::vector<unsigned char>;
 // ISO 7816-4
 enum Instruction : unsigned char { verify = 0x20, selectFile = 0xA4 };
 constexpr unsigned char byApplicationName = 0x04; // how a file is selected
-const Bytes done = {0x90, 0x00};
-const Bytes threeTriesLeft = {0x63, 0xC3};
-const Bytes notFound = {0x6A, 0x82};
+enum Status : unsigned { done = 0x9000, threeTriesLeft = 0x63C3, notFound = 0x6A82 };
 
-const Bytes application = {0xD3, 0x92, 0xF0, 0x00, 0x26, 0x01, 0x00, 0x00, 0x00, 0x01};
+constexpr std::array<unsigned char, 10> application = {0xD3, 0x92, 0xF0, 0x00, 0x26, 0x01, 0x00, 0x00, 0x00, 0x01};
+
+Bytes bytesOf(Status status)
+{
+    return {static_cast<unsigned char>(status >> 8), static_cast<unsigned char>(status & 0xFF)};
+}
+
+bool isApplication(const Bytes& bytes)
+{
+    return std::equal(bytes.begin(), bytes.end(), application.begin(), application.end());
+}
 
 /// What stands behind a command's header and its length.
 Bytes dataOf(const Bytes& command)
@@ -35,10 +44,10 @@ std::vector<unsigned char> OpenscCard::answer(const std::vector<unsigned char>& 
 {
     const Bytes data = dataOf(command);
     switch (command.at(1)) {
-    case selectFile: return command.at(2) == byApplicationName && data != application ? notFound : done;
+    case selectFile: return bytesOf(command.at(2) == byApplicationName && !isApplication(data) ? notFound : done);
     case verify:
         pins_ += data.empty() ? 0 : 1; // without data it asks for the tries
-        return isPin(data) ? done : threeTriesLeft;
-    default: return notFound; // the files with the certificates are not there
+        return bytesOf(isPin(data) ? done : threeTriesLeft);
+    default: return bytesOf(notFound); // the files with the certificates are not there
     }
 }
