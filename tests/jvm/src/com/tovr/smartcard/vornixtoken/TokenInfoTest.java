@@ -51,6 +51,12 @@ class TokenInfoTest {
     }
 
     @Test
+    void itNamesATokenWithoutLabelAndNumberAsSuch() {
+        assertEquals("Alice's (model, 0123)", new TokenInfo("Alice's", "", "model", "0123", 0).toString());
+        assertEquals("a token without a label (model)", new TokenInfo("", "", "model", "", 0).toString());
+    }
+
+    @Test
     void itIsEqualToWhatTellsTheSame() {
         Values.assertEqual(withFlags("1"), withFlags("0000000000000001"));
         Values.assertDistinct(

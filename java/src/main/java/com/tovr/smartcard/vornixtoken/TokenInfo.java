@@ -105,7 +105,8 @@ public final class TokenInfo {
     /** Returns label, model and serial number, for people to read. */
     @Override
     public String toString() {
-        return label + " (" + model + ", " + serialNumber + ")";
+        return (label.isEmpty() ? "a token without a label" : label)
+                + " (" + model + (serialNumber.isEmpty() ? "" : ", " + serialNumber) + ")";
     }
 
     /** The flags of a token, PKCS #11 v2.40, section 3.2. */
