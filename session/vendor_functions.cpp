@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <link.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -40,7 +41,8 @@ public:
     [[nodiscard]] bool copy(const void* from, void* to, std::size_t count) const
     {
         const auto whole = static_cast<ssize_t>(count);
-        return write(ends_[1], from, count) == whole && read(ends_[0], to, count) == whole;
+        // The bare system call: AddressSanitizer looks into write's buffer, and may know no object there.
+        return syscall(SYS_write, ends_[1], from, count) == whole && read(ends_[0], to, count) == whole;
     }
 
 private:
