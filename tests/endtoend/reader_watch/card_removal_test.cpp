@@ -94,10 +94,11 @@ TEST_F(CardRemoval, LiesBetweenTwoJobsWithoutASession)
     EXPECT_EQ(answer(list), "3 objects");
 }
 
-TEST_F(CardRemoval, OfPowerLetsANewSessionOpen)
+TEST_F(CardRemoval, OfPowerEndsASessionAndLetsANewOneOpen)
 {
     EXPECT_EQ(answer(open), "open");
     EXPECT_EQ(answer(std::string("reset ") + virtualReader), "reset");
+    EXPECT_EQ(answer("list"), "REMOVED");
     EXPECT_EQ(answer(open), "open");
     EXPECT_EQ(answer("list"), "3 objects");
 }

@@ -143,6 +143,26 @@ class WaitingTest extends ScriptedToken {
         lock.acquire();
     }
 
+    @Test
+    void aResetEndsTheSessionsOnItsReaderAlone() throws Exception {
+        lock.release();
+        TokenSession session = token(Duration.ofMinutes(1)).open(pin);
+        SharedModule.noteReset(ReaderChoice.trimmed("Another Reader"));
+        session.listObjects();
+        SharedModule.noteReset(ReaderChoice.trimmed(READER));
+
+        List<String> calls = Transcript.during(() -> assertEquals(Reason.REMOVED,
+                assertThrows(Pkcs11Exception.class, session::listObjects).getReason()));
+
+        assertEquals(1, calls.size(), calls::toString);
+        assertTrue(calls.get(0).startsWith("C_CloseSession("), calls::toString);
+        assertFalse(session.isOpen());
+        try (TokenSession next = token(Duration.ofMinutes(1)).open(pin)) {
+            next.listObjects();
+        }
+        lock.acquire();
+    }
+
     /** Who waits for himself waits until his patience ends. */
     @Test
     void aResetTakesAModuleForOneThreadOnceThoughTheReaderHasTwoSlots() {

@@ -127,22 +127,27 @@ final class Access {
         Attempt attempt = new Attempt(Attempt.Manner.DEFAULT);
         try {
             byte[] reader = Texts.encodeWithoutNul(name);
-            reset(reader, SharedModule.locksOf(ReaderChoice.trimmed(name)), attempt);
+            byte[] trimmed = ReaderChoice.trimmed(name);
+            behind(SharedModule.locksOf(trimmed), attempt, natives -> {
+                natives.resetReader(reader);
+                SharedModule.noteReset(trimmed);
+            });
         } catch (NativeFailure failure) {
             throw attempt.refuse(failure, "resetting reader '" + name + "'");
         }
     }
 
-    private static void reset(byte[] reader, List<Map.Entry<Semaphore, Integer>> locks, Attempt attempt)
+    /** Makes a native call while it holds all locks. */
+    private static void behind(List<Map.Entry<Semaphore, Integer>> locks, Attempt attempt, Attempt.Command command)
             throws NativeFailure {
         if (locks.isEmpty()) {
-            attempt.command(natives -> natives.resetReader(reader));
+            attempt.command(command);
             return;
         }
         Map.Entry<Semaphore, Integer> first = locks.get(0);
         attempt.acquire(first.getKey(), first.getValue());
         try {
-            reset(reader, locks.subList(1, locks.size()), attempt);
+            behind(locks.subList(1, locks.size()), attempt, command);
         } finally {
             first.getKey().release(first.getValue());
         }

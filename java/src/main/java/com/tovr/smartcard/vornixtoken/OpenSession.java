@@ -9,6 +9,7 @@ import java.security.interfaces.RSAPublicKey;
 import java.util.List;
 import java.util.Objects;
 import java.util.concurrent.Semaphore;
+import java.util.concurrent.atomic.AtomicInteger;
 
 /** The session that {@link Token#open} makes. Each job waits for its turn on the slot. */
 final class OpenSession implements TokenSession {
@@ -17,6 +18,9 @@ final class OpenSession implements TokenSession {
     private final long slot;
     private final Semaphore lock;
     private final NativeSession session;
+    /** A module may remember a card's objects, and not notice that the card has forgotten the login. */
+    private final AtomicInteger resets;
+    private final int resetsBefore;
     private volatile boolean closed;
     /** Why the session ended by itself; null: it did not. Written in a turn. */
     private volatile NativeFailure end;
@@ -26,6 +30,8 @@ final class OpenSession implements TokenSession {
         this.module = module;
         this.slot = slot;
         lock = module.shared.lock(slot);
+        resets = module.shared.resets(slot);
+        resetsBefore = resets.get();
         this.session = session;
     }
 
@@ -159,6 +165,12 @@ final class OpenSession implements TokenSession {
         if (!turn.isOf(session.generation)) {
             end = new Refusal(Reason.REMOVED, ReturnCodes.CKR_SESSION_CLOSED,
                     "the session has ended: somebody finalised the module");
+            throw end;
+        }
+        if (resets.get() != resetsBefore) {
+            end = new Refusal(Reason.REMOVED, ReturnCodes.CKR_SESSION_CLOSED,
+                    "the session has ended: the card was powered down by a reset of its reader");
+            session.close(turn);
             throw end;
         }
     }

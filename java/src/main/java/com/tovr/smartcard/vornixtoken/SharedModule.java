@@ -47,6 +47,7 @@ final class SharedModule {
     private final String path;
     private final ConcurrentMap<Long, Semaphore> locks;
     private final ConcurrentMap<Long, byte[]> readers;
+    private final ConcurrentMap<Long, AtomicInteger> resets;
 
     @SuppressWarnings("unchecked")
     private SharedModule(ConcurrentMap<String, Object> record) {
@@ -57,6 +58,7 @@ final class SharedModule {
         sessions = (AtomicInteger) record.computeIfAbsent("sessions", key -> new AtomicInteger());
         locks = (ConcurrentMap<Long, Semaphore>) record.computeIfAbsent("locks", key -> new ConcurrentSkipListMap<>());
         readers = (ConcurrentMap<Long, byte[]>) record.computeIfAbsent("readers", key -> new ConcurrentHashMap<>());
+        resets = (ConcurrentMap<Long, AtomicInteger>) record.computeIfAbsent("resets", key -> new ConcurrentHashMap<>());
     }
 
     /** The module with a function list at this address, loaded from this file. */
@@ -89,6 +91,17 @@ final class SharedModule {
     void name(long slot, byte[] reader) {
         lock(slot);
         readers.put(slot, reader);
+    }
+
+    /** Counts how often this library has powered the card in a slot down. */
+    AtomicInteger resets(long slot) {
+        return resets.computeIfAbsent(slot, key -> new AtomicInteger());
+    }
+
+    /** Tells all modules that a reader's card was powered down. The caller holds the reader's locks. */
+    static void noteReset(byte[] reader) {
+        MODULES.values().stream().map(SharedModule::new)
+                .forEach(module -> module.slotsOf(reader).forEach(slot -> module.resets(slot).incrementAndGet()));
     }
 
     /** How many permits a call needs. */

@@ -410,8 +410,7 @@ public final class Token {
 
     /**
      * Powers a card down through the PC/SC service, so that its next user gets a freshly powered one. Waits until no
-     * job of this library works with the reader. Open sessions on the card end with {@link Reason#REMOVED} when their
-     * module meets the reset: one that remembers the card's objects may list them until then.
+     * job of this library works with the reader. Open sessions on the card end with {@link Reason#REMOVED}.
      *
      * @param readerName the reader's full name
      * @throws IllegalArgumentException when the name is empty
