@@ -3,16 +3,23 @@ import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
 import com.tovr.smartcard.vornixtoken.Reader;
 import com.tovr.smartcard.vornixtoken.Token;
+import com.tovr.smartcard.vornixtoken.TokenObject;
+import com.tovr.smartcard.vornixtoken.TokenObject.Kind;
 import com.tovr.smartcard.vornixtoken.TokenSession;
 
 import java.io.BufferedReader;
 import java.io.InputStreamReader;
+import java.util.EnumSet;
+import java.util.List;
+import java.util.Set;
 
 /**
  * Reads orders, a line each, and answers each by a line: "open PIN", "list", "list PIN" (without a session), "tokens" and
  * "reset READER". Arguments: module and the token's label.
  */
 public final class UseToken {
+    private static final Set<Kind> KEYS = EnumSet.of(Kind.PRIVATE_KEY, Kind.PUBLIC_KEY);
+
     private final String module;
     private final Token token;
     private TokenSession session;
@@ -39,7 +46,7 @@ public final class UseToken {
                     }
                     return "open";
                 case "list":
-                    return list(order) + " objects";
+                    return keys(order) + " keys";
                 case "tokens":
                     return Token.readers(module).stream().filter(Reader::isTokenPresent).count() + " tokens";
                 case "reset":
@@ -53,12 +60,17 @@ public final class UseToken {
         }
     }
 
-    private int list(String[] order) throws Exception {
+    /** Counts keys, because it depends on OpenSC's version what else it shows. */
+    private long keys(String[] order) throws Exception {
+        return list(order).stream().filter(each -> KEYS.contains(each.getKind())).count();
+    }
+
+    private List<TokenObject> list(String[] order) throws Exception {
         if (order.length == 1) {
-            return session.listObjects().size();
+            return session.listObjects();
         }
         try (Pin pin = Pin.of(order[1].toCharArray())) {
-            return token.listObjects(pin).size();
+            return token.listObjects(pin);
         }
     }
 }

@@ -38,13 +38,6 @@ protected:
         return line;
     }
 
-    /// How many objects of a card that was put back are listed depends on OpenSC's version.
-    void expectAListing(const std::string& order)
-    {
-        const std::string listed = answer(order);
-        EXPECT_TRUE(listed == "3 objects" || listed == "2 objects") << listed;
-    }
-
     [[nodiscard]] int pins() const { return content_.pins(); }
 
     const std::string open = std::string("open ") + OpenscCard::pin;
@@ -62,14 +55,14 @@ private:
 TEST_F(CardRemoval, EndsASession)
 {
     EXPECT_EQ(answer(open), "open");
-    EXPECT_EQ(answer("list"), "3 objects");
+    EXPECT_EQ(answer("list"), "2 keys");
     takeOut();
     EXPECT_EQ(answer("list"), "REMOVED");
     EXPECT_EQ(answer(open), "NO_TOKEN");
     putIn();
     EXPECT_EQ(answer("list"), "REMOVED") << "the session is another card's";
     EXPECT_EQ(answer(open), "open");
-    expectAListing("list");
+    EXPECT_EQ(answer("list"), "2 keys");
 }
 
 TEST_F(CardRemoval, EndsASessionAlsoWhereNobodyLooksMeanwhile)
@@ -77,7 +70,16 @@ TEST_F(CardRemoval, EndsASessionAlsoWhereNobodyLooksMeanwhile)
     EXPECT_EQ(answer(open), "open");
     takeOut();
     putIn();
-    EXPECT_EQ(answer("list"), "REMOVED"); // OpenSC 0.26 opens no other session until it has seen the reader empty
+    EXPECT_EQ(answer("list"), "REMOVED");
+    std::string opened = answer(open);
+    if (opened == "REMOVED") { // by OpenSC 0.26, until it has seen the reader empty
+        takeOut();
+        EXPECT_EQ(answer(open), "NO_TOKEN");
+        putIn();
+        opened = answer(open);
+    }
+    EXPECT_EQ(opened, "open");
+    EXPECT_EQ(answer("list"), "2 keys");
 }
 
 TEST_F(CardRemoval, IsSeenByTheListOfReaders)
@@ -92,11 +94,11 @@ TEST_F(CardRemoval, IsSeenByTheListOfReaders)
 TEST_F(CardRemoval, LiesBetweenTwoJobsWithoutASession)
 {
     const std::string list = std::string("list ") + OpenscCard::pin;
-    EXPECT_EQ(answer(list), "3 objects");
+    EXPECT_EQ(answer(list), "2 keys");
     takeOut();
     EXPECT_EQ(answer(list), "NO_TOKEN");
     putIn();
-    expectAListing(list);
+    EXPECT_EQ(answer(list), "2 keys");
 }
 
 TEST_F(CardRemoval, OfPowerEndsASessionAndLetsANewOneOpen)
@@ -105,7 +107,7 @@ TEST_F(CardRemoval, OfPowerEndsASessionAndLetsANewOneOpen)
     EXPECT_EQ(answer(std::string("reset ") + virtualReader), "reset");
     EXPECT_EQ(answer("list"), "REMOVED");
     EXPECT_EQ(answer(open), "open");
-    EXPECT_EQ(answer("list"), "3 objects");
+    EXPECT_EQ(answer("list"), "2 keys");
 }
 
 TEST_F(CardRemoval, DoesNotSendAPinAgain)

@@ -79,8 +79,8 @@ class ToolStoryTest {
 
     @Test
     void aWrongPinIsFollowedByAdvice() throws Exception {
-        assertEquals("tries used: a wrong PIN was given since the last right one, and few tries may be left; make sure"
-                + " of it before the next one", advice());
+        assertEquals("few tries left: a wrong PIN was given since the last right one; make sure of it before the next"
+                + " one, because wrong ones may lock it", advice());
         assertEquals("last try: another wrong PIN locks it, so do not guess, and ask whoever issued the token", advice());
         assertTrue(advice().startsWith("locked: whoever has the PUK can unlock the PIN with the token maker's software; "));
         assertTrue(advice().startsWith("locked: "));

@@ -10,7 +10,7 @@ enum PinState {
     LOCKED("locked"),
     LAST_TRY("last try"),
     /** A wrong one was given since the last right one. The flags do not tell whether the token ever locks. */
-    TRIES_USED("tries used"),
+    FEW_TRIES_LEFT("few tries left"),
     NOT_SET("not set"),
     TO_BE_CHANGED("to be changed"),
     /** The flags tell nothing. */
@@ -42,7 +42,7 @@ enum PinState {
             return LAST_TRY;
         }
         if (flags.contains(countLow)) {
-            return TRIES_USED;
+            return FEW_TRIES_LEFT;
         }
         return flags.contains(toBeChanged) ? TO_BE_CHANGED : READY;
     }
@@ -55,8 +55,8 @@ enum PinState {
                         + " \"vornixtoken-tool init\" starts over, and all objects are lost";
             case LAST_TRY:
                 return "last try: another wrong PIN locks it, so do not guess, and ask whoever issued the token";
-            case TRIES_USED:
-                return triesUsed("PIN");
+            case FEW_TRIES_LEFT:
+                return fewTriesLeft("PIN");
             case NOT_SET:
                 return "not set: whoever has the PUK sets the first PIN with the token maker's software";
             case TO_BE_CHANGED:
@@ -73,8 +73,8 @@ enum PinState {
                 return "locked: only the token's maker can help";
             case LAST_TRY:
                 return "last try: another wrong PUK locks it for good, so do not guess, and ask whoever issued the token";
-            case TRIES_USED:
-                return triesUsed("PUK");
+            case FEW_TRIES_LEFT:
+                return fewTriesLeft("PUK");
             case TO_BE_CHANGED:
                 return "to be changed: it is the default one or has expired; use \"vornixtoken-tool change-puk\"";
             default:
@@ -82,9 +82,9 @@ enum PinState {
         }
     }
 
-    private static String triesUsed(String secret) {
-        return "tries used: a wrong " + secret + " was given since the last right one, and few tries may be left; make sure"
-                + " of it before the next one";
+    private static String fewTriesLeft(String secret) {
+        return "few tries left: a wrong " + secret + " was given since the last right one; make sure of it before the next"
+                + " one, because wrong ones may lock it";
     }
 
     @Override

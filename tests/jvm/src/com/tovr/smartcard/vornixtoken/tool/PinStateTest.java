@@ -20,7 +20,7 @@ class PinStateTest {
     @CsvSource({
             "'',                                                            NOT_SET",
             "USER_PIN_INITIALIZED,                                          READY",
-            "USER_PIN_INITIALIZED USER_PIN_COUNT_LOW,                       TRIES_USED",
+            "USER_PIN_INITIALIZED USER_PIN_COUNT_LOW,                       FEW_TRIES_LEFT",
             "USER_PIN_INITIALIZED USER_PIN_COUNT_LOW USER_PIN_FINAL_TRY,    LAST_TRY",
             "USER_PIN_INITIALIZED USER_PIN_COUNT_LOW USER_PIN_LOCKED,       LOCKED",
             "USER_PIN_INITIALIZED USER_PIN_FINAL_TRY USER_PIN_LOCKED,       LOCKED",
@@ -33,7 +33,7 @@ class PinStateTest {
     @ParameterizedTest
     @CsvSource({
             "'',                                                      READY",
-            "SO_PIN_COUNT_LOW,                                        TRIES_USED",
+            "SO_PIN_COUNT_LOW,                                        FEW_TRIES_LEFT",
             "SO_PIN_COUNT_LOW SO_PIN_FINAL_TRY,                       LAST_TRY",
             "SO_PIN_FINAL_TRY SO_PIN_LOCKED,                          LOCKED",
             "SO_PIN_TO_BE_CHANGED,                                    TO_BE_CHANGED",
