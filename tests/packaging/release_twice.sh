@@ -18,4 +18,4 @@ for clone in one the/other/one; do
     "$folder/$clone/scripts/release.sh" "$@"
 done
 diff -r "$folder/one/build/dist" "$folder/the/other/one/build/dist" --exclude=work
-(cd "$folder"/one/build/dist/*/ && sha256sum --check --quiet SHA256SUMS && wc -l SHA256SUMS)
+(cd "$folder"/one/build/dist/vornixtoken-*/ && sha256sum --check --quiet SHA256SUMS && wc -l SHA256SUMS)
