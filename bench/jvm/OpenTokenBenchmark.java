@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 package bench;
 
+import com.tovr.smartcard.vornixtoken.ObjectId;
 import com.tovr.smartcard.vornixtoken.Pin;
 import com.tovr.smartcard.vornixtoken.Reader;
+import com.tovr.smartcard.vornixtoken.RequestContent;
 import com.tovr.smartcard.vornixtoken.Token;
 import com.tovr.smartcard.vornixtoken.TokenSession;
 import com.tovr.smartcard.vornixtoken.api.Pkcs11Wrapper;
@@ -181,12 +183,19 @@ public final class OpenTokenBenchmark {
                 peers.join(new Turns("destroy 10 objects").with("session", cleaning.after(importing)),
                         peer -> peer.repeating(1, "clean").after(peer.repeating(10, job))).take(5, 20);
                 work.run();
+                session.generateGostKeyPair("key", id);
             }
-            Turns.head("Software token: certificates read, wall-clock time", "of one thread's");
-            new Turns("read a certificate")
-                    .with("1 thread", new Threads(1, token, pin)::measure)
-                    .with("8 threads, 8 sessions", new Threads(8, token, pin)::measure)
-                    .take(3, 15);
+            Turns.head("Software token: threads on one reader, wall-clock time", "of one thread's");
+            share("read a certificate", token, pin, 800, session -> session.readCertificateBytes("certificate", id));
+            share("list 3 objects", token, pin, 800, TokenSession::listObjects);
+            RequestContent content = RequestContent.builder().subject("CN", "Threads").build();
+            share("sign a request", token, pin, 80, session -> session.createRequest(ObjectId.of(id), content));
+        }
+    }
+
+    private static void share(String what, Token token, Pin pin, int jobs, Threads.Job job) throws Exception {
+        try (Threads one = new Threads(1, token, pin, jobs, job); Threads eight = new Threads(8, token, pin, jobs, job)) {
+            new Turns(what).with("1 thread", one::measure).with("8 threads, 8 sessions", eight::measure).take(3, 40);
         }
     }
 

@@ -2,6 +2,7 @@
 package bench;
 
 import com.tovr.smartcard.vornixtoken.Pin;
+import com.tovr.smartcard.vornixtoken.Pkcs11Exception;
 import com.tovr.smartcard.vornixtoken.Token;
 import com.tovr.smartcard.vornixtoken.TokenSession;
 
@@ -12,46 +13,49 @@ import java.util.concurrent.Executors;
 import java.util.concurrent.Future;
 
 /** Threads with a session each that share a fixed number of jobs. */
-final class Threads {
-    private static final int JOBS = 800;
+final class Threads implements AutoCloseable {
+    private final List<TokenSession> sessions = new ArrayList<>();
+    private final ExecutorService threads;
+    private final int jobs;
+    private final Job job;
 
-    private final int count;
-    private final Token token;
-    private final Pin pin;
+    Threads(int count, Token token, Pin pin, int jobs, Job job) throws Exception {
+        threads = Executors.newFixedThreadPool(count);
+        for (int i = 0; i < count; i++) {
+            sessions.add(token.open(pin));
+        }
+        this.jobs = jobs;
+        this.job = job;
+    }
 
-    Threads(int count, Token token, Pin pin) {
-        this.count = count;
-        this.token = token;
-        this.pin = pin;
+    /** What each thread does over and over. */
+    interface Job {
+        void in(TokenSession session) throws Exception;
     }
 
     /** The wall-clock time of all jobs, for each of them. */
     double measure() throws Exception {
-        List<TokenSession> sessions = new ArrayList<>();
-        ExecutorService threads = Executors.newFixedThreadPool(count);
-        try {
-            for (int i = 0; i < count; i++) {
-                sessions.add(token.open(pin));
-            }
-            long start = System.nanoTime();
-            List<Future<?>> running = new ArrayList<>();
-            for (TokenSession session : sessions) {
-                running.add(threads.submit(() -> {
-                    for (int job = 0; job < JOBS / count; job++) {
-                        session.readCertificateBytes("certificate", new byte[] {1});
-                    }
-                    return null;
-                }));
-            }
-            for (Future<?> thread : running) {
-                thread.get();
-            }
-            return (System.nanoTime() - start) / 1000.0 / JOBS;
-        } finally {
-            threads.shutdown();
-            for (TokenSession session : sessions) {
-                session.close();
-            }
+        long start = System.nanoTime();
+        List<Future<?>> running = new ArrayList<>();
+        for (TokenSession session : sessions) {
+            running.add(threads.submit(() -> {
+                for (int i = 0; i < jobs / sessions.size(); i++) {
+                    job.in(session);
+                }
+                return null;
+            }));
+        }
+        for (Future<?> thread : running) {
+            thread.get();
+        }
+        return (System.nanoTime() - start) / 1000.0 / jobs;
+    }
+
+    @Override
+    public void close() throws Pkcs11Exception {
+        threads.shutdown();
+        for (TokenSession session : sessions) {
+            session.close();
         }
     }
 }

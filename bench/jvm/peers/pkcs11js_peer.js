@@ -76,7 +76,10 @@ const jobs = {
     import: length => library.C_CreateObject(session, [...name,
         { type: pkcs11js.CKA_CLASS, value: pkcs11js.CKO_CERTIFICATE },
         { type: pkcs11js.CKA_CERTIFICATE_TYPE, value: pkcs11js.CKC_X_509 },
-        { type: pkcs11js.CKA_SUBJECT, value: Buffer.alloc(20) },
+        { type: pkcs11js.CKA_PRIVATE, value: false },
+        { type: pkcs11js.CKA_SUBJECT, value: Buffer.alloc(22) },
+        { type: pkcs11js.CKA_ISSUER, value: Buffer.alloc(22) },
+        { type: pkcs11js.CKA_SERIAL_NUMBER, value: Buffer.alloc(22) },
         { type: pkcs11js.CKA_VALUE, value: Buffer.alloc(Number(length)) }]),
     clean: () => find([]).forEach(object => library.C_DestroyObject(session, object)),
 };

@@ -65,7 +65,8 @@ def generate():
 def import_certificate(length):
     session.createObject(NAME + [
         (PyKCS11.CKA_CLASS, PyKCS11.CKO_CERTIFICATE), (PyKCS11.CKA_CERTIFICATE_TYPE, PyKCS11.CKC_X_509),
-        (PyKCS11.CKA_SUBJECT, bytes(20)), (PyKCS11.CKA_VALUE, bytes(int(length)))])
+        (PyKCS11.CKA_PRIVATE, PyKCS11.CK_FALSE), (PyKCS11.CKA_SUBJECT, bytes(22)), (PyKCS11.CKA_ISSUER, bytes(22)),
+        (PyKCS11.CKA_SERIAL_NUMBER, bytes(22)), (PyKCS11.CKA_VALUE, bytes(int(length)))])
 
 
 def clean():

@@ -160,7 +160,7 @@ final class Access {
                 turn.require(vendorFunction);
             }
             long slot = choice.slot(turn);
-            turn.take(turn.module.shared.lock(slot));
+            turn.take(new SlotTurns(turn.module.shared.lock(slot)));
             return work.on(turn, slot, progress);
         });
     }

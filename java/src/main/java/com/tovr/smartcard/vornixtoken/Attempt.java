@@ -63,17 +63,19 @@ final class Attempt {
     }
 
     /**
-     * Waits for permits until the patience ends, which began with the first wait. An interrupt is kept for later,
-     * because it must not keep a session from being closed.
+     * Waits for permits until the patience ends, which began with the first wait, and tells whether it had to wait. An
+     * interrupt is kept for later, because it must not keep a session from being closed.
      */
-    void acquire(Semaphore semaphore, int permits) throws Refusal {
+    boolean acquire(Semaphore semaphore, int permits) throws Refusal {
         boolean interrupted = false;
         try {
             while (true) {
                 try {
-                    if (semaphore.tryAcquire(permits, 0, TimeUnit.NANOSECONDS)
-                            || semaphore.tryAcquire(permits, remaining(), TimeUnit.NANOSECONDS)) {
-                        return;
+                    if (semaphore.tryAcquire(permits, 0, TimeUnit.NANOSECONDS)) {
+                        return false;
+                    }
+                    if (semaphore.tryAcquire(permits, remaining(), TimeUnit.NANOSECONDS)) {
+                        return true;
                     }
                     throw new Refusal(Reason.WAITED_TOO_LONG, ReturnCodes.CKR_FUNCTION_CANCELED,
                             "others kept it busy for " + manner.patience);

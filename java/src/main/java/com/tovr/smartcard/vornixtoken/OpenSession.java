@@ -8,7 +8,6 @@ import java.security.cert.X509Certificate;
 import java.security.interfaces.RSAPublicKey;
 import java.util.List;
 import java.util.Objects;
-import java.util.concurrent.Semaphore;
 import java.util.concurrent.atomic.AtomicInteger;
 
 /** The session that {@link Token#open} makes. Each job waits for its turn on the slot. */
@@ -16,7 +15,7 @@ final class OpenSession implements TokenSession {
     private final Access access;
     private final LoadedModule module;
     private final long slot;
-    private final Semaphore lock;
+    private final SlotTurns turns;
     private final NativeSession session;
     /** A module may remember a card's objects, and not notice that the card has forgotten the login. */
     private final AtomicInteger resets;
@@ -29,7 +28,7 @@ final class OpenSession implements TokenSession {
         this.access = access;
         this.module = module;
         this.slot = slot;
-        lock = module.shared.lock(slot);
+        turns = new SlotTurns(module.shared.lock(slot));
         resets = module.shared.resets(slot);
         resetsBefore = resets.get();
         this.session = session;
@@ -128,7 +127,7 @@ final class OpenSession implements TokenSession {
         try {
             checkOpen();
             Job.Work<T> work = job.prepare();
-            try (Turn turn = Turn.again(module, lock, attempt)) {
+            try (Turn turn = Turn.again(module, turns, attempt)) {
                 checkOpen(turn);
                 if (job.vendorFunction != null) {
                     turn.require(job.vendorFunction);
@@ -197,7 +196,7 @@ final class OpenSession implements TokenSession {
     public void close() throws Pkcs11Exception {
         closed = true;
         Attempt attempt = access.begin();
-        try (Turn turn = Turn.again(module, lock, attempt)) {
+        try (Turn turn = Turn.again(module, turns, attempt)) {
             if (turn.isOf(session.generation)) {
                 session.close(turn);
             }

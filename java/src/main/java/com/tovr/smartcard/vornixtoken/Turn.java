@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 package com.tovr.smartcard.vornixtoken;
 
-import java.util.concurrent.Semaphore;
-
 /** A thread's turn inside an initialised module, until it is closed. */
 final class Turn implements AutoCloseable {
     final LoadedModule module;
     private final Attempt attempt;
     private final int permits;
-    /** Of the slot that the turn is about; null: none yet, or alone in the module. */
-    private Semaphore lock;
+    /** What the turn is about; null: no slot yet, or alone in the module. */
+    private SlotTurns slot;
 
     private Turn(LoadedModule module, Attempt attempt, int permits) {
         this.module = module;
@@ -45,11 +43,11 @@ final class Turn implements AutoCloseable {
     }
 
     /** Waits for a turn in a module, however it is by now, and on a slot. */
-    static Turn again(LoadedModule module, Semaphore lock, Attempt attempt) throws NativeFailure {
+    static Turn again(LoadedModule module, SlotTurns slot, Attempt attempt) throws NativeFailure {
         Turn turn = new Turn(module, attempt, module.shared.permits());
         attempt.acquire(module.shared.gate, turn.permits);
         try {
-            turn.take(lock);
+            turn.take(slot);
             return turn;
         } catch (Throwable failure) {
             turn.close();
@@ -58,10 +56,10 @@ final class Turn implements AutoCloseable {
     }
 
     /** Waits for the slot. */
-    void take(Semaphore wanted) throws NativeFailure {
+    void take(SlotTurns wanted) throws NativeFailure {
         if (permits == 1) {
-            attempt.acquire(wanted, 1);
-            lock = wanted;
+            wanted.acquire(attempt);
+            slot = wanted;
         }
     }
 
@@ -106,8 +104,8 @@ final class Turn implements AutoCloseable {
 
     @Override
     public void close() {
-        if (lock != null) {
-            lock.release();
+        if (slot != null) {
+            slot.release();
         }
         module.shared.gate.release(permits);
     }
