@@ -7,4 +7,5 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh test
 cmake --preset release
 cmake --build --preset release
-ctest --preset release -j "$(nproc)"
+# Some tests wait most of the time.
+ctest --preset release -j "$(($(nproc) + 1))"
