@@ -12,6 +12,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <vector>
@@ -23,8 +24,9 @@ namespace {
 template <std::size_t width>
 bool prefixMatches(const CK_UTF8CHAR (&field)[width], const char* name, std::size_t nameLength)
 {
+    const std::size_t shorter = std::min(width, nameLength);
     std::size_t i = 0;
-    while (i != width && i != nameLength && field[i] == static_cast<CK_UTF8CHAR>(name[i]))
+    while (i != shorter && field[i] == static_cast<CK_UTF8CHAR>(name[i]))
         ++i;
     if (i == nameLength)
         return true;

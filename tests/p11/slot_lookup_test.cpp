@@ -254,6 +254,7 @@ const Pair pairs[] = {
     match("NameLongerThanAFullField", wide + "x", reader(wide)),
     noMatch("DifferenceInTheLastByteOfAFullField", std::string(63, 'r') + "s", reader(wide)),
     match("ManufacturerOfFullWidth", std::string(33, 'm'), reader("Reader 0", std::string(32, 'm'))),
+    match("DescriptionIsNotReadPastItsEnd", wide + "Maker X", reader(wide, "Maker")),
     match("ManufacturerIsNotReadPastItsEnd", std::string(32, 'm') + "Reader", reader("Other", std::string(32, 'm'))),
     noMatch("NulPaddedFieldIsNoPrefix", "Reader 0 Extra", reader(nulPadded("Reader 0", 64))),
     match("NulPaddedFieldMatchesItsText", "Reader 0", reader(nulPadded("Reader 0", 64))),
