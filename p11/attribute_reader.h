@@ -37,12 +37,7 @@ public:
                     session.functions->C_GetAttributeValue(session.handle, object, attributes, count));
             },
             [&] {
-                values_ = query_;
-                for (std::size_t i = 0; i < count; ++i) {
-                    if (values_[i].ulValueLen == CK_UNAVAILABLE_INFORMATION)
-                        values_[i].ulValueLen = 0;
-                    provideBuffer(values_[i], buffers_[i]);
-                }
+                provideBuffers();
                 attributes = values_.data();
                 return true;
             },
@@ -51,19 +46,46 @@ public:
 
     // The object that was read last, with success.
 
-    /// The attribute's buffer, and its size.
-    const unsigned char* bytes(Position position) const { return buffers_[position].data(); }
-    std::size_t size(Position position) const { return buffers_[position].size(); }
+    /// The start of the attribute's buffer.
+    const unsigned char* bytes(Position position) const
+    {
+        return reinterpret_cast<const unsigned char*>(&buffer_[starts_[position]]);
+    }
 
     /// The bytes returned: never more than there is room for, none for an attribute that became unavailable.
     std::size_t length(Position position) const
     {
         const CK_ULONG returned = values_[position].ulValueLen;
-        return returned == CK_UNAVAILABLE_INFORMATION ? 0 : std::min<std::size_t>(returned, buffers_[position].size());
+        return returned == CK_UNAVAILABLE_INFORMATION ? 0 : std::min(returned, announced(position));
     }
 
+    /// The buffer's first bytes as a number; one shorter than a CK_ULONG is extended by zeros.
+    CK_ULONG number(Position position) const { return buffer_[starts_[position]]; }
+
 private:
+    CK_ULONG announced(std::size_t i) const
+    {
+        return query_[i].ulValueLen == CK_UNAVAILABLE_INFORMATION ? 0 : query_[i].ulValueLen;
+    }
+
+    /// Lays the attributes out in one zero-filled buffer. Its unit is the word: every value is aligned, and the sum of
+    /// any lengths fits.
+    void provideBuffers()
+    {
+        static_assert(count < sizeof(CK_ULONG), "the sum would overflow");
+        std::size_t words = 0;
+        for (std::size_t i = 0; i < count; ++i) {
+            starts_[i] = words;
+            words += announced(i) / sizeof(CK_ULONG) + 1;
+        }
+        buffer_.resize(words);
+        std::fill(buffer_.begin(), buffer_.end(), 0);
+        for (std::size_t i = 0; i < count; ++i)
+            values_[i] = {query_[i].type, announced(i) == 0 ? nullptr : &buffer_[starts_[i]], announced(i)};
+    }
+
     std::array<CK_ATTRIBUTE, count> query_{};
     std::array<CK_ATTRIBUTE, count> values_{};
-    std::array<std::vector<unsigned char>, count> buffers_;
+    std::array<std::size_t, count> starts_{};
+    std::vector<CK_ULONG> buffer_;
 };

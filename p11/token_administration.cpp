@@ -11,14 +11,12 @@
 #include "p11/session.h"
 
 #include <cstddef>
-#include <cstring>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace {
 
-std::string_view className(CK_OBJECT_CLASS objectClass)
+std::string className(CK_OBJECT_CLASS objectClass)
 {
     switch (objectClass) {
     case CKO_DATA: return "data";
@@ -33,7 +31,7 @@ std::string_view className(CK_OBJECT_CLASS objectClass)
     }
 }
 
-std::string_view keyTypeName(CK_KEY_TYPE keyType)
+std::string keyTypeName(CK_KEY_TYPE keyType)
 {
     switch (keyType) {
     case CKK_RSA: return "RSA";
@@ -60,26 +58,14 @@ public:
     explicit operator ObjectAttr() const
     {
         const auto length = [this](Position position) { return attributes_.length(position); };
-        return {length(Class) == 0 ? std::string() : std::string(className(number(Class))),
+        return {length(Class) == 0 ? std::string() : className(attributes_.number(Class)),
                 std::string(reinterpret_cast<const char*>(attributes_.bytes(Label)), length(Label)),
                 hexadecimal(attributes_.bytes(Id), length(Id)),
-                length(KeyType) == 0 ? std::string() : std::string(keyTypeName(number(KeyType)))};
+                length(KeyType) == 0 ? std::string() : keyTypeName(attributes_.number(KeyType))};
     }
 
 private:
     enum Position { Class, Id, Label, KeyType };
-
-    /// The buffer's value; one shorter than a CK_ULONG is extended by zeros.
-    CK_ULONG number(Position position) const
-    {
-        const std::size_t size = attributes_.size(position);
-        CK_ULONG value = 0;
-        if (size >= sizeof value)
-            std::memcpy(&value, attributes_.bytes(position), sizeof value); // the usual case, one machine word
-        else
-            std::memcpy(&value, attributes_.bytes(position), size);
-        return value;
-    }
 
     AttributeReader<Position, 4> attributes_{{CKA_CLASS, CKA_ID, CKA_LABEL, CKA_KEY_TYPE}};
 };

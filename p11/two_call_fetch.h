@@ -6,7 +6,6 @@
 
 #include <p11-kit/pkcs11.h>
 
-#include <algorithm>
 #include <vector>
 
 /// The words of a failing length query and of a failing fill call.
@@ -38,9 +37,6 @@ template <typename Call, typename Provide, typename... Subject>
 /// Gives an attribute whose length is announced its zero-filled buffer; length 0 has none.
 inline void provideBuffer(CK_ATTRIBUTE& attribute, std::vector<unsigned char>& buffer)
 {
-    if (buffer.size() == attribute.ulValueLen) // as for most objects of a listing
-        std::fill(buffer.begin(), buffer.end(), 0);
-    else
-        buffer.assign(attribute.ulValueLen, 0);
+    buffer.assign(attribute.ulValueLen, 0);
     attribute.pValue = buffer.empty() ? nullptr : buffer.data();
 }

@@ -2,6 +2,7 @@
 // Listing the objects of the token: what their records hold.
 #include "tests/p11/listing_test.h"
 
+#include <cstdint>
 #include <exception>
 
 using namespace scripted;
@@ -108,6 +109,29 @@ TEST_F(ObjectRecordTest, KeyTypesByName)
     }
 }
 
+TEST_F(ObjectRecordTest, EveryBufferIsAlignedAndZeroFilledWhateverTheObjectBefore)
+{
+    module.add(privateKey("alice", {0xff, 0xff, 0xff}));
+    module.add(privateKey("a longer label", {0xff}));
+    module.add(privateKey("bob", {0xff, 0xff, 0xff}));
+    unsigned buffers = 0;
+    module.C_GetAttributeValue = [&, fill = module.C_GetAttributeValue](auto session, auto object, CK_ATTRIBUTE* query,
+                                                                        CK_ULONG count) {
+        for (CK_ULONG i = 0; query[0].pValue != nullptr && i < count; ++i) {
+            const auto* buffer = static_cast<const unsigned char*>(query[i].pValue);
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(buffer) % alignof(CK_ULONG), 0);
+            EXPECT_EQ(Bytes(buffer, buffer + query[i].ulValueLen), Bytes(query[i].ulValueLen, 0));
+            ++buffers;
+        }
+        return fill(session, object, query, count);
+    };
+    list();
+    EXPECT_EQ(buffers, 12);
+    EXPECT_EQ(records, (Records{{"private key", "alice", "ffffff", "RSA"},
+                                {"private key", "a longer label", "ff", "RSA"},
+                                {"private key", "bob", "ffffff", "RSA"}}));
+}
+
 // --- A module that contradicts itself ---
 
 TEST_F(ObjectRecordTest, LengthAboveTheBufferIsCutToIt)
@@ -153,6 +177,18 @@ TEST_F(ObjectRecordTest, OneHandleIsTakenHoweverManyTheModuleClaims)
     list();
     EXPECT_CKR(rv, CKR_OK);
     EXPECT_EQ(records, (Records{{"data", "note", "", ""}}));
+}
+
+TEST_F(ObjectRecordTest, LengthsWhoseSumOverflowsLeaveAsException)
+{
+    module.add(dataObject("note"));
+    module.C_GetAttributeValue = [](CK_SESSION_HANDLE, CK_OBJECT_HANDLE, CK_ATTRIBUTE* query, CK_ULONG count) -> CK_RV {
+        for (CK_ULONG i = 0; i < count; ++i)
+            query[i].ulValueLen = CK_ULONG{1} << 62;
+        return CKR_OK;
+    };
+    EXPECT_THROW(token.ListObjects(slotId, pin.data(), pin.size(), records), std::exception);
+    EXPECT_TRUE(records.empty());
 }
 
 TEST_F(ObjectRecordTest, LengthThatCannotBeHeldLeavesAsExceptionWithTheSessionClosed)
