@@ -2,12 +2,12 @@
 package jvm.support;
 
 import java.io.IOException;
+import java.io.RandomAccessFile;
 import java.io.UncheckedIOException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
-import java.util.Arrays;
 import java.util.List;
 import java.util.stream.Collectors;
 
@@ -30,15 +30,9 @@ public final class Transcript {
     public static List<String> during(Runnable work) {
         long before = length();
         work.run();
-        try {
-            byte[] all = Files.exists(FILE) ? Files.readAllBytes(FILE) : new byte[0];
-            byte[] added = Arrays.copyOfRange(all, Math.toIntExact(before), all.length);
-            return new String(added, StandardCharsets.ISO_8859_1).lines()
-                    .map(line -> line.replaceAll("session \\d+", "session"))
-                    .collect(Collectors.toList());
-        } catch (IOException failure) {
-            throw new UncheckedIOException(failure);
-        }
+        return new String(bytesFrom(before), StandardCharsets.ISO_8859_1).lines()
+                .map(line -> line.replaceAll("session \\d+", "session"))
+                .collect(Collectors.toList());
     }
 
     /** Returns the one line among those that a piece of work adds that begins so. */
@@ -49,6 +43,19 @@ public final class Transcript {
             throw new AssertionError("one line beginning " + beginning + " expected, not " + lines);
         }
         return lines.get(0);
+    }
+
+    private static byte[] bytesFrom(long position) {
+        byte[] bytes = new byte[Math.toIntExact(length() - position)];
+        if (bytes.length != 0) {
+            try (RandomAccessFile file = new RandomAccessFile(FILE.toFile(), "r")) {
+                file.seek(position);
+                file.readFully(bytes);
+            } catch (IOException failure) {
+                throw new UncheckedIOException(failure);
+            }
+        }
+        return bytes;
     }
 
     private static long length() {
