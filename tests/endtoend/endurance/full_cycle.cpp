@@ -147,7 +147,7 @@ void prepareToken(const Folder& folder)
     Bytes csr;
     ASSERT_EQ(request(csr), CKR_OK);
     folder.write("csr.der", csr);
-    ASSERT_TRUE(succeeded(openssl(folder, {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=CA",
+    ASSERT_TRUE(succeeded(openssl(folder, {"req", "-x509", "-newkey", "rsa:1024", "-nodes", "-subj", "/CN=CA",
                                            "-keyout", "ca.key", "-out", "ca.pem"})));
     ASSERT_TRUE(
         succeeded(openssl(folder, {"x509", "-req", "-inform", "DER", "-in", "csr.der", "-CA", "ca.pem", "-CAkey",

@@ -14,7 +14,7 @@ protected:
     Bytes selfSigned(const std::string& subject, const std::string& form = "DER")
     {
         EXPECT_TRUE(succeeded(
-            openssl(folder, {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-utf8", "-subj", subject, "-set_serial",
+            openssl(folder, {"req", "-x509", "-newkey", "rsa:1024", "-nodes", "-utf8", "-subj", subject, "-set_serial",
                              "4660", "-keyout", "key.pem", "-outform", form, "-out", "certificate"})));
         return folder.read("certificate");
     }

@@ -105,7 +105,7 @@ TEST_F(FailingDisk, ChangesNoPin)
 TEST_F(FailingDisk, MakesNoObject)
 {
     for (const std::string& what : {std::string(everything), std::string(".object"), tokenFolder()}) {
-        EXPECT_CKR(whileItFails([&] { return generateRsa("rsa", 1024); }, what), CKR_DEVICE_MEMORY) << what;
+        EXPECT_CKR(whileItFails([&] { return generateRsa("rsa"); }, what), CKR_DEVICE_MEMORY) << what;
         EXPECT_CKR(whileItFails([&] { return generateGost("gost"); }, what), CKR_DEVICE_MEMORY) << what;
         EXPECT_EQ(objectCount(), 0U) << what;
         startAgain();
@@ -116,7 +116,7 @@ TEST_F(FailingDisk, MakesNoObject)
 
 TEST_F(FailingDisk, InitialisesNoToken)
 {
-    ASSERT_CKR(generateRsa("kept", 1024), CKR_OK);
+    ASSERT_CKR(generateRsa("kept"), CKR_OK);
     ASSERT_CKR(changePin(userPin, otherPin), CKR_OK);
     ASSERT_CKR(standard->C_CloseSession(session), CKR_OK);
     EXPECT_CKR(whileItFails([&] { return initToken(); }), CKR_DEVICE_MEMORY);

@@ -119,7 +119,7 @@ protected:
 
 TEST_F(Fork, LeavesTheChildToInitialiseTheModuleItself)
 {
-    ASSERT_CKR(generateRsa("rsa", 1024), CKR_OK);
+    ASSERT_CKR(generateRsa("rsa"), CKR_OK);
     EXPECT_EQ(inChild([&] {
                   CK_ULONG count = 0;
                   if (standard->C_GetSlotList(CK_FALSE, nullptr, &count) != CKR_CRYPTOKI_NOT_INITIALIZED ||

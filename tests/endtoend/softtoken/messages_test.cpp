@@ -39,7 +39,7 @@ protected:
     Bytes opensslSign(std::vector<std::string> more, const std::string& extension = "keyUsage=digitalSignature")
     {
         EXPECT_TRUE(succeeded(
-            openssl(folder, {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Signer", "-set_serial", "1",
+            openssl(folder, {"req", "-x509", "-newkey", "rsa:1024", "-nodes", "-subj", "/CN=Signer", "-set_serial", "1",
                              "-addext", extension, "-keyout", "own.key", "-out", "own.pem"})));
         folder.write("content", content);
         std::vector<std::string> arguments = {"cms",    "-sign",   "-binary",  "-in", "content", "-signer", "own.pem",
@@ -195,7 +195,7 @@ TEST_F(Messages, AreJudgedWhateverTheirCertificateIsFor)
 
 TEST_F(Messages, OfSeveralSignersNeedEverySignature)
 {
-    EXPECT_TRUE(succeeded(openssl(folder, {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Other",
+    EXPECT_TRUE(succeeded(openssl(folder, {"req", "-x509", "-newkey", "rsa:1024", "-nodes", "-subj", "/CN=Other",
                                            "-keyout", "other.key", "-out", "other.pem"})));
     const Bytes both = opensslSign({"-nodetach", "-noattr", "-signer", "other.pem", "-inkey", "other.key"});
     EXPECT_CKR(verify(both), CKR_OK);

@@ -41,7 +41,7 @@ TEST_F(Requests, AreSignedByTheTokensKey)
     const std::string text = printed({});
     EXPECT_TOLD("Subject: O=Vornix,CN=Ivan Token", text);
     EXPECT_TOLD("sha256WithRSAEncryption", text);
-    EXPECT_TOLD("Public-Key: (2048 bit)", text);
+    EXPECT_TOLD("Public-Key: (1024 bit)", text);
     const Outcome certtool = run(folder, {CERTTOOL_PROGRAM, "--crq-info", "--inder", "--infile", "request.der"});
     EXPECT_TRUE(succeeded(certtool));
     EXPECT_TOLD("Self signature: verified", certtool.out);

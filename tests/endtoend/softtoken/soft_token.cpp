@@ -274,7 +274,7 @@ CK_RV TokenTest::verify(Bytes message, Bytes content) const
 Bytes TokenTest::certified(const std::string& id, const std::function<Outcome()>& issue)
 {
     if (!std::filesystem::exists(folder.path() / "ca.pem")) {
-        EXPECT_TRUE(succeeded(openssl(folder, {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Test CA",
+        EXPECT_TRUE(succeeded(openssl(folder, {"req", "-x509", "-newkey", "rsa:1024", "-nodes", "-subj", "/CN=Test CA",
                                                "-keyout", "ca.key", "-out", "ca.pem"})));
     }
     Bytes csr;

@@ -73,8 +73,8 @@ class TokenTest : public BlankTokenTest {
 protected:
     void SetUp() override;
 
-    /// With the templates that the library sends.
-    CK_RV generateRsa(const std::string& id, CK_ULONG bits = 2048);
+    /// With the templates that the library sends. Short keys are soon found.
+    CK_RV generateRsa(const std::string& id, CK_ULONG bits = 1024);
     CK_RV generateGost(const std::string& id, const std::string& label = "gost");
 
     /// For this session only.

@@ -18,7 +18,7 @@ public final class Authority {
         String authority = folder.resolve("ca.pem").toString();
         Path asked = Files.write(folder.resolve("request.der"), request);
         Path certificate = folder.resolve("certificate.der");
-        Processes.run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Authority",
+        Processes.run("openssl", "req", "-x509", "-newkey", "rsa:1024", "-nodes", "-subj", "/CN=Authority",
                 "-keyout", key, "-out", authority);
         Processes.run("openssl", "x509", "-req", "-in", asked.toString(), "-inform", "DER", "-CA", authority,
                 "-CAkey", key, "-copy_extensions", "copy", "-outform", "DER", "-out", certificate.toString());

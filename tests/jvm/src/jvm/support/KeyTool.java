@@ -34,7 +34,7 @@ public final class KeyTool {
         try {
             Processes.run(Paths.get(System.getProperty("java.home"), "bin", "keytool").toString(),
                     "-J-XX:TieredStopAtLevel=1", "-J-XX:+UseSerialGC", "-genkeypair",
-                    "-alias", "a", "-keyalg", "RSA", "-keysize", "2048", "-dname", name, "-storetype", "PKCS12",
+                    "-alias", "a", "-keyalg", "RSA", "-keysize", "1024", "-dname", name, "-storetype", "PKCS12",
                     "-storepass", PASSWORD, "-keystore", store.toString());
             KeyStore keys = KeyStore.getInstance("PKCS12");
             try (InputStream content = Files.newInputStream(store)) {

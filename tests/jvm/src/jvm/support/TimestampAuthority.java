@@ -32,7 +32,7 @@ public final class TimestampAuthority implements AutoCloseable {
                 "[tsa]", "default_tsa = authority",
                 "[authority]", "serial = " + folder.resolve("serial"), "signer_digest = sha256",
                 "default_policy = 1.2.3.4", "digests = sha256", "ess_cert_id_alg = sha256"));
-        Processes.run("openssl", "req", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=Clock",
+        Processes.run("openssl", "req", "-newkey", "rsa:1024", "-nodes", "-subj", "/CN=Clock",
                 "-keyout", file("tsa.key"), "-out", file("tsa.csr"));
         Processes.run("openssl", "x509", "-req", "-in", file("tsa.csr"), "-CA", file("ca.pem"),
                 "-CAkey", file("ca.key"), "-extfile", file("tsa.cnf"), "-extensions", "extensions",
