@@ -8,4 +8,4 @@ scripts/setup.sh test
 cmake --preset release
 cmake --build --preset release
 # Some tests wait most of the time.
-ctest --preset release -j "$(($(nproc) + 1))"
+ctest --preset release -j "$(($(nproc) + 2))"

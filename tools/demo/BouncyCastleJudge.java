@@ -58,7 +58,8 @@ final class BouncyCastleJudge implements Judge {
     }
 
     private boolean accepts(String... arguments) throws IOException {
-        List<String> command = new ArrayList<>(List.of(OwnProgram.java(), "-jar", JAR.toString()));
+        List<String> command = new ArrayList<>(List.of(
+                OwnProgram.java(), "-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC", "-jar", JAR.toString()));
         command.addAll(List.of(arguments));
         Outcome outcome = Outcome.of(openssl.inFolder(command).redirectErrorStream(true));
         if (outcome.status != GOOD && outcome.status != BAD) {

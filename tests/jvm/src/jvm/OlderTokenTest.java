@@ -49,11 +49,9 @@ class OlderTokenTest {
         assertEquals(7, tool(token, "list").lines().count());
     }
 
-    private static String tool(Path token, String command, String... arguments) throws Exception {
+    private static String tool(Path token, String... arguments) throws Exception {
         Result result = new ChildJvm().environment("VORNIX_SOFTTOKEN_DIR", token.toString())
-                .environment("VORNIX_MODULE", System.getProperty("vornix.softtoken"))
-                .environment("VORNIX_TERMINAL", "Vornix Soft Reader 00 00")
-                .options("-jar", System.getProperty("vornix.tool"), command).launch(arguments);
+                .toolOn(System.getProperty("vornix.softtoken"), "Vornix Soft Reader 00 00", arguments);
         assertEquals("", result.err);
         assertEquals(0, result.status);
         return result.out;

@@ -16,7 +16,7 @@ class ToolDiagnosticsTest extends ScriptedToken {
 
     @Test
     void standardOutputHoldsTheJsonAlone() throws Exception {
-        Result result = list("--json");
+        Result result = withWrongPin("list", "--json");
 
         assertTrue(result.out.startsWith("{\"ok\":false,\"code\":160,\"name\":\"CKR_PIN_INCORRECT\",\"message\":\""),
                 result::toString);
@@ -28,8 +28,8 @@ class ToolDiagnosticsTest extends ScriptedToken {
 
     @Test
     void theLibrarysLinesComeOnStandardErrorWhenAskedFor() throws Exception {
-        Result silent = list();
-        Result verbose = list("--verbose");
+        Result silent = withWrongPin("list");
+        Result verbose = withWrongPin("list", "--verbose");
 
         assertEquals("", verbose.out);
         assertEquals(LINE + silent.err, verbose.err);
@@ -55,14 +55,12 @@ class ToolDiagnosticsTest extends ScriptedToken {
         assertEquals(1, result.status);
     }
 
-    private Result list(String... options) throws Exception {
-        return new ChildJvm().environment("VORNIX_USER_PIN", "00000000").environment("VORNIX_MODULE", module)
-                .environment("VORNIX_TERMINAL", READER).options("-jar", System.getProperty("vornix.tool"), "list")
-                .launch(options);
+    private Result withWrongPin(String... arguments) throws Exception {
+        return new ChildJvm().environment("VORNIX_USER_PIN", "00000000").toolOn(module, READER, arguments);
     }
 
     private static Result tool(String... arguments) throws Exception {
         return new ChildJvm().environment("PCSCLITE_CSOCK_NAME", "/nonexistent/pcscd.comm") // no service, whatever runs
-                .options("-jar", System.getProperty("vornix.tool")).launch(arguments);
+                .tool(arguments);
     }
 }

@@ -100,8 +100,8 @@ class ToolDoctorTest extends ScriptedToken {
 
     @Test
     void aMissingLibraryIsAProblemWithEveryPlaceThatWasTried() throws Exception {
-        Result result = new ChildJvm("/nonexistent").options("-Dvornixtoken.sessionLibrary=/nonexistent/session.so",
-                "-jar", System.getProperty("vornix.tool")).launch("doctor", "-m", module);
+        Result result = new ChildJvm("/nonexistent").options("-Dvornixtoken.sessionLibrary=/nonexistent/session.so")
+                .tool("doctor", "-m", module);
 
         assertTrue(result.out.contains("\nproblem  library: libvornixtoken_session.so cannot be loaded. Tried: - "
                 + "system property vornixtoken.sessionLibrary: "), result::toString);

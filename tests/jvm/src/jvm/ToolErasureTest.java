@@ -14,13 +14,11 @@ import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
-import java.nio.file.Paths;
 import java.util.Collections;
 import java.util.List;
 
 /** The commands that destroy all objects ask first. The test's environment holds the PINs. */
 class ToolErasureTest extends ScriptedToken {
-    private static final String JAR = System.getProperty("vornix.tool");
     private static final String QUESTION = "Reader '" + READER + "', token 'Scripted Token', "
             + "serial number 0123456789abcdef. All objects will be lost.\r\nType \"yes\" to go on: ";
 
@@ -69,7 +67,7 @@ class ToolErasureTest extends ScriptedToken {
 
     private Result withoutTerminal(ChildJvm child, String command) {
         try {
-            return child.options("-jar", JAR).launch(command, "-m", module, "-t", READER);
+            return child.toolOn(module, READER, command);
         } catch (Exception failure) {
             throw new AssertionError(failure);
         }
@@ -77,10 +75,7 @@ class ToolErasureTest extends ScriptedToken {
 
     private void answer(String command, String answer) {
         try {
-            shown = new Terminal().environment("VORNIX_MODULE", module).environment("VORNIX_TERMINAL", READER)
-                    .environment("JAVA", Paths.get(System.getProperty("java.home"), "bin", "java").toString())
-                    .environment("JAR", JAR).environment("COMMAND", command)
-                    .run("\"$JAVA\" -jar \"$JAR\" \"$COMMAND\"; echo status $?", answer);
+            shown = new Terminal().toolOn(module, READER, command, answer);
         } catch (Exception failure) {
             throw new AssertionError(failure);
         }

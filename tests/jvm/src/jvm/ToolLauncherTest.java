@@ -5,6 +5,7 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import jvm.support.Processes;
+import jvm.support.Tool;
 
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
@@ -16,14 +17,13 @@ import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.nio.file.Paths;
 import java.nio.file.attribute.FileTime;
 import java.nio.file.attribute.PosixFilePermissions;
 import java.util.Arrays;
 
 /** How the launcher starts Java, with the archive of classes and without. */
 class ToolLauncherTest {
-    private static final Path BUILT = Paths.get(System.getProperty("vornix.tool")).getParent();
+    private static final Path BUILT = Tool.JAR.getParent();
     private static final String JAVA_HOME = System.getProperty("java.home");
     private static final String VERSION = "vornixtoken-tool \\d+(\\.\\d+)+\n";
 

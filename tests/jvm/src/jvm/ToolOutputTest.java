@@ -57,8 +57,8 @@ class ToolOutputTest extends ScriptedToken {
 
     @Test
     void eachPlaceWithoutTheLibraryHasItsLine() throws Exception {
-        Result result = new ChildJvm().options("-Dvornixtoken.library=/nonexistent", "-jar",
-                System.getProperty("vornix.tool")).launch("reset-terminal", "-t", "none");
+        Result result = new ChildJvm().options("-Dvornixtoken.library=/nonexistent")
+                .tool("reset-terminal", "-t", "none");
 
         assertTrue(result.err.startsWith("vornixtoken-tool reset-terminal: libvornixtoken_session.so cannot be loaded. "
                 + "Tried:\n- system property vornixtoken.library: "), result::toString);

@@ -20,22 +20,20 @@ import java.io.IOException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.nio.file.Paths;
 import java.nio.file.attribute.PosixFilePermissions;
 
 /** The command-line tool as a process of its own: its jar, its terminal, its locale and its shell. */
 class ToolProcessTest extends ScriptedToken {
-    private static final String JAR = System.getProperty("vornix.tool");
     private static final String UNDECODED = " is no text in the locale's encoding; "
             + "set LC_ALL, to C.UTF-8 for instance\n";
 
     @Test
     void theJarRunsByItself() throws Exception {
-        ChildJvm child = new ChildJvm("/nonexistent");
+        ChildJvm child = new ChildJvm("/nonexistent").options("-jar", Tool.JAR.toString());
         if (Runtime.version().feature() >= 24) {
             child.options("--illegal-native-access=deny");
         }
-        Result result = launch(child, "info", "--json");
+        Result result = child.launch("info", "--json", "-m", module, "-t", READER);
 
         assertEquals(0, result.status, result::toString);
         assertTrue(result.out.startsWith("{\"ok\":true,\"label\":\"Scripted Token\","), result::toString);
@@ -44,8 +42,7 @@ class ToolProcessTest extends ScriptedToken {
 
     @Test
     void theLauncherFindsItsJarsThroughALinkAndJavaByJavaHome(@TempDir Path folder) throws Exception {
-        Path launcher = Paths.get(JAR).resolveSibling("vornixtoken-tool");
-        Path link = Files.createSymbolicLink(folder.resolve("a tool"), launcher);
+        Path link = Files.createSymbolicLink(folder.resolve("a tool"), Tool.LAUNCHER);
 
         assertTrue(Processes.run(link.toString(), "--version").matches("vornixtoken-tool \\d+(\\.\\d+)+\n"));
         assertEquals("a runtime\n", Processes.run("env", "JAVA_HOME=" + runtimeThatPrints(folder, "a runtime"),
@@ -54,7 +51,7 @@ class ToolProcessTest extends ScriptedToken {
 
     @Test
     void withoutATerminalToAskAtThePinIsMissed() throws Exception {
-        Result result = launch(new ChildJvm().without("VORNIX_USER_PIN"), "list");
+        Result result = new ChildJvm().without("VORNIX_USER_PIN").toolOn(module, READER, "list");
 
         assertEquals(3, result.status, result::toString);
         assertEquals("vornixtoken-tool list: no PIN: standard input and output are not both a terminal to ask at; "
@@ -80,7 +77,7 @@ class ToolProcessTest extends ScriptedToken {
     @Test
     void aPinThatTheLocaleCannotExpressIsNotTried() throws Exception {
         ChildJvm ascii = new ChildJvm().environment("LC_ALL", "C").environment("VORNIX_USER_PIN", "\u00eb");
-        Result result = launch(ascii, "list");
+        Result result = ascii.toolOn(module, READER, "list");
 
         assertEquals("vornixtoken-tool list: VORNIX_USER_PIN" + UNDECODED, result.err);
         assertEquals("", result.out);
@@ -89,8 +86,8 @@ class ToolProcessTest extends ScriptedToken {
 
     @Test
     void anArgumentThatTheLocaleCannotExpressIsWrongUsage() throws Exception {
-        Result label = launch(new ChildJvm().environment("LC_ALL", "C"), "generate-gost", "-l", "zo\u00eb");
-        Result subject = launch(new ChildJvm().environment("LC_ALL", "C"),
+        Result label = new ChildJvm().environment("LC_ALL", "C").toolOn(module, READER, "generate-gost", "-l", "zo\u00eb");
+        Result subject = new ChildJvm().environment("LC_ALL", "C").toolOn(module, READER,
                 "create-request", "-i", "01", "-s", "CN=Zo\u00eb");
 
         assertTrue(label.err.startsWith("Invalid value for option '--label': 'zo"), label::toString);
@@ -128,15 +125,7 @@ class ToolProcessTest extends ScriptedToken {
         return folder.resolve("a home");
     }
 
-    private Result launch(ChildJvm child, String command, String... arguments) throws Exception {
-        return child.options("-jar", JAR, command, "-m", module, "-t", READER).launch(arguments);
-    }
-
     private String atTerminal(String command, String... typed) throws Exception {
-        return new Terminal().without("VORNIX_USER_PIN").without("VORNIX_NEW_PIN")
-                .environment("JAVA", Paths.get(System.getProperty("java.home"), "bin", "java").toString())
-                .environment("JAR", JAR).environment("COMMAND", command)
-                .environment("VORNIX_MODULE", module).environment("VORNIX_TERMINAL", READER)
-                .run("\"$JAVA\" -jar \"$JAR\" $COMMAND; echo status $?", typed);
+        return new Terminal().without("VORNIX_USER_PIN").without("VORNIX_NEW_PIN").toolOn(module, READER, command, typed);
     }
 }

@@ -22,8 +22,6 @@ import java.util.List;
 
 /** The readers of a module, which the tool tries in a process of its own. */
 class ToolReadersTest extends ScriptedToken {
-    private static final String JAR = System.getProperty("vornix.tool");
-
     @Test
     void aTableShowsReadersAndTokens() {
         List<String> calls = Transcript.during(() -> {
@@ -68,7 +66,7 @@ class ToolReadersTest extends ScriptedToken {
         Result result = new ChildJvm().environment("PCSCLITE_CSOCK_NAME", "/nonexistent/pcscd.comm")
                 .options("-Dvornixtoken.library=/nonexistent/natives.so", "-Dvornixtoken.sessionLibrary="
                         + System.getProperty("java.library.path") + "/libvornixtoken_session.so")
-                .options("-jar", JAR, "readers", "-m", module).launch();
+                .tool("readers", "-m", module);
 
         assertTrue(result.out.endsWith("\nPC/SC readers\nNone can be listed: no PC/SC service runs here, "
                 + "for there is no socket /nonexistent/pcscd.comm (SCARD_E_NO_SERVICE)\n"), result::toString);
@@ -82,7 +80,7 @@ class ToolReadersTest extends ScriptedToken {
         // The machine's own modules shall find neither a token nor a service.
         Result result = new ChildJvm().environment("PCSCLITE_CSOCK_NAME", "/nonexistent/pcscd.comm")
                 .environment("SOFTHSM2_CONF", "/nonexistent").environment("XDG_CONFIG_HOME", folder.toString())
-                .environment("XDG_DATA_HOME", folder.toString()).options("-jar", JAR, "readers").launch();
+                .environment("XDG_DATA_HOME", folder.toString()).tool("readers");
 
         assertTrue(result.out.startsWith("Module " + module + " (p11-kit, " + entry + ")\n"
                 + "SLOT  READER             "), result::toString);
@@ -94,7 +92,7 @@ class ToolReadersTest extends ScriptedToken {
     void noFolderIsMadeForTheSoftwareToken(@TempDir Path folder) throws Exception {
         Path kept = folder.resolve("kept");
         Result result = new ChildJvm().environment("VORNIX_SOFTTOKEN_DIR", kept.toString())
-                .options("-jar", JAR, "readers", "-m", System.getProperty("vornix.softtoken")).launch();
+                .tool("readers", "-m", System.getProperty("vornix.softtoken"));
 
         assertTrue(result.out.contains("\nIts first use will make the folder " + kept + ".\n"), result::toString);
         assertTrue(result.out.contains("\n1     Vornix Soft Reader 00 00  "), result::toString);

@@ -89,8 +89,7 @@ class ToolStoryTest {
     /** The last line that a process with a wrong PIN writes. */
     private static String advice() throws Exception {
         Result refused = new ChildJvm().environment("VORNIX_SOFTTOKEN_PIN_TRIES", "3")
-                .environment("VORNIX_USER_PIN", "00000000").launch("-jar", System.getProperty("vornix.tool"),
-                        "list", "--module", MODULE, "--terminal", READER);
+                .environment("VORNIX_USER_PIN", "00000000").toolOn(MODULE, READER, "list");
         String[] lines = refused.err.split("\n");
         assertEquals(2, lines.length, refused::toString);
         assertEquals(1, refused.status);

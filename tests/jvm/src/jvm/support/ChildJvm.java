@@ -14,8 +14,9 @@ import java.util.concurrent.TimeUnit;
 /** A Java process of its own, for what concerns a whole process: its standard output, its environment, its options. */
 public final class ChildJvm {
     private static final long PATIENCE_IN_SECONDS = 300;
-    /** What lives for a second gains nothing from the second compiler and a parallel collector. */
-    static final List<String> QUICK_START = Arrays.asList("-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC");
+    /** What lives for a second gains little from compiled code, and nothing from a parallel collector. */
+    private static final List<String> QUICK_START =
+            Arrays.asList("-XX:TieredStopAtLevel=1", "-XX:CompileThresholdScaling=3", "-XX:+UseSerialGC");
 
     private final List<String> options = new ArrayList<>();
     private final ProcessBuilder builder = new ProcessBuilder();
@@ -70,6 +71,17 @@ public final class ChildJvm {
     public Result run(String classPath, Class<?> main, String... arguments) throws IOException, InterruptedException {
         options("-cp", classPath, main.getName());
         return launch(arguments);
+    }
+
+    /** Runs the command-line tool on a token. */
+    public Result toolOn(String module, String reader, String... arguments) throws IOException, InterruptedException {
+        return environment("VORNIX_MODULE", module).environment("VORNIX_TERMINAL", reader).tool(arguments);
+    }
+
+    /** Runs the command-line tool with the archive of its classes, which a Java that it does not fit passes over. */
+    public Result tool(String... arguments) throws IOException, InterruptedException {
+        return options("-Xlog:disable", "-XX:SharedArchiveFile=" + Tool.ARCHIVE, "-jar", Tool.JAR.toString())
+                .launch(arguments);
     }
 
     /** Runs what the options name. */

@@ -23,6 +23,14 @@ public final class Terminal {
         return this;
     }
 
+    /** Runs the command-line tool on a token, typing lines; what is shown ends with its status. */
+    public String toolOn(String module, String reader, String command, String... typed)
+            throws IOException, InterruptedException {
+        return environment("JAVA_HOME", System.getProperty("java.home"))
+                .environment("VORNIX_MODULE", module).environment("VORNIX_TERMINAL", reader)
+                .run("'" + Tool.LAUNCHER + "' " + command + "; echo status $?", typed);
+    }
+
     /** Runs the command, types a line at each prompt, and returns all that the terminal shows. */
     public String run(String command, String... typed) throws IOException, InterruptedException {
         Process script = builder.command("env", "script", "--quiet", "--command", command, "/dev/null").start();

@@ -9,12 +9,18 @@ import picocli.CommandLine;
 
 import java.io.PrintWriter;
 import java.io.StringWriter;
+import java.nio.file.Path;
+import java.nio.file.Paths;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 
-/** Runs the command-line tool in this process. */
+/** The command-line tool, and how it is run in this process. */
 public final class Tool {
+    public static final Path JAR = Paths.get(System.getProperty("vornix.tool"));
+    public static final Path LAUNCHER = JAR.resolveSibling("vornixtoken-tool");
+    static final Path ARCHIVE = JAR.resolveSibling("vornixtoken-tool.jsa");
+
     private Tool() {
     }
 
