@@ -69,7 +69,7 @@ private:
     }
 
     /// Lays the attributes out in one zero-filled buffer. Its unit is the word: every value is aligned, and the sum of
-    /// any lengths fits.
+    /// any lengths fits. An attribute without a value has a word as well, so that its start lies in the buffer.
     void provideBuffers()
     {
         static_assert(count < sizeof(CK_ULONG), "the sum would overflow");
@@ -78,7 +78,7 @@ private:
             starts_[i] = words;
             words += announced(i) / sizeof(CK_ULONG) + 1;
         }
-        buffer_.resize(words);
+        buffer_.resize(words); // this and fill become one memset; assign becomes a loop, which is slower
         std::fill(buffer_.begin(), buffer_.end(), 0);
         for (std::size_t i = 0; i < count; ++i)
             values_[i] = {query_[i].type, announced(i) == 0 ? nullptr : &buffer_[starts_[i]], announced(i)};

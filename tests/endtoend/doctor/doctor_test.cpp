@@ -28,10 +28,10 @@ const Words bound = {SETPRIV, "--bounding-set", "-dac_override,-dac_read_search"
 
 Outcome tool(const Words& arguments, Words command = {})
 {
-    // With the archive of the tool's classes, which a Java that it does not fit passes over, it starts faster.
+    // Java takes the tool's classes from their archive, or ignores an archive that does not fit.
     for (const char* word :
-         {JAVA, "-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC", "-Xlog:disable", "-XX:SharedArchiveFile=" TOOL_ARCHIVE,
-          "-Djava.library.path=" JAVA_LIBRARY_PATH, "-jar", TOOL_JAR})
+         {JAVA, "-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC", "-Xlog:disable", "-Xlog:all=error,cds*=off:stderr",
+          "-XX:SharedArchiveFile=" TOOL_ARCHIVE, "-Djava.library.path=" JAVA_LIBRARY_PATH, "-jar", TOOL_JAR})
         command.emplace_back(word);
     command.insert(command.end(), arguments.begin(), arguments.end());
     return run(command);

@@ -14,10 +14,10 @@ protected:
     }
 
     /// What openssl prints of a request whose signature it has verified.
-    std::string printed(const RequestText& text)
+    std::string printed(const RequestText& text, const std::string& id = "rsa")
     {
         Bytes csr;
-        EXPECT_CKR(createCsr("rsa", text, csr), CKR_OK);
+        EXPECT_CKR(createCsr(id, text, csr), CKR_OK);
         folder.write("request.der", csr);
         const Outcome outcome = openssl(folder, {"req", "-inform", "DER", "-in", "request.der", "-verify", "-noout",
                                                  "-text", "-nameopt", "RFC2253,-esc_msb,utf8"});
@@ -45,6 +45,12 @@ TEST_F(Requests, AreSignedByTheTokensKey)
     const Outcome certtool = run(folder, {CERTTOOL_PROGRAM, "--crq-info", "--inder", "--infile", "request.der"});
     EXPECT_TRUE(succeeded(certtool));
     EXPECT_TOLD("Self signature: verified", certtool.out);
+}
+
+TEST_F(Requests, AreSignedByALongKeyToo)
+{
+    ASSERT_CKR(generateRsa("long", 2048), CKR_OK);
+    EXPECT_TOLD("Public-Key: (2048 bit)", printed({}, "long"));
 }
 
 TEST_F(Requests, TakeSubjectsByShortNameAndDottedOid)

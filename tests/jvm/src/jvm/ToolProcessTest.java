@@ -29,11 +29,11 @@ class ToolProcessTest extends ScriptedToken {
 
     @Test
     void theJarRunsByItself() throws Exception {
-        ChildJvm child = new ChildJvm("/nonexistent").options("-jar", Tool.JAR.toString());
+        ChildJvm child = new ChildJvm("/nonexistent");
         if (Runtime.version().feature() >= 24) {
             child.options("--illegal-native-access=deny");
         }
-        Result result = child.launch("info", "--json", "-m", module, "-t", READER);
+        Result result = child.options("-jar", Tool.JAR.toString()).launch("info", "--json", "-m", module, "-t", READER);
 
         assertEquals(0, result.status, result::toString);
         assertTrue(result.out.startsWith("{\"ok\":true,\"label\":\"Scripted Token\","), result::toString);
@@ -86,7 +86,8 @@ class ToolProcessTest extends ScriptedToken {
 
     @Test
     void anArgumentThatTheLocaleCannotExpressIsWrongUsage() throws Exception {
-        Result label = new ChildJvm().environment("LC_ALL", "C").toolOn(module, READER, "generate-gost", "-l", "zo\u00eb");
+        Result label = new ChildJvm().environment("LC_ALL", "C").toolOn(module, READER,
+                "generate-gost", "-l", "zo\u00eb");
         Result subject = new ChildJvm().environment("LC_ALL", "C").toolOn(module, READER,
                 "create-request", "-i", "01", "-s", "CN=Zo\u00eb");
 
@@ -126,6 +127,7 @@ class ToolProcessTest extends ScriptedToken {
     }
 
     private String atTerminal(String command, String... typed) throws Exception {
-        return new Terminal().without("VORNIX_USER_PIN").without("VORNIX_NEW_PIN").toolOn(module, READER, command, typed);
+        Terminal terminal = new Terminal().without("VORNIX_USER_PIN").without("VORNIX_NEW_PIN");
+        return terminal.toolOn(module, READER, command, typed);
     }
 }

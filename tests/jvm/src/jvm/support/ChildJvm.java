@@ -78,10 +78,10 @@ public final class ChildJvm {
         return environment("VORNIX_MODULE", module).environment("VORNIX_TERMINAL", reader).tool(arguments);
     }
 
-    /** Runs the command-line tool with the archive of its classes, which a Java that it does not fit passes over. */
+    /** Runs the command-line tool. Java takes its classes from their archive, or ignores an archive that does not fit. */
     public Result tool(String... arguments) throws IOException, InterruptedException {
-        return options("-Xlog:disable", "-XX:SharedArchiveFile=" + Tool.ARCHIVE, "-jar", Tool.JAR.toString())
-                .launch(arguments);
+        return options("-Xlog:disable", "-Xlog:all=error,cds*=off:stderr", "-XX:SharedArchiveFile=" + Tool.ARCHIVE,
+                "-jar", Tool.JAR.toString()).launch(arguments);
     }
 
     /** Runs what the options name. */

@@ -23,7 +23,7 @@ public final class Terminal {
         return this;
     }
 
-    /** Runs the command-line tool on a token, typing lines; what is shown ends with its status. */
+    /** Runs the command-line tool on a token and types lines. The text returned ends with the tool's status. */
     public String toolOn(String module, String reader, String command, String... typed)
             throws IOException, InterruptedException {
         return environment("JAVA_HOME", System.getProperty("java.home"))

@@ -11,6 +11,7 @@ public final class ToolShell {
     /** Returns what the lines print, on standard output or standard error. */
     public static String run(String module, String lines) throws IOException, InterruptedException {
         return Processes.run("env", "JAVA_HOME=" + System.getProperty("java.home"), "VORNIX_MODULE=" + module,
-                "VORNIX_TERMINAL=" + Scripted.READER, "sh", "-c", "tool() { '" + Tool.LAUNCHER + "' \"$@\"; }\n" + lines);
+                "VORNIX_TERMINAL=" + Scripted.READER, "sh", "-c",
+                "tool() { '" + Tool.LAUNCHER + "' \"$@\"; }\n" + lines);
     }
 }
