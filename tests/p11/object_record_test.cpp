@@ -179,15 +179,19 @@ TEST_F(ObjectRecordTest, OneHandleIsTakenHoweverManyTheModuleClaims)
     EXPECT_EQ(records, (Records{{"data", "note", "", ""}}));
 }
 
-TEST_F(ObjectRecordTest, LengthsWhoseSumOverflowsLeaveAsException)
+TEST_F(ObjectRecordTest, LengthsWhoseSumOverflowsLeaveAsExceptionBeforeAnythingIsFilled)
 {
     module.add(dataObject("note"));
-    module.C_GetAttributeValue = [](CK_SESSION_HANDLE, CK_OBJECT_HANDLE, CK_ATTRIBUTE* query, CK_ULONG count) -> CK_RV {
+    unsigned reads = 0;
+    module.C_GetAttributeValue = [&](CK_SESSION_HANDLE, CK_OBJECT_HANDLE, CK_ATTRIBUTE* query,
+                                     CK_ULONG count) -> CK_RV {
         for (CK_ULONG i = 0; i < count; ++i)
             query[i].ulValueLen = CK_ULONG{1} << 62;
+        ++reads;
         return CKR_OK;
     };
     EXPECT_THROW(token.ListObjects(slotId, pin.data(), pin.size(), records), std::exception);
+    EXPECT_EQ(reads, 1);
     EXPECT_TRUE(records.empty());
 }
 
